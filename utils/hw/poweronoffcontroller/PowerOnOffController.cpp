@@ -1,0 +1,544 @@
+#include "utils/hw/poweronoffcontroller/PowerOnOffController.h"
+
+#include "diagnostics/Log.h"
+#include "diagnostics/Trace.h"
+#include "utils/hw/poweronoffcontroller/Hal3AListener.h"
+#include "utils/hw/poweronoffcontroller/SensorPowerOnLock.h"
+#include "utils/hw/poweronoffcontroller/SharedDescriptor.h"
+
+#include <zeqcam/IPowerOnOffListener.h>
+#include <zeqcam/platform/AndroidLog.h>
+#include <zeqcam/platform/CamProfile.h>
+#include <zeqcam/platform/CentralTaskMgr.h>
+#include <zeqcam/platform/IHalSensor.h>
+#include <zeqcam/platform/Performance.h>
+#include <zeqcam/platform/Properties.h>
+#include <zeqcam/platform/UlxException.h>
+
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstddef>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <future>
+#include <system_error>
+#include <utility>
+
+#define ZEQCAM_LOG_TAG "zeqcam-PowerOnOffController"
+#define ZEQCAM_LOG_PREFIX "[PowerOnOffController::%s] "
+#define ZEQCAM_LOG_PREFIX_VALUES __FUNCTION__
+
+// Threads may still wait at process exit, so what they share is never destroyed.
+#if defined(__clang__)
+#define ZEQCAM_NEVER_DESTROYED [[clang::no_destroy]]
+#else
+#define ZEQCAM_NEVER_DESTROYED
+#endif
+
+namespace NSCam {
+namespace {
+
+using CTM::CentralTaskMgr;
+using CTM::TaskQueue;
+using diagnostics::ScopedTrace;
+using Utils::CamProfile;
+using Data = PowerOnOffController::Data;
+using SensorPowerState = PowerOnOffController::SensorPowerState;
+using Records = std::unordered_map<unsigned int, std::shared_ptr<Data>>;
+using States = std::unordered_map<unsigned int, SensorPowerState>;
+
+ZEQCAM_NEVER_DESTROYED constinit SensorPowerOnLock gSensorPowerOnLock;
+
+unsigned int keyOf(int sensorId) {
+    return static_cast<unsigned int>(sensorId);
+}
+
+// A negative id is widened with its sign and shown unsigned: -1 is 18446744073709551615.
+std::string decimal(int sensorId) {
+    return std::to_string(static_cast<std::uint64_t>(std::int64_t{sensorId}));
+}
+
+bool countsAsOn(SensorPowerState state) {
+    return state == SensorPowerState::PowerOn || state == SensorPowerState::PowerOngoing;
+}
+
+Data const* findRecord(Records const& records, int sensorId) {
+    auto const entry = records.find(keyOf(sensorId));
+    return entry == records.end() ? nullptr : entry->second.get();
+}
+
+// ---- Performance hints
+// -------------------------------------------------------------------------------------------
+
+constexpr int kAndroidLogDebug = 3;
+constexpr int kCameraUxScenario = 129;
+constexpr int kSetQos = 1;
+
+ZEQCAM_NEVER_DESTROYED constinit SharedDescriptor gQosFile("/sys/rsc/qos/set_task_qos");
+
+// Puts the calling thread into the camera UX scenario of the kernel's task QoS. A thread without the hint
+// still powers its sensor on, so a failure is a log line and nothing else.
+void writeqos_scen_change() {
+    auto const log = [](char const* format, auto... values) {
+        __android_log_print(kAndroidLogDebug, ZEQCAM_LOG_TAG, format, values...);
+    };
+    char line[32] = {};
+    int const tid = gettid();
+
+    SharedDescriptor::Use file(gQosFile);
+    if (file.get() < 0) return log("mm interface loadzeq_cameraux_scen failed.:%s\n", std::strerror(errno));
+
+    int const length = std::snprintf(line, sizeof line, "%d %d %d %d", tid, kCameraUxScenario, kSetQos, 0);
+    if (length < 0 || length == static_cast<int>(sizeof line))
+        return log("wrong scen (%s)\n", std::strerror(errno));
+
+    if (write(file.get(), line, static_cast<std::size_t>(length) + 1) < 0) {
+        log("write camera_ux failed.:%s\n", std::strerror(errno));
+        return file.forget();
+    }
+    if (Utils::Properties::property_get_int32("vendor.debug.camera.log", 0) >= 1) {
+        log("write camera_ux tid:%d isSetQos %d, issuccess\n", tid, kSetQos);
+    }
+}
+
+constexpr int kPowerOnNice = -20;
+
+// Returns what it was. No result is looked at: a process that may not raise it powers on all the same.
+int raisePriority() {
+    int const nice = getpriority(PRIO_PROCESS, 0);
+    setpriority(PRIO_PROCESS, 0, kPowerOnNice);
+    return nice;
+}
+
+// Gives the calling thread back the priority that it had.
+class CallersPriority {
+  public:
+    explicit CallersPriority(int nice) : mNice(nice) {}
+    ~CallersPriority() {
+        if (!mRestored) restore();
+    }
+    CallersPriority(CallersPriority const&) = delete;
+    CallersPriority& operator=(CallersPriority const&) = delete;
+
+    void restore() {
+        setpriority(PRIO_PROCESS, 0, mNice);
+        mRestored = true;
+    }
+
+  private:
+    int const mNice;
+    bool mRestored = false;
+};
+
+// ---- Power-on: admission
+// -----------------------------------------------------------------------------------------
+
+// Drops every sensor that counts as on and marks the others as powering on.
+void admit(std::vector<int>& sensorIds, States& states) {
+    auto const isDropped = [&states](int sensorId) {
+        auto const entry = states.find(keyOf(sensorId));
+        if (entry == states.end()) {
+            logWarning("sensorId(%d) is not of this controller, needs skipped", sensorId);
+            return true;
+        }
+        if (countsAsOn(entry->second)) {
+            logDebug("sensorId(%d) state: %d, needs skipped", sensorId, static_cast<int>(entry->second));
+            return true;
+        }
+        entry->second = SensorPowerState::PowerOngoing;
+        logDebug("sensorId(%d) state: PowerOngoing", sensorId);
+        return false;
+    };
+    sensorIds.erase(std::remove_if(sensorIds.begin(), sensorIds.end(), isDropped), sensorIds.end());
+}
+
+// ---- Power-on: records, budget, workers, notification
+// ------------------------------------------------------------
+
+// Releases a sensor's handle in the name of the controller that made it.
+struct ReleaseHandle {
+    std::string const* caller;
+
+    void operator()(IHalSensor* sensor) const {
+        if (sensor != nullptr) sensor->release(caller->c_str());
+    }
+};
+
+void requestPowerBudget() {
+    if (auto* const budget = IPowerBudgetHelper::getInstance()) budget->requestBudget();
+}
+
+// Powers one sensor on, on a thread of its own.
+class SensorPowerOnWorker {
+  public:
+    SensorPowerOnWorker(std::string const& caller, CamProfile const& profile, int sensorId,
+                        Data const* record)
+        : mCaller(caller), mProfile(profile), mSensorId(sensorId), mRecord(record) {}
+
+    void operator()() const {
+        std::string const label = "powerOnSensor: " + decimal(mSensorId);
+        ScopedTrace const section(label.c_str());
+
+        zeqcam_perfctrl_set_affinity();
+        writeqos_scen_change();
+        C2PSMachine::markCriticalTask();
+
+        logLine(Debug, "[initSensor] %s", label.c_str());
+        if (mRecord == nullptr) return;
+
+        unsigned int const index = keyOf(mSensorId);
+        if (mRecord->mHalSensor->powerOn(mCaller.c_str(), 1, &index) != 0) {
+            initListeners();
+            mRecord->mHalSensor->afterPowerOn(mCaller.c_str(), index);
+        } else {
+            std::string const message = "sensorIndex:" + decimal(mSensorId) + " powerOn failed";
+            logLine(Error, "[initSensor] %s", message.c_str());
+            Utils::Ulx::triggerUlxException(ZEQCAM_LOG_TAG, nullptr,
+                                            "\nCRDISPATCH_KEY:HalSensor PowerOn Failed");
+        }
+    }
+
+  private:
+    void initListeners() const {
+        for (auto const& listener : mRecord->mListeners) {
+            if (!listener) continue;
+            listener->init();
+            mProfile.print((listener->getName() + " -").c_str());
+        }
+    }
+
+    std::string const& mCaller;
+    CamProfile const& mProfile;
+    int const mSensorId;
+    Data const* const mRecord;  // null when the sensor has none
+};
+
+// The workers of one power-on. None outlives it, whichever way the power-on ends: they use what stands on its
+// stack.
+class SensorPowerOnWorkers {
+  public:
+    explicit SensorPowerOnWorkers(std::size_t count) { mFinished.reserve(count); }
+    ~SensorPowerOnWorkers() {
+        for (auto const& finished : mFinished) finished.wait();
+    }
+    SensorPowerOnWorkers(SensorPowerOnWorkers const&) = delete;
+    SensorPowerOnWorkers& operator=(SensorPowerOnWorkers const&) = delete;
+
+    // False when no thread can be created.
+    bool start(SensorPowerOnWorker const& worker) {
+        try {
+            mFinished.push_back(std::async(std::launch::async, worker).share());
+            return true;
+        } catch (std::system_error const&) {
+            return false;
+        }
+    }
+
+    // Passes on what a worker threw. A sensor that failed to power on is no exception: its worker has
+    // reported it.
+    void wait() const {
+        for (auto const& finished : mFinished) finished.get();
+    }
+
+  private:
+    std::vector<std::shared_future<void>> mFinished;
+};
+
+// Front to back until one refuses.
+bool notifyListeners(Data const& record) {
+    return std::all_of(record.mListeners.begin(), record.mListeners.end(),
+                       [](auto const& listener) { return !listener || listener->notifyPowerOn(); });
+}
+
+// Every sensor's listeners hear of the power-on, also after another sensor's have refused.
+bool notifyPowerOn(std::vector<int> const& sensorIds, Records const& records) {
+    bool accepted = true;
+    for (int const sensorId : sensorIds) {
+        Data const* const record = findRecord(records, sensorId);
+        if (record != nullptr && !notifyListeners(*record)) accepted = false;
+    }
+    return accepted;
+}
+
+// ---- Power-off
+// ---------------------------------------------------------------------------------------------------
+
+// The power-off of one entry of a request. The task queue and the thread that asked may both come to run it,
+// at any time and in any order: whoever claims it first runs it, the other leaves it and all that it refers
+// to alone.
+class PowerOffTask {
+  public:
+    PowerOffTask(std::string const& caller, int sensorId, Data const* record)
+        : mCaller(caller), mSensorId(sensorId), mRecord(record) {}
+
+    [[nodiscard]] bool claim() { return !mClaimed.exchange(true); }
+
+    // Whoever has claimed it.
+    void run() noexcept {
+        try {
+            powerOff();
+        } catch (...) {
+            mFailure = std::current_exception();
+        }
+        mFinished.store(true);
+        mFinished.notify_all();
+    }
+
+    void wait() const { mFinished.wait(false); }
+
+    // The rest after it has finished.
+    [[nodiscard]] int sensorId() const { return mSensorId; }
+    [[nodiscard]] bool isOff() const { return mFailure == nullptr; }
+    void passOnFailure() const {
+        if (mFailure != nullptr) std::rethrow_exception(mFailure);
+    }
+
+  private:
+    void powerOff() const {
+        std::string const label = "powerOff: " + decimal(mSensorId);
+        ScopedTrace const section(label.c_str());
+        if (mRecord == nullptr) return;
+        for (auto const& listener : mRecord->mListeners) {
+            if (listener) listener->notifyPowerOff();
+        }
+        unsigned int const index = keyOf(mSensorId);
+        mRecord->mHalSensor->powerOff(mCaller.c_str(), 1, &index);
+    }
+
+    std::string const& mCaller;
+    int const mSensorId;
+    Data const* const mRecord;  // null when the sensor has none
+    std::exception_ptr mFailure;
+    std::atomic<bool> mClaimed{false};
+    std::atomic<bool> mFinished{false};
+};
+
+using PowerOffTasks = std::vector<std::shared_ptr<PowerOffTask>>;
+
+PowerOffTasks makePowerOffTasks(std::string const& caller, std::vector<int> const& sensorIds,
+                                Records const& records) {
+    PowerOffTasks tasks;
+    tasks.reserve(sensorIds.size());
+    for (int const sensorId : sensorIds) {
+        tasks.push_back(std::make_shared<PowerOffTask>(caller, sensorId, findRecord(records, sensorId)));
+    }
+    return tasks;
+}
+
+constexpr unsigned int kPostValue = 1;
+
+// Empty when there is no queue, no handle or no future, or when the post fails: the task is then the caller's
+// to run, unless the queue has come to it after all.
+std::shared_future<void> post(std::shared_ptr<TaskQueue>& queue, std::shared_ptr<PowerOffTask> const& task) {
+    if (!queue) return {};
+    try {
+        auto const handle = CentralTaskMgr::asyncPost(queue, kPostValue, [task] {
+            if (task->claim()) task->run();
+        });
+        return handle ? handle->getFuture() : std::shared_future<void>();
+    } catch (...) {
+        return {};
+    }
+}
+
+void markOff(PowerOffTasks const& tasks, States& states) {
+    for (auto const& task : tasks) {
+        auto const entry = states.find(keyOf(task->sensorId()));
+        if (task->isOff() && entry != states.end()) entry->second = SensorPowerState::PowerOff;
+    }
+}
+
+}  // namespace
+
+// ---- The interface
+// -----------------------------------------------------------------------------------------------
+
+IPowerOnOffController::~IPowerOnOffController() = default;
+
+std::shared_ptr<IPowerOnOffController> IPowerOnOffController::create(CreationInfo const& info) {
+    return std::make_shared<PowerOnOffController>(info);
+}
+
+void IPowerOnOffController::waitSensorsPowerOff() {
+    gSensorPowerOnLock.wait();
+}
+
+// ---- The controller
+// ----------------------------------------------------------------------------------------------
+
+PowerOnOffController::PowerOnOffController() = default;
+
+PowerOnOffController::PowerOnOffController(CreationInfo const& info) : mSensorIds(info.sensorIds) {
+    for (int const sensorId : mSensorIds) mStateMap.emplace(keyOf(sensorId), SensorPowerState::PowerOff);
+    mTaskQueue = CentralTaskMgr::createQueue({.name = "powerOnOffCtrl", .type = 0});
+}
+
+PowerOnOffController::~PowerOnOffController() {
+    for (auto const& [key, record] : mDataMap) {
+        if (!record) continue;
+        for (auto const& listener : record->mListeners) {
+            logWarning("release but something(%d) still in list", static_cast<int>(key));
+            if (listener) listener->notifyPowerOff();
+        }
+        record->mHalSensor->powerOff(mName.c_str(), 1, &key);
+    }
+    mStateMap.clear();
+    gSensorPowerOnLock.releaseHeldBy(this);
+}
+
+std::unordered_map<unsigned int, bool> PowerOnOffController::getStatus() {
+    std::unordered_map<unsigned int, bool> status;
+    std::lock_guard const state(mStateLock);
+    status.reserve(mStateMap.size());
+    for (auto const& [key, powerState] : mStateMap) status.emplace(key, countsAsOn(powerState));
+    return status;
+}
+
+// Marks the admitted sensors as on when their power-on has ended, whichever way.
+class PowerOnOffController::SettledStates {
+  public:
+    SettledStates(PowerOnOffController& controller, std::vector<int> const& sensorIds)
+        : mController(controller), mSensorIds(sensorIds) {}
+    ~SettledStates() {
+        std::lock_guard const state(mController.mStateLock);
+        for (int const sensorId : mSensorIds) {
+            mController.mStateMap.find(keyOf(sensorId))->second = SensorPowerState::PowerOn;
+        }
+    }
+    SettledStates(SettledStates const&) = delete;
+    SettledStates& operator=(SettledStates const&) = delete;
+
+  private:
+    PowerOnOffController& mController;
+    std::vector<int> const& mSensorIds;
+};
+
+bool PowerOnOffController::powerOn(std::vector<int> sensorIds) {
+    if (sensorIds.empty()) return true;
+
+    // The outcome is for the log alone: a busy lock keeps nobody from powering on. Once taken it stays held
+    // beyond this call, until a power-off or the destructor releases it, on whatever thread.
+    if (gSensorPowerOnLock.tryAcquire(this)) {
+        logDebug("get PowerOnLock, Sensor power on");
+    } else {
+        logDebug(" failed to get PowerOnLock, exist power on sensor or waitSensorsPowerOff() operating");
+    }
+
+    std::lock_guard const powerOp(mPowerOpLock);
+    {
+        std::lock_guard const state(mStateLock);
+        admit(sensorIds, mStateMap);
+    }
+    SettledStates const settled(*this, sensorIds);
+    return powerOnOps(sensorIds);
+}
+
+bool PowerOnOffController::powerOnOps(std::vector<int> const& sensorIds) {
+    if (sensorIds.empty()) return true;
+
+    logInfo("powerOn +");
+    // The priority is raised before the section opens and back before it closes.
+    int const callersNice = raisePriority();
+    ScopedTrace const section("LogicalDev powerOn");
+    CallersPriority callersPriority(callersNice);
+    writeqos_scen_change();
+    C2PSMachine::markCriticalTask();
+    CamProfile const profile("powerOnOps", mName.c_str());
+
+    for (int const sensorId : sensorIds) {
+        std::shared_ptr<Data> record = createData(sensorId);
+        if (!record) {
+            logError("create data fail");
+            return false;
+        }
+        logDebug(findRecord(mDataMap, sensorId) == nullptr ? "add new data" : "replace data");
+        mDataMap.insert_or_assign(keyOf(sensorId), std::move(record));
+    }
+
+    requestPowerBudget();
+
+    SensorPowerOnWorkers workers(sensorIds.size());
+    for (int const sensorId : sensorIds) {
+        if (!workers.start({mName, profile, sensorId, findRecord(mDataMap, sensorId)})) {
+            logError("create worker fail");
+            return false;
+        }
+    }
+    workers.wait();
+    profile.print("Sensor powerOn -");
+
+    logInfo("3A notifyPowerOn");
+    bool const accepted = notifyPowerOn(sensorIds, mDataMap);
+    profile.print("3A notifyPowerOn -");
+
+    callersPriority.restore();
+    logInfo("powerOn -");
+    return accepted;
+}
+
+std::shared_ptr<PowerOnOffController::Data> PowerOnOffController::createData(int sensorIdx) {
+    IHalSensorList* const sensorList = IHalSensorList::get();
+    if (sensorList == nullptr) {
+        logError("Bad HalSensorList");
+        return nullptr;
+    }
+    std::shared_ptr<IHalSensor> sensor(sensorList->createSensor(mName.c_str(), sensorIdx),
+                                       ReleaseHandle{&mName});
+    if (!sensor) {
+        logError("Bad HalSensor - sensorId=%d", sensorIdx);
+        return nullptr;
+    }
+    auto listener = std::make_shared<Hal3AListener>(sensorIdx, mName);
+    auto record = std::make_shared<Data>();
+    record->mHalSensor = std::move(sensor);
+    record->mListeners.push_back(std::move(listener));
+    return record;
+}
+
+void PowerOnOffController::powerOff(std::vector<int> sensorIds) {
+    if (sensorIds.empty()) return;
+
+    std::lock_guard const powerOp(mPowerOpLock);
+    logInfo("powerOff +");
+    ScopedTrace const section("LogicalDev powerOff");
+
+    PowerOffTasks const tasks = makePowerOffTasks(mName, sensorIds, mDataMap);
+    std::vector<std::shared_future<void>> queued(tasks.size());
+    bool const onQueue = sensorIds.size() > 1;  // one sensor is not worth a thread switch
+    for (std::size_t i = 0; onQueue && i < tasks.size(); ++i) queued[i] = post(mTaskQueue, tasks[i]);
+
+    // Nothing from the first post to the last wait throws: no task is left to a queue that this call does not
+    // wait for.
+    for (std::size_t i = 0; i < tasks.size(); ++i) {
+        if (queued[i].valid()) queued[i].wait();
+        if (tasks[i]->claim()) {
+            if (onQueue) {
+                logWarning("sensorId(%d) power-off not queued, runs on the caller's thread",
+                           tasks[i]->sensorId());
+            }
+            tasks[i]->run();
+        }
+        tasks[i]->wait();
+    }
+
+    for (auto const& task : tasks) {
+        if (task->isOff()) mDataMap.erase(keyOf(task->sensorId()));
+    }
+    if (mDataMap.empty()) {
+        logDebug("gSensorPowerOnLock unlock");
+        gSensorPowerOnLock.release();
+    }
+    logInfo("powerOff -");
+    {
+        std::lock_guard const state(mStateLock);
+        markOff(tasks, mStateMap);
+    }
+    for (auto const& task : tasks) task->passOnFailure();
+}
+
+}  // namespace NSCam

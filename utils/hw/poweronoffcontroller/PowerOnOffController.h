@@ -1,0 +1,81 @@
+#pragma once
+
+#include <zeqcam/IPowerOnOffController.h>
+#include <zeqcam/ThreadSafety.h>
+#include <zeqcam/Visibility.h>
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace NSCam {
+
+class IHalSensor;
+class IPowerOnOffListener;
+
+namespace CTM {
+class TaskQueue;
+}
+
+// The sequences behind IPowerOnOffController. Power operations hold mPowerOpLock throughout; mStateLock is
+// taken inside it, for moments only, so that getStatus() answers meanwhile. Sensor ids are keys by their 32
+// bits.
+class ZEQCAM_API PowerOnOffController : public IPowerOnOffController {
+  public:
+    // A sensor that is powered, or was tried. Released with its controller at the latest.
+    struct Data {
+        Data() = default;
+        // Listeners go before the sensor that they serve, the last one first.
+        ~Data() {
+            while (!mListeners.empty()) mListeners.pop_back();
+        }
+        Data(Data const&) = delete;
+        Data& operator=(Data const&) = delete;
+
+        std::shared_ptr<IHalSensor> mHalSensor;  // releases its handle through the platform
+        std::vector<std::shared_ptr<IPowerOnOffListener>>
+            mListeners;  // told front to back; empty entries are skipped
+    };
+
+    enum class SensorPowerState : std::uint32_t { PowerOff = 0, PowerOn = 1, PowerOngoing = 2 };
+
+    // A controller of no sensor, without a task queue.
+    PowerOnOffController();
+    explicit PowerOnOffController(CreationInfo const& info);
+    ~PowerOnOffController() override;
+    PowerOnOffController(PowerOnOffController const&) = delete;
+    PowerOnOffController& operator=(PowerOnOffController const&) = delete;
+
+    bool powerOn(std::vector<int> sensorIds) override EXCLUDES(mPowerOpLock, mStateLock);
+    void powerOff(std::vector<int> sensorIds) override EXCLUDES(mPowerOpLock, mStateLock);
+    std::unordered_map<unsigned int, bool> getStatus() override EXCLUDES(mStateLock);
+
+  private:
+    class SettledStates;
+    friend struct BoundaryCheck;  // reads the layout at compile time
+
+  protected:
+    // A new record with the sensor's handle and its 3A listener, not yet initialised; filed nowhere. Empty
+    // when the platform has no sensor list or makes no handle.
+    std::shared_ptr<Data> createData(int sensorIdx);
+
+    // Powers the admitted sensors on, all at once. False when a record or a worker could not be made or a
+    // listener refused.
+    bool powerOnOps(std::vector<int> const& sensorIds) REQUIRES(mPowerOpLock) EXCLUDES(mStateLock);
+
+    std::string mName =
+        "zeqcam-PowerOnOffController";  // the caller name: first argument of every sensor call
+    std::vector<int> mSensorIds;        // as given at creation
+    // Workers and power-off tasks reach records without it: the thread that holds it waits for them.
+    std::mutex mPowerOpLock ACQUIRED_BEFORE(mStateLock);
+    std::unordered_map<unsigned int, std::shared_ptr<Data>> mDataMap GUARDED_BY(mPowerOpLock);
+    std::mutex mStateLock;
+    // Its keys stand from creation to destruction; only the states change.
+    std::unordered_map<unsigned int, SensorPowerState> mStateMap GUARDED_BY(mStateLock);
+    std::shared_ptr<CTM::TaskQueue> mTaskQueue;  // empty when the platform could not make it
+};
+
+}  // namespace NSCam
