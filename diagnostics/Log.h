@@ -24,11 +24,11 @@
     logLine(level, ZEQCAM_LOG_PREFIX format, ZEQCAM_LOG_PREFIX_VALUES, __VA_ARGS__)
 
 // A statement with a format of its own in place of the file's prefix.
-#define logLine(level, format, ...)                                                                      \
-    (::NSCam::diagnostics::passesGate<::NSCam::diagnostics::Level::level>()                              \
-         ? ::NSCam::diagnostics::deliver<::NSCam::diagnostics::Level::level>(                            \
-               {ZEQCAM_LOG_TAG, __FILE__, __LINE__, __FUNCTION__},                                       \
-               (false ? ::NSCam::diagnostics::checkFormat(format, __VA_ARGS__) : (format)), __VA_ARGS__) \
+#define logLine(level, format, ...)                                                             \
+    (::NSCam::diagnostics::passesGate<::NSCam::diagnostics::Level::level>()                     \
+         ? (static_cast<void>(false && ::NSCam::diagnostics::checkFormat(format, __VA_ARGS__)), \
+            ::NSCam::diagnostics::deliver<::NSCam::diagnostics::Level::level>(                  \
+                {ZEQCAM_LOG_TAG, __FILE__, __LINE__, __FUNCTION__}, format, __VA_ARGS__))       \
          : static_cast<void>(0))
 
 namespace NSCam::diagnostics {
@@ -72,7 +72,7 @@ bool passesGate() noexcept {
 }
 
 // Lends a format to the compiler's check against its values. Never called.
-[[gnu::format(printf, 1, 2)]] char const* checkFormat(char const* format, ...);
+[[gnu::format(printf, 1, 2)]] bool checkFormat(char const* format, ...);
 
 constexpr cam_debug_level_t debugPrintLevel(Level level) {
     switch (level) {

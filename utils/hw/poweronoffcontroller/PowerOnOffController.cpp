@@ -27,6 +27,7 @@
 #include <exception>
 #include <future>
 #include <system_error>
+#include <thread>
 #include <utility>
 
 #define ZEQCAM_LOG_TAG "zeqcam-PowerOnOffController"
@@ -219,34 +220,42 @@ class SensorPowerOnWorker {
 };
 
 // The workers of one power-on. None outlives it, whichever way the power-on ends: they use what stands on its
-// stack.
+// stack. Threads of its own and no std::async, which with some standard libraries waits for ever after a
+// thread could not be created.
 class SensorPowerOnWorkers {
   public:
-    explicit SensorPowerOnWorkers(std::size_t count) { mFinished.reserve(count); }
+    explicit SensorPowerOnWorkers(std::size_t count) {
+        mThreads.reserve(count);
+        mFinished.reserve(count);
+    }
     ~SensorPowerOnWorkers() {
-        for (auto const& finished : mFinished) finished.wait();
+        for (auto& thread : mThreads) thread.join();
     }
     SensorPowerOnWorkers(SensorPowerOnWorkers const&) = delete;
     SensorPowerOnWorkers& operator=(SensorPowerOnWorkers const&) = delete;
 
     // False when no thread can be created.
     bool start(SensorPowerOnWorker const& worker) {
+        std::packaged_task<void()> task(worker);
+        std::future<void> finished = task.get_future();
         try {
-            mFinished.push_back(std::async(std::launch::async, worker).share());
-            return true;
+            mThreads.emplace_back(std::move(task));
         } catch (std::system_error const&) {
             return false;
         }
+        mFinished.push_back(std::move(finished));
+        return true;
     }
 
     // Passes on what a worker threw. A sensor that failed to power on is no exception: its worker has
     // reported it.
-    void wait() const {
-        for (auto const& finished : mFinished) finished.get();
+    void wait() {
+        for (auto& finished : mFinished) finished.get();
     }
 
   private:
-    std::vector<std::shared_future<void>> mFinished;
+    std::vector<std::thread> mThreads;
+    std::vector<std::future<void>> mFinished;
 };
 
 // Front to back until one refuses.

@@ -52,8 +52,7 @@ class SensorPowerOnLock {
     }
 
     std::mutex mChange;  // held for a few instructions only
-    void const* mHolder GUARDED_BY(mChange)
-    = nullptr;
+    void const* mHolder GUARDED_BY(mChange) = nullptr;
     std::atomic<std::uint32_t> mTurn{0};
 };
 
