@@ -1,0 +1,96 @@
+#include "Device.h"
+
+#include <algorithm>
+
+namespace zeqcam::board {
+
+namespace {
+
+std::uint64_t nextSerial() {
+    static std::atomic<std::uint64_t> last = 0;
+    return last.fetch_add(1, std::memory_order_relaxed) + 1;
+}
+
+}  // namespace
+
+constinit thread_local bool tInBoard = false;
+
+Device::Device(Settings settings) : serial(nextSerial()) {
+    std::lock_guard const hold(mChanging);
+    publish(std::make_unique<Version>(Version{std::move(settings), {}}));
+}
+
+Sensor const* Device::settingsOf(int sensor) const {
+    auto const& sensors = settings().sensors;
+    auto const found = sensors.find(sensor);
+    return found == sensors.end() ? nullptr : &found->second;
+}
+
+ImageSensor* Device::sensor(int id) const {
+    auto const& sensors = present().sensors;
+    auto const found = sensors.find(id);
+    return found == sensors.end() ? nullptr : found->second.get();
+}
+
+void Device::change(std::function<void(Settings&)> const& edit) {
+    std::lock_guard const hold(mChanging);
+    auto edited = std::make_unique<Version>(present());
+    edit(edited->settings);
+    publish(std::move(edited));
+    setLogControls(settings().log);
+    wakeSensors();
+}
+
+void Device::retire() {
+    mRetired.store(true, std::memory_order_release);
+    wakeSensors();
+    std::vector<std::weak_ptr<WorkQueue>> queues;
+    {
+        std::lock_guard const hold(mQueuesLock);
+        queues = mQueues;
+    }
+    for (auto const& weak : queues) {
+        if (auto const queue = weak.lock()) queue->hurry();
+    }
+    for (Task const& task : takeHeld()) noteDropped(*this, task);
+}
+
+void Device::publish(std::unique_ptr<Version> version) {
+    for (auto const& [id, settings] : version->settings.sensors) {
+        if (auto& sensor = version->sensors[id]; !sensor) sensor = std::make_shared<ImageSensor>();
+    }
+    mVersions.push_back(std::move(version));
+    mPresent.store(mVersions.back().get(), std::memory_order_release);
+}
+
+void Device::wakeSensors() const {
+    for (auto const& [id, sensor] : present().sensors) sensor->wake();
+}
+
+void Device::add(std::shared_ptr<WorkQueue> const& queue) {
+    std::lock_guard const hold(mQueuesLock);
+    std::erase_if(mQueues, [](auto const& weak) { return weak.expired(); });
+    mQueues.push_back(queue);
+}
+
+void Device::hold(Task task) {
+    std::lock_guard const hold(mQueuesLock);
+    mHeld.push_back(std::move(task));
+}
+
+std::vector<Task> Device::takeHeld() {
+    std::lock_guard const hold(mQueuesLock);
+    return std::exchange(mHeld, {});
+}
+
+void Device::add(ExceptionReport report) {
+    std::lock_guard const hold(mReportsLock);
+    mReports.push_back(std::move(report));
+}
+
+std::vector<ExceptionReport> Device::exceptionReports() const {
+    std::lock_guard const hold(mReportsLock);
+    return mReports;
+}
+
+}  // namespace zeqcam::board

@@ -1,0 +1,129 @@
+#pragma once
+
+#include "ImageSensor.h"
+#include "TaskQueue.h"
+
+#include <zeqcam/ThreadSafety.h>
+#include <zeqcam/board/Board.h>
+#include <zeqcam/board/Journal.h>
+
+#include <atomic>
+#include <cstdarg>
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace zeqcam::board {
+
+extern constinit thread_local bool tInBoard;
+
+// What inBoard() answers on this thread until the scope ends.
+class InBoard {
+  public:
+    explicit InBoard(bool inBoard = true) : mOuter(std::exchange(tInBoard, inBoard)) {}
+    ~InBoard() { tInBoard = mOuter; }
+    InBoard(InBoard const&) = delete;
+    InBoard& operator=(InBoard const&) = delete;
+
+  private:
+    bool const mOuter;
+};
+
+// For calls that may not throw, from C and from destructors: what memory is lacking for is left out.
+template <class Call>
+void withoutThrowing(Call const& call) noexcept {
+    try {
+        call();
+    } catch (...) {
+    }
+}
+
+// `describe` makes the entry, and is not called while the journal is off.
+template <class Describe>
+void note(Journal& journal, Describe const& describe) noexcept {
+    if (!journal.isOn()) return;
+    withoutThrowing([&] { journal.add(describe()); });
+}
+
+inline char const* textOf(char const* text) {
+    return text ? text : "(null)";
+}
+
+std::string expand(char const* format, std::va_list values);
+
+// What stands behind the boundary. The board owns it together with every handle, service and queue that it
+// has handed out, so that these stay harmless when the board has gone.
+//
+// Calls of different threads meet on no lock that the device would not have either: a lock here would order
+// them and hide races of the code under test.
+class Device : public std::enable_shared_from_this<Device> {
+  public:
+    explicit Device(Settings settings);
+
+    std::uint64_t const serial;  // differs from that of every other device of the process
+    Journal journal;
+    std::atomic<int> openHandles = 0;
+    std::atomic<int> openServices = 0;
+
+    // Stays valid, with its present values, as long as the device.
+    [[nodiscard]] Settings const& settings() const { return present().settings; }
+    // Null when the board has no such sensor.
+    [[nodiscard]] Sensor const* settingsOf(int sensor) const;
+    // Null when the board never had such a sensor.
+    [[nodiscard]] ImageSensor* sensor(int id) const;
+    void change(std::function<void(Settings&)> const& edit);
+
+    // Lets go whatever waits: sensors stop waiting, late tasks run, held tasks are destroyed.
+    void retire();
+    [[nodiscard]] bool isRetired() const { return mRetired.load(std::memory_order_acquire); }
+
+    void add(std::shared_ptr<WorkQueue> const& queue);
+    void hold(Task task);
+    std::vector<Task> takeHeld();
+
+    void add(ExceptionReport report);
+    [[nodiscard]] std::vector<ExceptionReport> exceptionReports() const;
+
+    // One line in logcat's threadtime format to the stream of the settings.
+    void writeLogLine(char level, char const* tag, std::string const& message);
+
+  private:
+    struct Version {
+        Settings settings;
+        std::map<int, std::shared_ptr<ImageSensor>> sensors;  // those of earlier versions too
+    };
+
+    [[nodiscard]] Version const& present() const { return *mPresent.load(std::memory_order_acquire); }
+    void publish(std::unique_ptr<Version> version) REQUIRES(mChanging);
+    void wakeSensors() const;
+
+    std::atomic<Version const*> mPresent = nullptr;
+    std::atomic<bool> mRetired = false;
+
+    std::mutex mChanging;
+    // All versions are kept: readers take no lock and no share.
+    std::vector<std::unique_ptr<Version const>> mVersions GUARDED_BY(mChanging);
+
+    std::mutex mQueuesLock;
+    std::vector<std::weak_ptr<WorkQueue>> mQueues GUARDED_BY(mQueuesLock);
+    std::vector<Task> mHeld GUARDED_BY(mQueuesLock);
+
+    mutable std::mutex mReportsLock;
+    std::vector<ExceptionReport> mReports GUARDED_BY(mReportsLock);
+
+    std::mutex mStreamLock;  // held while a line is written
+};
+
+// The device of the board that stands, or null. It stays until the call across the boundary ends: whoever
+// destroys a board guarantees that.
+Device* standing();
+
+// Sets the process-wide controls that the camera's logging reads.
+void setLogControls(LogControls const& controls);
+
+}  // namespace zeqcam::board

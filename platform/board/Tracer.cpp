@@ -1,0 +1,100 @@
+#include "Device.h"
+
+#include <zeqcam/platform/Atrace.h>
+#include <zeqcam/platform/CamProfile.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <new>
+#include <type_traits>
+
+namespace zeqcam::board {
+namespace {
+
+// The sections that a thread has open. Those that an earlier board was told of are no longer open.
+struct OpenSections {
+    std::uint64_t device = 0;
+    std::vector<std::string> labels;
+
+    std::vector<std::string>& of(Device const& current) {
+        if (device != current.serial) *this = {current.serial, {}};
+        return labels;
+    }
+};
+
+thread_local OpenSections tSections;
+
+// What a profile keeps in its opaque bytes. When its marks were printed stands in the journal.
+struct Profile {
+    char const* function;
+};
+static_assert(sizeof(Profile) <= sizeof(NSCam::Utils::CamProfile) &&
+              std::is_trivially_destructible_v<Profile>);
+
+}  // namespace
+}  // namespace zeqcam::board
+
+using namespace zeqcam::board;
+
+std::uint64_t atrace_get_enabled_tags() {
+    Device const* const device = standing();
+    return device ? device->settings().traceTags : 0;
+}
+
+void atrace_begin_body(char const* label) {
+    InBoard const inside;
+    Device* const device = standing();
+    if (!device) return;
+    note(device->journal, [&] { return Entry{.kind = Kind::TraceBegin, .text = textOf(label)}; });
+    withoutThrowing([&] { tSections.of(*device).emplace_back(textOf(label)); });
+}
+
+void atrace_end_body() {
+    InBoard const inside;
+    Device* const device = standing();
+    if (!device) return;
+    withoutThrowing([&] {
+        std::vector<std::string>& labels = tSections.of(*device);
+        std::string closed;
+        if (!labels.empty()) {
+            closed = std::move(labels.back());
+            labels.pop_back();
+        }
+        note(device->journal, [&] { return Entry{.kind = Kind::TraceEnd, .text = closed}; });
+    });
+}
+
+namespace NSCam::Utils {
+
+CamProfile::CamProfile(char const* function, char const* tag) {
+    InBoard const inside;
+    new (mOpaque) Profile{function};
+    if (Device* const device = standing()) {
+        note(device->journal, [&] {
+            return Entry{.kind = Kind::ProfileBegin, .text = textOf(function), .detail = textOf(tag)};
+        });
+    }
+}
+
+CamProfile::~CamProfile() {
+    InBoard const inside;
+    Device* const device = standing();
+    if (!device) return;
+    note(device->journal, [this] {
+        auto const* const profile = std::launder(reinterpret_cast<Profile const*>(mOpaque));
+        return Entry{.kind = Kind::ProfileEnd, .text = textOf(profile->function)};
+    });
+}
+
+void CamProfile::print(char const* format, ...) const {
+    InBoard const inside;
+    Device* const device = standing();
+    if (!device) return;
+    std::va_list values;
+    va_start(values, format);
+    note(device->journal,
+         [&] { return Entry{.kind = Kind::ProfileMark, .text = expand(textOf(format), values)}; });
+    va_end(values);
+}
+
+}  // namespace NSCam::Utils

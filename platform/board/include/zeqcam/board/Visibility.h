@@ -1,0 +1,3 @@
+#pragma once
+
+#define ZEQCAM_BOARD_API [[gnu::visibility("default")]]

@@ -1,0 +1,165 @@
+#include "PowerTest.h"
+
+#include <zeqcam/board/QosFile.h>
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <string>
+
+namespace zeqcam::tests {
+namespace {
+
+using board::QosFile;
+using testing::Contains;
+using testing::Each;
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::MatchesRegex;
+using testing::UnorderedElementsAreArray;
+
+std::string hintOf(int thread) {
+    return std::to_string(thread) + " 129 1 0";
+}
+
+// Those that can be written to: the board reads the file through one of its own.
+int openDescriptors() {
+    int open = 0;
+    for (auto const& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        std::error_code gone;
+        bool const isQosFile =
+            std::filesystem::read_symlink(entry, gone).string().find("set_task_qos") != std::string::npos;
+        if (isQosFile && (fcntl(std::stoi(entry.path().filename()), F_GETFL) & O_ACCMODE) == O_WRONLY) ++open;
+    }
+    return open;
+}
+
+class QosTest : public PowerTest {
+  protected:
+    void SetUp() override {
+        PowerTest::SetUp();
+        if (!QosFile::provided()) GTEST_SKIP() << "this process may not have a QoS file of its own";
+        QosFile::set(QosFile::Is::Full);  // the library forgets a descriptor of an earlier test
+        cycle({0});
+        QosFile::set(QosFile::Is::Writable);
+        static_cast<void>(QosFile::takeLines());
+        journal().clear();
+    }
+    void TearDown() override {
+        if (QosFile::provided()) QosFile::set(QosFile::Is::Writable);
+        PowerTest::TearDown();
+    }
+    std::vector<Entry> cycle(std::vector<int> const& sensors) {
+        auto const controller = create(sensors);
+        auto told = entriesOf([&] { controller->powerOn(sensors); });
+        controller->powerOff(sensors);
+        return told;
+    }
+    static std::vector<std::string> androidLines(std::vector<Entry> const& told) {
+        std::vector<std::string> lines;
+        for (Entry const& entry : ofKinds(told, {Kind::AndroidLog})) {
+            EXPECT_EQ(entry.number, 3);
+            EXPECT_EQ(entry.text, "zeqcam-PowerOnOffController");
+            lines.push_back(entry.shown);
+        }
+        return lines;
+    }
+};
+
+TEST_F(QosTest, WritesOneLineForTheCallerAndForEachWorker) {
+    auto const told = cycle({0, 1});
+    std::vector<std::string> hints = {hintOf(gettid())};
+    for (int const thread : threadsOf(told, Kind::SensorPowerOn)) hints.push_back(hintOf(thread));
+    EXPECT_THAT(QosFile::takeLines(), UnorderedElementsAreArray(hints));
+    EXPECT_THAT(androidLines(told), IsEmpty());
+}
+
+TEST_F(QosTest, EndsEachLineWithAZeroByte) {
+    QosFile::set(QosFile::Is::Writable);
+    auto const told = cycle({0});
+    std::string const zero(1, '\0');
+    EXPECT_THAT(QosFile::bytes(),
+                testing::EndsWith(hintOf(gettid()) + zero +
+                                  hintOf(threadsOf(told, Kind::SensorPowerOn).at(0)) + zero));
+}
+
+TEST_F(QosTest, OpensTheFileOnceAndKeepsItOpen) {
+    EXPECT_EQ(openDescriptors(), 0);
+    cycle({0, 1, 2});
+    EXPECT_EQ(openDescriptors(), 1);
+    cycle({0, 1, 2});
+    EXPECT_EQ(openDescriptors(), 1);
+}
+
+TEST_F(QosTest, TriesAMissingFileAnewAtEveryHint) {
+    QosFile::set(QosFile::Is::Missing);
+    EXPECT_THAT(androidLines(cycle({0, 1})),
+                ElementsAre("mm interface loadzeq_cameraux_scen failed.:No such file or directory\n",
+                            "mm interface loadzeq_cameraux_scen failed.:No such file or directory\n",
+                            "mm interface loadzeq_cameraux_scen failed.:No such file or directory\n"));
+    EXPECT_EQ(openDescriptors(), 0);
+    QosFile::set(QosFile::Is::Writable);
+    EXPECT_THAT(androidLines(cycle({0})), IsEmpty());
+    EXPECT_EQ(QosFile::takeLines().size(), 2U);
+}
+
+TEST_F(QosTest, AReadOnlyFileIsOneThatCannotBeOpened) {
+    QosFile::set(QosFile::Is::ReadOnly);
+    EXPECT_THAT(androidLines(cycle({0})),
+                Each(MatchesRegex("mm interface loadzeq_cameraux_scen failed.:.+\n")));
+    EXPECT_EQ(openDescriptors(), 0);
+}
+
+TEST_F(QosTest, OpensTheFileAgainAfterAFailedWrite) {
+    QosFile::set(QosFile::Is::Full);
+    EXPECT_THAT(androidLines(cycle({0})), ElementsAre("write camera_ux failed.:No space left on device\n",
+                                                      "write camera_ux failed.:No space left on device\n"));
+    EXPECT_EQ(openDescriptors(), 0);
+    QosFile::set(QosFile::Is::Writable);
+    cycle({0});
+    EXPECT_EQ(QosFile::takeLines().size(), 2U);
+    EXPECT_EQ(openDescriptors(), 1);
+}
+
+TEST_F(QosTest, TellsASuccessOnlyWhenThePropertyAsksForIt) {
+    for (int const value : {-1, 0, 1, 2}) {
+        board().change(
+            [&](board::Settings& settings) { settings.properties["vendor.debug.camera.log"] = value; });
+        auto const told = cycle({0});
+        if (value < 1) {
+            EXPECT_THAT(androidLines(told), IsEmpty()) << value;
+        } else {
+            EXPECT_THAT(androidLines(told), Contains("write camera_ux tid:" + std::to_string(gettid()) +
+                                                     " isSetQos 1, issuccess\n"));
+        }
+    }
+}
+
+TEST_F(QosTest, SharesTheDescriptorAmongThreadsThroughFailures) {
+    auto const powerCycles = [](int sensor) {
+        auto const controller = create({sensor});
+        for (int i = 0; i < 100; ++i) {
+            controller->powerOn({sensor});
+            controller->powerOff({sensor});
+        }
+    };
+    auto const ofAllSensorsAtOnce = [&] {
+        Background zero([&] { powerCycles(0); });
+        Background one([&] { powerCycles(1); });
+        Background two([&] { powerCycles(2); });
+    };
+    QosFile::set(QosFile::Is::Full);
+    EXPECT_THAT(androidLines(entriesOf(ofAllSensorsAtOnce)),
+                Each("write camera_ux failed.:No space left on device\n"))
+        << "no write reaches a closed descriptor";
+    EXPECT_EQ(openDescriptors(), 0);
+    QosFile::set(QosFile::Is::Writable);
+    EXPECT_THAT(androidLines(entriesOf(ofAllSensorsAtOnce)), IsEmpty());
+    EXPECT_EQ(QosFile::takeLines().size(), 600U);
+    EXPECT_EQ(openDescriptors(), 1);
+}
+
+}  // namespace
+}  // namespace zeqcam::tests
