@@ -28,14 +28,13 @@ bool selectsUnifiedLogger(std::uint32_t mode) noexcept {
     return (mode & kModeUnifiedLogger) != 0;
 }
 
-void composeDebugPrint(char (&composed)[kLineSize], Level level, Site const& site,
-                       char const* format) noexcept {
+void composeDebugPrint(char (&composed)[kLineSize], Level level, Site const& site, char const* format) {
     std::snprintf(composed, sizeof composed, "%s[%s] %s:%d %s() %s%s",
                   g_logInfoLv[debugPrintLevel(level)].prefix, site.tag, get_filename_log_control(site.path),
                   site.line, site.function, format, level == Level::Error ? " (%s){#%d:%s}" : "");
 }
 
-void recordUnified(Level level, char const* tag, char const* format, ...) noexcept {
+void recordUnified(Level level, char const* tag, char const* format, ...) noexcept try {
     Utils::ULog::ULogger* const logger = __atomic_load_n(&Utils::ULog::ULogger::sULogger, __ATOMIC_ACQUIRE);
     if (logger == nullptr) return;
 
@@ -50,6 +49,7 @@ void recordUnified(Level level, char const* tag, char const* format, ...) noexce
 
     text[kLineSize - 1] = '\0';
     logger->text(kModule, tag, unifiedLevel(level), text.get(), static_cast<std::uint32_t>(length));
+} catch (...) {
 }
 
 }  // namespace NSCam::diagnostics

@@ -92,23 +92,25 @@ bool selectsDebugPrint(std::uint32_t mode, Level level) noexcept;
 bool selectsUnifiedLogger(std::uint32_t mode) noexcept;
 
 // Writes the location and then the message's own format, unexpanded, into `composed`: the sink expands it.
-void composeDebugPrint(char (&composed)[kLineSize], Level level, Site const& site,
-                       char const* format) noexcept;
+void composeDebugPrint(char (&composed)[kLineSize], Level level, Site const& site, char const* format);
 void recordUnified(Level level, char const* tag, char const* format, ...) noexcept;
 
-// Hands a line that has passed its gate to the sinks that are selected.
+// Hands a line that has passed its gate to the sinks that are selected. A sink that throws loses the line.
 template <Level level, class... Values>
 [[gnu::noinline]] void deliver(Site const& site, char const* format, Values... values) noexcept {
     using Utils::ULog::ULogger;
     std::uint32_t mode = load(ULogger::sMode);
     if (selectsDebugPrint(mode, level)) {
-        char composed[kLineSize] = {};
-        composeDebugPrint(composed, level, site, format);
-        if constexpr (level == Level::Error) {
-            log_dbg_print(site.tag, debugPrintLevel(level), composed, values..., site.function, site.line,
-                          site.path);
-        } else {
-            log_dbg_print(site.tag, debugPrintLevel(level), composed, values...);
+        try {
+            char composed[kLineSize] = {};
+            composeDebugPrint(composed, level, site, format);
+            if constexpr (level == Level::Error) {
+                log_dbg_print(site.tag, debugPrintLevel(level), composed, values..., site.function, site.line,
+                              site.path);
+            } else {
+                log_dbg_print(site.tag, debugPrintLevel(level), composed, values...);
+            }
+        } catch (...) {
         }
         mode = load(ULogger::sMode);
     }

@@ -42,6 +42,7 @@ TEST(Journal, ShowsNoEntryWithoutAllThatEndedBeforeIt) {
     Journal journal;
     std::atomic<int> turn = 0;
     std::vector<std::thread> threads;
+    threads.reserve(kThreads);
     for (int self = 0; self < kThreads; ++self) {
         threads.emplace_back([&, self] {
             for (int n = self; n < kEntries; n += kThreads) {
@@ -151,8 +152,8 @@ TEST(Board, RunsATaskAsTheQueueIsSet) {
         }
         check(By::BoardEnd);
         EXPECT_EQ(future.valid(), queue.handles == TaskHandles::Given);
-        if (ranBy == By::Never) {
-            EXPECT_THROW(future.get(), std::future_error);
+        if (future.valid()) {
+            EXPECT_EQ(future.wait_for(0s), std::future_status::ready);
         }
     }
 }

@@ -81,13 +81,21 @@ TEST_F(FaultTest, APowerOffOutOfMemoryCanBeMadeAgain) {
     board().change([](board::Settings& settings) {
         settings.sensors[-1];  // its label does not fit a short string
     });
-    for (std::vector<int> const& sensors : {std::vector<int>{-1}, std::vector<int>{0, 1, -1}}) {
+    struct Case {
+        std::vector<int> sensors;
+        board::TaskRuns runs;
+    };
+    for (Case const& c : std::vector<Case>{{{-1}, board::TaskRuns::Queued},
+                                           {{0, 1, -1}, board::TaskRuns::Queued},
+                                           {{0, 1, -1}, board::TaskRuns::Dropped},
+                                           {{0, -1, -1}, board::TaskRuns::AtOnce}}) {
+        board().change([&](board::Settings& settings) { settings.queue.runs = c.runs; });
         for (int nth = 1, struck = 1; struck != 0; ++nth) {
             SCOPED_TRACE(nth);
-            auto const controller = create(sensors);
-            controller->powerOn(sensors);
+            auto const controller = create(c.sensors);
+            controller->powerOn(c.sensors);
             {
-                std::vector<int> request = sensors;
+                std::vector<int> request = c.sensors;
                 FailsAllocation const fault(nth);
                 try {
                     controller->powerOff(std::move(request));
@@ -95,10 +103,11 @@ TEST_F(FaultTest, APowerOffOutOfMemoryCanBeMadeAgain) {
                 }
                 struck = fault.struck() ? 1 : 0;
             }
-            for (int const sensor : sensors)
+            for (int const sensor : c.sensors) {
                 EXPECT_EQ(board().isPowered(sensor), countsAsOn(controller, sensor)) << sensor;
-            controller->powerOff(sensors);
-            for (int const sensor : sensors) EXPECT_FALSE(board().isPowered(sensor));
+            }
+            controller->powerOff(c.sensors);
+            for (int const sensor : c.sensors) EXPECT_FALSE(board().isPowered(sensor));
             EXPECT_EQ(board().openHandles(), 0);
         }
     }

@@ -6,6 +6,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <future>
+#include <new>
 #include <set>
 
 namespace zeqcam::tests {
@@ -274,18 +276,15 @@ class ProductTest : public PowerOnTest {
     // Powers sensors 0 and 1 on, with these listeners of sensor 0.
     bool powerOnWith(std::vector<std::shared_ptr<NSCam::IPowerOnOffListener>> listeners) {
         board().change([](board::Settings& settings) { settings.sensors[0].powerOnHangs = true; });
-        bool result = false;
-        {
-            Background powerOn([&] { result = mController->powerOn({0, 1}); });
-            journal().waitUntil([](std::vector<Entry> const& told) {
-                return std::any_of(told.begin(), told.end(), [](Entry const& entry) {
-                    return entry.kind == Kind::SensorPowerOn && entry.sensor == 0;
-                });
+        auto powerOn = std::async(std::launch::async, [&] { return mController->powerOn({0, 1}); });
+        journal().waitUntil([](std::vector<Entry> const& told) {
+            return std::any_of(told.begin(), told.end(), [](Entry const& entry) {
+                return entry.kind == Kind::SensorPowerOn && entry.sensor == 0;
             });
-            mController->addListeners(0, std::move(listeners));
-            board().change([](board::Settings& settings) { settings.sensors[0].powerOnHangs = false; });
-        }
-        return result;
+        });
+        mController->addListeners(0, std::move(listeners));
+        board().change([](board::Settings& settings) { settings.sensors[0].powerOnHangs = false; });
+        return powerOn.get();
     }
 
     std::vector<std::string> mTold;
@@ -313,6 +312,46 @@ TEST_F(ProductTest, ReleasesListenersFromTheLastToTheFirstAndThenTheHandle) {
     mTold.clear();
     mController->powerOff({0});
     EXPECT_THAT(mTold, ElementsAre("a off", "b off", "b gone", "a gone"));
+}
+
+// Throws while memory is short.
+class ShortOfMemory final : public Listener {
+  public:
+    ShortOfMemory(bool& isShort, std::vector<std::string>& told)
+        : Listener("short", true, told), mIsShort(isShort) {}
+    bool init() override { return passes(); }
+    bool notifyPowerOff() override { return passes(); }
+
+  private:
+    bool passes() const {
+        if (mIsShort) throw std::bad_alloc();
+        return true;
+    }
+    bool& mIsShort;
+};
+
+TEST_F(ProductTest, AListenerThatThrowsLosesNoPowerOff) {
+    bool isShort = false;
+    EXPECT_TRUE(powerOnWith({std::make_shared<ShortOfMemory>(isShort, mTold)}));
+    isShort = true;
+    EXPECT_THROW(mController->powerOff({0, 1}), std::bad_alloc);
+    EXPECT_THAT(mController->getStatus(), UnorderedElementsAre(std::pair(0U, true), std::pair(1U, false)));
+    EXPECT_TRUE(board().isPowered(0)) << "as it was";
+    EXPECT_FALSE(board().isPowered(1));
+    EXPECT_THROW(mController->powerOff({0}), std::bad_alloc);
+    mController.reset();
+    EXPECT_FALSE(board().isPowered(0)) << "the destructor goes on";
+    mController.emplace();
+}
+
+TEST_F(ProductTest, AListenerThatThrowsWhenTheSensorIsUpEndsThePowerOnWithItsSensorsOn) {
+    bool isShort = true;
+    EXPECT_THROW(powerOnWith({std::make_shared<ShortOfMemory>(isShort, mTold)}), std::bad_alloc);
+    EXPECT_THAT(mController->getStatus(), UnorderedElementsAre(std::pair(0U, true), std::pair(1U, true)));
+    EXPECT_EQ(journal().entries(Kind::SensorAfterPowerOn).size(), 1U) << "the other worker has finished";
+    isShort = false;
+    mController->powerOff({0, 1});
+    EXPECT_FALSE(board().isPowered(0));
 }
 
 TEST_F(ProductTest, ARecordWithoutListenersPowersOnAndOff) {

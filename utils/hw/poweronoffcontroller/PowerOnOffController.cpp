@@ -26,6 +26,7 @@
 #include <cstring>
 #include <exception>
 #include <future>
+#include <optional>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -73,8 +74,7 @@ Data const* findRecord(Records const& records, int sensorId) {
     return entry == records.end() ? nullptr : entry->second.get();
 }
 
-// ---- Performance hints
-// -------------------------------------------------------------------------------------------
+// ---- Performance hints ----
 
 constexpr int kAndroidLogDebug = 3;
 constexpr int kCameraUxScenario = 129;
@@ -85,25 +85,34 @@ ZEQCAM_NEVER_DESTROYED constinit SharedDescriptor gQosFile("/sys/rsc/qos/set_tas
 // Puts the calling thread into the camera UX scenario of the kernel's task QoS. A thread without the hint
 // still powers its sensor on, so a failure is a log line and nothing else.
 void writeqos_scen_change() {
-    auto const log = [](char const* format, auto... values) {
-        __android_log_print(kAndroidLogDebug, ZEQCAM_LOG_TAG, format, values...);
-    };
     char line[32] = {};
     int const tid = gettid();
 
     SharedDescriptor::Use file(gQosFile);
-    if (file.get() < 0) return log("mm interface loadzeq_cameraux_scen failed.:%s\n", std::strerror(errno));
-
-    int const length = std::snprintf(line, sizeof line, "%d %d %d %d", tid, kCameraUxScenario, kSetQos, 0);
-    if (length < 0 || length == static_cast<int>(sizeof line))
-        return log("wrong scen (%s)\n", std::strerror(errno));
-
-    if (write(file.get(), line, static_cast<std::size_t>(length) + 1) < 0) {
-        log("write camera_ux failed.:%s\n", std::strerror(errno));
-        return file.forget();
+    if (file.get() < 0) {
+        __android_log_print(kAndroidLogDebug, ZEQCAM_LOG_TAG,
+                            "mm interface loadzeq_cameraux_scen failed.:%s\n", std::strerror(errno));
+        return;
+    }
+    // Volatile, because a compiler that knows how long this format can get drops the check.
+    int const volatile formatted =
+        std::snprintf(line, sizeof line, "%d %d %d %d", tid, kCameraUxScenario, kSetQos, 0);
+    int const length = formatted;
+    if (length < 0 || length == static_cast<int>(sizeof line)) {
+        __android_log_print(kAndroidLogDebug, ZEQCAM_LOG_TAG, "wrong scen (%s)\n", std::strerror(errno));
+        return;
+    }
+    std::size_t const size =
+        std::min(strnlen(line, sizeof line) + 1, sizeof line);  // the zero byte is written too
+    if (write(file.get(), line, size) < 0) {
+        __android_log_print(kAndroidLogDebug, ZEQCAM_LOG_TAG, "write camera_ux failed.:%s\n",
+                            std::strerror(errno));
+        file.forget();
+        return;
     }
     if (Utils::Properties::property_get_int32("vendor.debug.camera.log", 0) >= 1) {
-        log("write camera_ux tid:%d isSetQos %d, issuccess\n", tid, kSetQos);
+        __android_log_print(kAndroidLogDebug, ZEQCAM_LOG_TAG,
+                            "write camera_ux tid:%d isSetQos %d, issuccess\n", tid, kSetQos);
     }
 }
 
@@ -136,8 +145,7 @@ class CallersPriority {
     bool mRestored = false;
 };
 
-// ---- Power-on: admission
-// -----------------------------------------------------------------------------------------
+// ---- Power-on: admission ----
 
 // Drops every sensor that counts as on and marks the others as powering on.
 void admit(std::vector<int>& sensorIds, States& states) {
@@ -158,8 +166,7 @@ void admit(std::vector<int>& sensorIds, States& states) {
     sensorIds.erase(std::remove_if(sensorIds.begin(), sensorIds.end(), isDropped), sensorIds.end());
 }
 
-// ---- Power-on: records, budget, workers, notification
-// ------------------------------------------------------------
+// ---- Power-on: records, budget, workers, notification ----
 
 // Releases a sensor's handle in the name of the controller that made it.
 struct ReleaseHandle {
@@ -178,8 +185,8 @@ void requestPowerBudget() {
 class SensorPowerOnWorker {
   public:
     SensorPowerOnWorker(std::string const& caller, CamProfile const& profile, int sensorId,
-                        Data const* record)
-        : mCaller(caller), mProfile(profile), mSensorId(sensorId), mRecord(record) {}
+                        Records const& records)
+        : mCaller(caller), mProfile(profile), mSensorId(sensorId), mRecords(records) {}
 
     void operator()() const {
         std::string const label = "powerOnSensor: " + decimal(mSensorId);
@@ -190,12 +197,13 @@ class SensorPowerOnWorker {
         C2PSMachine::markCriticalTask();
 
         logLine(Debug, "[initSensor] %s", label.c_str());
-        if (mRecord == nullptr) return;
+        Data const* const record = findRecord(mRecords, mSensorId);
+        if (record == nullptr) return;
 
         unsigned int const index = keyOf(mSensorId);
-        if (mRecord->mHalSensor->powerOn(mCaller.c_str(), 1, &index) != 0) {
-            initListeners();
-            mRecord->mHalSensor->afterPowerOn(mCaller.c_str(), index);
+        if (record->mHalSensor->powerOn(mCaller.c_str(), 1, &index) != 0) {
+            initListeners(*record);
+            record->mHalSensor->afterPowerOn(mCaller.c_str(), index);
         } else {
             std::string const message = "sensorIndex:" + decimal(mSensorId) + " powerOn failed";
             logLine(Error, "[initSensor] %s", message.c_str());
@@ -205,8 +213,8 @@ class SensorPowerOnWorker {
     }
 
   private:
-    void initListeners() const {
-        for (auto const& listener : mRecord->mListeners) {
+    void initListeners(Data const& record) const {
+        for (auto const& listener : record.mListeners) {
             if (!listener) continue;
             listener->init();
             mProfile.print((listener->getName() + " -").c_str());
@@ -216,46 +224,53 @@ class SensorPowerOnWorker {
     std::string const& mCaller;
     CamProfile const& mProfile;
     int const mSensorId;
-    Data const* const mRecord;  // null when the sensor has none
+    Records const& mRecords;  // stand still while workers run
 };
 
 // The workers of one power-on. None outlives it, whichever way the power-on ends: they use what stands on its
-// stack. Threads of its own and no std::async, which with some standard libraries waits for ever after a
-// thread could not be created.
+// stack. They are threads and no std::async, which with some standard libraries waits for ever after a thread
+// could not be created, and with others needs memory to say so.
 class SensorPowerOnWorkers {
   public:
-    explicit SensorPowerOnWorkers(std::size_t count) {
-        mThreads.reserve(count);
-        mFinished.reserve(count);
-    }
-    ~SensorPowerOnWorkers() {
-        for (auto& thread : mThreads) thread.join();
-    }
+    explicit SensorPowerOnWorkers(std::size_t count) : mFailures(count) { mThreads.reserve(count); }
+    ~SensorPowerOnWorkers() { join(); }
     SensorPowerOnWorkers(SensorPowerOnWorkers const&) = delete;
     SensorPowerOnWorkers& operator=(SensorPowerOnWorkers const&) = delete;
 
     // False when no thread can be created.
     bool start(SensorPowerOnWorker const& worker) {
-        std::packaged_task<void()> task(worker);
-        std::future<void> finished = task.get_future();
+        auto const run = [worker, &failure = mFailures[mThreads.size()]] {
+            try {
+                worker();
+            } catch (...) {
+                failure = std::current_exception();
+            }
+        };
         try {
-            mThreads.emplace_back(std::move(task));
+            mThreads.emplace_back(run);
+            return true;
         } catch (std::system_error const&) {
             return false;
         }
-        mFinished.push_back(std::move(finished));
-        return true;
     }
 
     // Passes on what a worker threw. A sensor that failed to power on is no exception: its worker has
     // reported it.
     void wait() {
-        for (auto& finished : mFinished) finished.get();
+        join();
+        for (auto const& failure : mFailures) {
+            if (failure) std::rethrow_exception(failure);
+        }
     }
 
   private:
+    void join() {
+        for (auto& thread : mThreads) thread.join();
+        mThreads.clear();
+    }
+
+    std::vector<std::exception_ptr> mFailures;  // one place for each worker
     std::vector<std::thread> mThreads;
-    std::vector<std::future<void>> mFinished;
 };
 
 // Front to back until one refuses.
@@ -274,22 +289,27 @@ bool notifyPowerOn(std::vector<int> const& sensorIds, Records const& records) {
     return accepted;
 }
 
-// ---- Power-off
-// ---------------------------------------------------------------------------------------------------
+// ---- Power-off ----
 
 // The power-off of one entry of a request. The task queue and the thread that asked may both come to run it,
 // at any time and in any order: whoever claims it first runs it, the other leaves it and all that it refers
 // to alone.
 class PowerOffTask {
   public:
-    PowerOffTask(std::string const& caller, int sensorId, Data const* record)
-        : mCaller(caller), mSensorId(sensorId), mRecord(record) {}
+    // `earlier` is a task of the same sensor in the same request, or null. Their calls on its listeners take
+    // turns.
+    PowerOffTask(std::string const& caller, int sensorId, Records const& records, PowerOffTask* earlier)
+        : mCaller(caller),
+          mSensorId(sensorId),
+          mRecords(records),
+          mTurn(earlier ? earlier->mTurn : mOwnTurn) {}
 
     [[nodiscard]] bool claim() { return !mClaimed.exchange(true); }
 
     // Whoever has claimed it.
     void run() noexcept {
         try {
+            std::lock_guard const turn(mTurn);
             powerOff();
         } catch (...) {
             mFailure = std::current_exception();
@@ -300,8 +320,9 @@ class PowerOffTask {
 
     void wait() const { mFinished.wait(false); }
 
-    // The rest after it has finished.
     [[nodiscard]] int sensorId() const { return mSensorId; }
+
+    // After it has finished.
     [[nodiscard]] bool isOff() const { return mFailure == nullptr; }
     void passOnFailure() const {
         if (mFailure != nullptr) std::rethrow_exception(mFailure);
@@ -311,17 +332,20 @@ class PowerOffTask {
     void powerOff() const {
         std::string const label = "powerOff: " + decimal(mSensorId);
         ScopedTrace const section(label.c_str());
-        if (mRecord == nullptr) return;
-        for (auto const& listener : mRecord->mListeners) {
+        Data const* const record = findRecord(mRecords, mSensorId);
+        if (record == nullptr) return;
+        for (auto const& listener : record->mListeners) {
             if (listener) listener->notifyPowerOff();
         }
         unsigned int const index = keyOf(mSensorId);
-        mRecord->mHalSensor->powerOff(mCaller.c_str(), 1, &index);
+        record->mHalSensor->powerOff(mCaller.c_str(), 1, &index);
     }
 
     std::string const& mCaller;
     int const mSensorId;
-    Data const* const mRecord;  // null when the sensor has none
+    Records const& mRecords;  // stand still while a claimed task runs
+    std::mutex mOwnTurn;
+    std::mutex& mTurn;
     std::exception_ptr mFailure;
     std::atomic<bool> mClaimed{false};
     std::atomic<bool> mFinished{false};
@@ -334,7 +358,10 @@ PowerOffTasks makePowerOffTasks(std::string const& caller, std::vector<int> cons
     PowerOffTasks tasks;
     tasks.reserve(sensorIds.size());
     for (int const sensorId : sensorIds) {
-        tasks.push_back(std::make_shared<PowerOffTask>(caller, sensorId, findRecord(records, sensorId)));
+        auto const earlier = std::find_if(tasks.begin(), tasks.end(),
+                                          [&](auto const& task) { return task->sensorId() == sensorId; });
+        tasks.push_back(std::make_shared<PowerOffTask>(caller, sensorId, records,
+                                                       earlier == tasks.end() ? nullptr : earlier->get()));
     }
     return tasks;
 }
@@ -362,10 +389,18 @@ void markOff(PowerOffTasks const& tasks, States& states) {
     }
 }
 
+// What a destructor calls: one that throws keeps it from nothing else.
+template <class Call>
+void withoutThrowing(Call const& call) noexcept {
+    try {
+        call();
+    } catch (...) {
+    }
+}
+
 }  // namespace
 
-// ---- The interface
-// -----------------------------------------------------------------------------------------------
+// ---- The interface ----
 
 IPowerOnOffController::~IPowerOnOffController() = default;
 
@@ -377,8 +412,7 @@ void IPowerOnOffController::waitSensorsPowerOff() {
     gSensorPowerOnLock.wait();
 }
 
-// ---- The controller
-// ----------------------------------------------------------------------------------------------
+// ---- The controller ----
 
 PowerOnOffController::PowerOnOffController() = default;
 
@@ -392,12 +426,17 @@ PowerOnOffController::~PowerOnOffController() {
         if (!record) continue;
         for (auto const& listener : record->mListeners) {
             logWarning("release but something(%d) still in list", static_cast<int>(key));
-            if (listener) listener->notifyPowerOff();
+            withoutThrowing([&, &told = listener] {
+                if (told) told->notifyPowerOff();
+            });
         }
-        record->mHalSensor->powerOff(mName.c_str(), 1, &key);
+        withoutThrowing(
+            [&, &sensor = record->mHalSensor, index = key] { sensor->powerOff(mName.c_str(), 1, &index); });
     }
     mStateMap.clear();
-    gSensorPowerOnLock.releaseHeldBy(this);
+    mTaskQueue.reset();
+    mDataMap.clear();
+    gSensorPowerOnLock.releaseHeldBy(this);  // a waiter finds every handle released
 }
 
 std::unordered_map<unsigned int, bool> PowerOnOffController::getStatus() {
@@ -451,13 +490,15 @@ bool PowerOnOffController::powerOnOps(std::vector<int> const& sensorIds) {
     if (sensorIds.empty()) return true;
 
     logInfo("powerOn +");
-    // The priority is raised before the section opens and back before it closes.
+    // Raised before the section opens; whichever way this ends, back before the profile and the section
+    // close.
     int const callersNice = raisePriority();
     ScopedTrace const section("LogicalDev powerOn");
+    std::optional<CamProfile> profile;
     CallersPriority callersPriority(callersNice);
     writeqos_scen_change();
     C2PSMachine::markCriticalTask();
-    CamProfile const profile("powerOnOps", mName.c_str());
+    profile.emplace("powerOnOps", mName.c_str());
 
     for (int const sensorId : sensorIds) {
         std::shared_ptr<Data> record = createData(sensorId);
@@ -465,7 +506,7 @@ bool PowerOnOffController::powerOnOps(std::vector<int> const& sensorIds) {
             logError("create data fail");
             return false;
         }
-        logDebug(findRecord(mDataMap, sensorId) == nullptr ? "add new data" : "replace data");
+        logDebug(mDataMap.count(keyOf(sensorId)) == 0 ? "add new data" : "replace data");
         mDataMap.insert_or_assign(keyOf(sensorId), std::move(record));
     }
 
@@ -473,17 +514,17 @@ bool PowerOnOffController::powerOnOps(std::vector<int> const& sensorIds) {
 
     SensorPowerOnWorkers workers(sensorIds.size());
     for (int const sensorId : sensorIds) {
-        if (!workers.start({mName, profile, sensorId, findRecord(mDataMap, sensorId)})) {
+        if (!workers.start({mName, *profile, sensorId, mDataMap})) {
             logError("create worker fail");
             return false;
         }
     }
     workers.wait();
-    profile.print("Sensor powerOn -");
+    profile->print("Sensor powerOn -");
 
     logInfo("3A notifyPowerOn");
     bool const accepted = notifyPowerOn(sensorIds, mDataMap);
-    profile.print("3A notifyPowerOn -");
+    profile->print("3A notifyPowerOn -");
 
     callersPriority.restore();
     logInfo("powerOn -");

@@ -24,14 +24,22 @@ class SensorPowerOnLock {
 
     // Whoever holds it. A release while it is free leaves it free.
     void release() {
-        std::lock_guard const change(mChange);
-        if (mHolder != nullptr) free();
+        {
+            std::lock_guard const change(mChange);
+            if (mHolder == nullptr) return;
+            free();
+        }
+        mTurn.notify_all();
     }
 
     // Leaves it alone while another controller's power-on holds it.
     void releaseHeldBy(void const* holder) {
-        std::lock_guard const change(mChange);
-        if (mHolder == holder) free();
+        {
+            std::lock_guard const change(mChange);
+            if (mHolder != holder) return;
+            free();
+        }
+        mTurn.notify_all();
     }
 
     // Returns once it has been free since the call: each change has a turn of its own, so a waiter sees a
@@ -48,7 +56,6 @@ class SensorPowerOnLock {
     void free() REQUIRES(mChange) {
         mHolder = nullptr;
         mTurn.fetch_add(1);
-        mTurn.notify_all();
     }
 
     std::mutex mChange;  // held for a few instructions only

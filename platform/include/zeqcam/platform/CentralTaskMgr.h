@@ -2,6 +2,7 @@
 
 #include <zeqcam/platform/Visibility.h>
 
+#include <atomic>
 #include <cstdint>
 #include <functional>
 #include <future>
@@ -37,13 +38,14 @@ class ZEQCAM_PLATFORM_API CentralTaskMgr {
     static std::shared_ptr<TaskQueue> createQueue(QueueParam const& param);
 
     // Posts `task` and gives the handle the future of its completion. Empty when the queue took no task or
-    // gave no handle for it.
+    // gave no handle for it. The future becomes ready when the task has run, or when the queue destroys it
+    // unrun.
     template <class Task>
     static std::shared_ptr<TaskHandle> asyncPost(std::shared_ptr<TaskQueue>& queue, unsigned int value,
                                                  Task&& task) {
-        auto const packaged = std::make_shared<std::packaged_task<void()>>(std::forward<Task>(task));
-        std::shared_future<void> const future = packaged->get_future().share();
-        auto function = std::make_unique<std::function<void()>>([packaged] { (*packaged)(); });
+        auto const posted = std::make_shared<Posted>(std::forward<Task>(task));
+        std::shared_future<void> const future = posted->future();
+        auto function = std::make_unique<std::function<void()>>([posted] { posted->settle(true); });
         std::shared_ptr<TaskHandle> handle = _asyncPost(queue, value, function);
         if (handle) handle->setFuture(future);
         return handle;
@@ -51,6 +53,31 @@ class ZEQCAM_PLATFORM_API CentralTaskMgr {
 
     static std::shared_ptr<TaskHandle> _asyncPost(std::shared_ptr<TaskQueue>& queue, unsigned int value,
                                                   std::unique_ptr<std::function<void()>>& function);
+
+  private:
+    // Runs its task at most once, however often the queue calls it. A task that the queue destroys is settled
+    // without running it: a promise broken in a destructor would need memory and end the process where there
+    // is none.
+    class Posted {
+      public:
+        template <class Task>
+        explicit Posted(Task&& task)
+            : mTask([task = std::forward<Task>(task)](bool runs) mutable {
+                  if (runs) task();
+              }) {}
+        ~Posted() { settle(false); }
+        Posted(Posted const&) = delete;
+        Posted& operator=(Posted const&) = delete;
+
+        [[nodiscard]] std::shared_future<void> future() { return mTask.get_future().share(); }
+        void settle(bool runs) {
+            if (!mSettled.exchange(true)) mTask(runs);
+        }
+
+      private:
+        std::packaged_task<void(bool)> mTask;
+        std::atomic<bool> mSettled{false};
+    };
 };
 
 }  // namespace NSCam::CTM
