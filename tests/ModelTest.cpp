@@ -1,0 +1,31 @@
+#include "model/SideBySide.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <iostream>
+#include <random>
+
+namespace zeqcam::tests {
+namespace {
+
+// ZEQCAM_MODEL_SEED and ZEQCAM_MODEL_STEPS replay a run, or run longer.
+unsigned long fromEnvironment(char const* name, unsigned long otherwise) {
+    char const* const value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): before any thread
+    return value != nullptr ? std::strtoul(value, nullptr, 10) : otherwise;
+}
+
+TEST(ModelTest, AgreesWithTheLibraryAfterEveryStep) {
+    unsigned long const seed = fromEnvironment("ZEQCAM_MODEL_SEED", std::random_device{}());
+    unsigned long const steps = fromEnvironment("ZEQCAM_MODEL_STEPS", 50000);
+    std::cout << "ZEQCAM_MODEL_SEED=" << seed << " ZEQCAM_MODEL_STEPS=" << steps << '\n';
+    std::mt19937 random(static_cast<std::mt19937::result_type>(seed));
+    SideBySide run([&random](unsigned int most) { return static_cast<unsigned int>(random() % (most + 1)); });
+    for (unsigned long step = 0; step < steps; ++step) {
+        std::string const wrong = run.step();
+        ASSERT_EQ(wrong, "") << "at step " << step << " of seed " << seed;
+    }
+}
+
+}  // namespace
+}  // namespace zeqcam::tests
