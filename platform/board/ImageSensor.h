@@ -35,10 +35,8 @@ class ImageSensor {
 
     mutable std::mutex mLock;
     std::condition_variable_any mWoken;
-    bool mPowered GUARDED_BY(mLock)
-    = false;
-    int mPowerOns GUARDED_BY(mLock)
-    = 0;
+    bool mPowered GUARDED_BY(mLock) = false;
+    int mPowerOns GUARDED_BY(mLock) = 0;
     std::weak_ptr<zeq::hal3a::IPeripheralController> mPeripheral GUARDED_BY(mLock);
 };
 

@@ -32,12 +32,9 @@ constexpr char const* kRoomForBallast = "size=4k";
 constexpr unsigned long kMountFlags = MS_NOSUID | MS_NODEV | MS_NOEXEC;
 
 std::mutex gLock;
-bool gProvided GUARDED_BY(gLock)
-= false;
-QosFile::Is gIs GUARDED_BY(gLock)
-= QosFile::Is::Writable;
-int gFile GUARDED_BY(gLock)
-= -1;                                               // open for reading as long as the process
+bool gProvided GUARDED_BY(gLock) = false;
+QosFile::Is gIs GUARDED_BY(gLock) = QosFile::Is::Writable;
+int gFile GUARDED_BY(gLock) = -1;                   // open for reading as long as the process
 std::string gTaken GUARDED_BY(gLock);               // what was moved out of the file since it was last set
 std::vector<std::string> gLines GUARDED_BY(gLock);  // its lines, not yet asked for
 
@@ -132,7 +129,7 @@ std::string rehearse() {
         }
     }
     std::string reason;
-    std::array<char, 512> piece;
+    std::array<char, 512> piece{};
     for (ssize_t got = 0; (got = read(reading, piece.data(), piece.size())) > 0;) {
         reason.append(piece.data(), static_cast<std::size_t>(got));
     }
@@ -151,7 +148,7 @@ struct Written {
 Written written() REQUIRES(gLock) {
     Written found{.at = lseek(gFile, 0, SEEK_DATA)};
     if (found.at < 0) return {};
-    std::array<char, 4096> piece;
+    std::array<char, 4096> piece{};
     for (off_t end = found.at;;) {
         ssize_t const got = pread(gFile, piece.data(), piece.size(), end);
         if (got <= 0) break;
@@ -228,7 +225,7 @@ std::string QosFile::provide() {
     if (gProvided) return {};
     try {
         if (fs::exists(kPath)) return "the kernel has a task QoS file of its own";
-        std::string const reason = rehearse();
+        std::string reason = rehearse();
         if (!reason.empty()) return reason;
         provideFile();
         gFile = check(open(kPath, O_RDWR | O_CLOEXEC), kPath);

@@ -155,7 +155,9 @@ std::optional<Task> WorkQueue::next() {
     std::lock_guard const hold(mLock);
     while (!hasDue()) {
         if (!mTasks.empty()) {
-            mChanged.wait_until(mLock, mTasks.begin()->first);
+            // A copy, because another thread may take that task meanwhile.
+            auto const due = mTasks.begin()->first;
+            mChanged.wait_until(mLock, due);
         } else if (mClosed) {
             return {};
         } else {

@@ -58,12 +58,9 @@ class WorkQueue {
     std::condition_variable_any mChanged;
     std::multimap<std::chrono::steady_clock::time_point, Task> mTasks
         GUARDED_BY(mLock);  // by the time to run them
-    int mRunning GUARDED_BY(mLock)
-    = 0;
-    bool mClosed GUARDED_BY(mLock)
-    = false;
-    bool mHurried GUARDED_BY(mLock)
-    = false;
+    int mRunning GUARDED_BY(mLock) = 0;
+    bool mClosed GUARDED_BY(mLock) = false;
+    bool mHurried GUARDED_BY(mLock) = false;
 };
 
 }  // namespace zeqcam::board
