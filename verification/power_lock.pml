@@ -1,0 +1,190 @@
+/* The lock protocol of power operations: two controllers of SENSORS sensors each, two clients each, and a waiter.
+ * Clients make ROUNDS requests of their own choice, each for one sensor; a record or a sensor may fail.
+ *
+ * Held to:  no deadlock (every process ends, the waiter too unless the lock was never released since it began);
+ *           at most one power operation in a controller (assertion in `enter`);
+ *           no sensor powered without a record (assertion in `leave`);
+ *           a waiter returns once a release has happened (the ltl formula, under weak fairness).
+ *
+ * Each MISTAKE_* breaks one of them on purpose and must be caught.
+ */
+#ifndef ROUNDS
+#define ROUNDS 1
+#endif
+#ifndef SENSORS
+#define SENSORS 1
+#endif
+#define NOBODY 255
+
+mtype = {Off, Ongoing, On};
+
+bool opLock[2];
+bool stateLock[2];
+byte holder = NOBODY;  /* the controller whose power-on has taken gSensorPowerOnLock */
+byte turn;             /* odd while it is held; each taking and each release is a turn of its own */
+
+/* By controller * SENSORS + sensor. */
+mtype state[2 * SENSORS] = Off;
+bool record[2 * SENSORS];
+bool powered[2 * SENSORS];
+
+byte operations[2];  /* power operations under way in a controller */
+bool waiting;
+bool releasedSince;  /* since the waiter began */
+bool returned;
+
+/* What a thread does while it holds a lock and waits for nothing is one step: nobody sees its middle. */
+inline tryAcquire(c) {
+    atomic {
+        if
+        :: holder == NOBODY -> holder = c; turn++
+        :: else
+        fi
+    }
+}
+
+inline release() {
+    if
+    :: holder != NOBODY -> holder = NOBODY; turn++; releasedSince = waiting
+    :: else
+    fi
+}
+
+inline enter(c) {
+    atomic {
+#ifndef MISTAKE_NO_OPERATION_LOCK
+        !opLock[c] -> opLock[c] = true;
+#endif
+        operations[c]++;
+        assert(operations[c] == 1)
+    }
+}
+
+inline leave(c) {
+    atomic {
+        assert(!powered[c * SENSORS] || record[c * SENSORS]);
+        assert(!powered[c * SENSORS + SENSORS - 1] || record[c * SENSORS + SENSORS - 1]);
+        operations[c]--;
+        opLock[c] = false
+    }
+}
+
+inline powerOn(c, s) {
+    tryAcquire(c);
+    enter(c);
+    atomic {
+        !stateLock[c] -> stateLock[c] = true;
+        admitted = (state[s] == Off);
+        if
+        :: admitted -> state[s] = Ongoing
+        :: else
+        fi
+    }
+    atomic {
+        stateLock[c] = false;
+        if
+        :: admitted ->
+            if
+            :: record[s] = true;  /* and then a worker, which may fail */
+                if
+                :: powered[s] = true
+                :: skip
+                fi
+            :: skip  /* no record can be made */
+            fi
+        :: else
+        fi
+    }
+    if
+    :: admitted ->
+        atomic { !stateLock[c] -> stateLock[c] = true; state[s] = On }
+        stateLock[c] = false
+    :: else
+    fi;
+    leave(c)
+}
+
+inline powerOff(c, s) {
+    enter(c);
+    atomic {
+        if
+#ifdef MISTAKE_RECORD_DROPPED_FIRST
+        :: record[s] -> record[s] = false  /* its task then finds no sensor to power off */
+#else
+        :: record[s] -> powered[s] = false; record[s] = false
+#endif
+        :: else
+        fi
+    }
+    atomic {
+        if
+        :: !record[c * SENSORS] && !record[c * SENSORS + SENSORS - 1] -> release()
+        :: else
+        fi
+    }
+#ifdef MISTAKE_LOCK_ORDER
+    atomic { operations[c]--; opLock[c] = false }
+    atomic { !stateLock[c] -> stateLock[c] = true }
+    atomic { !opLock[c] -> opLock[c] = true; operations[c]++ }
+#else
+    atomic { !stateLock[c] -> stateLock[c] = true }
+#endif
+    atomic { state[s] = Off; stateLock[c] = false }
+    leave(c)
+}
+
+inline getStatus(c) {
+    atomic { !stateLock[c] -> stateLock[c] = true }
+    stateLock[c] = false
+}
+
+proctype Client(byte c) {
+    byte round;
+    byte s;
+    bool admitted;
+    do
+    :: round < ROUNDS ->
+        atomic {
+            round++;
+            admitted = false;
+            if
+            :: s = c * SENSORS
+            :: s = c * SENSORS + SENSORS - 1
+            fi
+        }
+        if
+        :: powerOn(c, s)
+        :: powerOff(c, s)
+        :: getStatus(c)
+        fi
+    :: else -> break
+    od
+}
+
+proctype Waiter() {
+    byte seen;
+    atomic { waiting = true; seen = turn }
+    if
+    :: seen % 2 == 0
+    :: else ->
+end_of_an_unreleased_lock:
+#ifdef MISTAKE_WAITS_FOR_A_FREE_LOCK
+        turn % 2 == 0
+#else
+        turn != seen
+#endif
+    fi;
+    returned = true
+}
+
+init {
+    atomic {
+        run Client(0);
+        run Client(0);
+        run Client(1);
+        run Client(1);
+        run Waiter()
+    }
+}
+
+ltl aWaiterReturnsOnceALockWasReleased { [] (releasedSince -> <> returned) }
