@@ -13,122 +13,156 @@
 #include <string>
 #include <vector>
 
-// A simulated phone board behind the platform boundary of the power sequencing library.
-//
-//     zeqcam::board::Settings settings;
-//     settings.sensors[0];                                     // a sensor that answers at once, with both
-//     services settings.sensors[2] = {.powerOnTime = 5ms, .powerOnFails = {.always = true}};
-//     zeqcam::board::Board board(std::move(settings));         // now the library finds this board
-//     auto controller = NSCam::IPowerOnOffController::create({.sensorIds = {0, 2}});
-//     controller->powerOn({0, 2});
-//     board.journal().entries(Kind::ExceptionReport);          // one report: sensor 2 failed
-//
-// One board stands at a time. Without one the boundary answers as a device on which everything is missing.
+/// A simulated phone board behind the platform boundary of the power sequencing library.
+///
+///     zeqcam::board::Settings settings;
+///     settings.sensors[0];                                 // answers at once, has both services
+///     settings.sensors[2] = {.powerOnTime = 5ms, .powerOnFails = {.always = true}};
+///     zeqcam::board::Board board(std::move(settings));     // now the library finds this board
+///     auto controller = NSCam::IPowerOnOffController::create({.sensorIds = {0, 2}});
+///     controller->powerOn({0, 2});
+///     board.journal().entries(zeqcam::board::Kind::ExceptionReport);  // one report: sensor 2 failed
+///
+/// One board stands at a time. Without one the boundary answers as a device on which everything is missing.
+/// A controller has its task queue from the board that stood when it was created, so the board is made first.
+///
+/// A test waits on the journal where others would sleep. A sensor that hangs holds a request at a known
+/// place:
+///
+///     settings.sensors[0].powerOnHangs = true;                 // before the board is made
+///     std::thread client([&] { controller->powerOn({0}); });
+///     board.journal().waitFor(zeqcam::board::Kind::SensorPowerOn);
+///     // Here the power-on is under way, for as long as the test likes.
+///     board.change([](auto& now) { now.sensors[0].powerOnHangs = false; });
+///     client.join();
 namespace zeqcam::board {
 
-// Which power-ons of a sensor fail: by default none. Any of the members may make one fail.
+/// Which power-ons of a sensor fail: by default none. Any of the members may make one fail. A power-on that
+/// fails takes its time all the same, answers 0 and leaves the sensor as it was.
 struct PowerOnFault {
-    bool always = false;
-    std::vector<int> times;    // the n-th power-ons of the sensor, counted from 1
-    double probability = 0.0;  // 0 to 1, drawn from the board's seed
+    bool always = false;     ///< all of them
+    std::vector<int> times;  ///< the n-th power-ons of the sensor, counted from 1
+    /// 0 to 1. Drawn from the board's seed, the sensor and the number of its power-on alone: the same
+    /// power-ons fail in every run, whichever thread comes first.
+    double probability = 0.0;
 };
 
-// A 3A control or a peripheral controller: the statuses that it answers. 0 is success.
+/// A 3A control or a peripheral controller: the statuses that it answers. 0 is success. A sensor has one
+/// peripheral controller, shared by all that hold it, and a new 3A control for each that asks.
 struct Service {
-    std::int32_t onStatus = 0;
-    std::int32_t offStatus = 0;
+    std::int32_t onStatus = 0;   ///< to a power-on
+    std::int32_t offStatus = 0;  ///< to a power-off
 };
 
+/// One image sensor. By default it answers at once, obeys and has both services.
 struct Sensor {
-    std::string name;
-    std::chrono::microseconds powerOnTime{0};  // waited in the call, without spinning
-    std::chrono::microseconds powerOffTime{0};
-    PowerOnFault powerOnFails;
-    bool powerOffFails = false;  // answers failure and stays powered
-    bool powerOnHangs = false;   // power-on does not return until this is changed to false
-    bool powerOffHangs = false;
-    bool hasHandle = true;                          // false: the sensor list makes no handle for it
-    std::optional<Service> hal3a = Service{};       // empty: the sensor has no 3A control
-    std::optional<Service> peripheral = Service{};  // empty: the sensor has no peripheral controller
+    std::string name;                           ///< for people; the boundary knows a sensor by its id
+    std::chrono::microseconds powerOnTime{0};   ///< waited in the call, without spinning
+    std::chrono::microseconds powerOffTime{0};  ///< waited in the call, without spinning
+    PowerOnFault powerOnFails;                  ///< which power-ons come to nothing
+    bool powerOffFails = false;                 ///< answers failure and stays powered
+    bool powerOnHangs = false;                  ///< power-on does not return until this is changed to false
+    bool powerOffHangs = false;                 ///< power-off does not return until this is changed to false
+    bool hasHandle = true;                      ///< false: the sensor list makes no handle for it
+    std::optional<Service> hal3a = Service{};   ///< empty: the sensor has no 3A control
+    std::optional<Service> peripheral = Service{};  ///< empty: the sensor has no peripheral controller
 };
 
+/// When the tasks posted to a queue run.
 enum class TaskRuns : std::uint8_t {
-    Queued,   // on the queue's threads, in the order of the posts
-    AtOnce,   // inside the post, on the posting thread
-    Late,     // on the queue's threads, `lateBy` after the post, even if the queue has been released by then
-    Held,     // when Board::runHeldTasks is called, whatever has become of the queue
-    Dropped,  // never: the queue destroys the task
+    Queued,   ///< on the queue's threads, in the order of the posts
+    AtOnce,   ///< inside the post, on the posting thread
+    Late,     ///< on the queue's threads, Queue::lateBy after the post, whatever has become of the queue
+    Held,     ///< when Board::runHeldTasks is called, whatever has become of the queue
+    Dropped,  ///< never: the queue destroys the task
 };
 
-enum class TaskHandles : std::uint8_t { Given, None, NoFuture };
+/// What a post answers.
+enum class TaskHandles : std::uint8_t {
+    Given,     ///< a handle with the future of the task
+    None,      ///< no handle, though the task is taken
+    NoFuture,  ///< a handle without a future
+};
 
+/// The task manager's queues. `present` and `threads` count when a queue is made, the rest when a task is
+/// posted.
 struct Queue {
-    bool present = true;  // false: createQueue answers none
-    int threads = 1;
-    TaskRuns runs = TaskRuns::Queued;
-    std::chrono::microseconds lateBy{0};
-    TaskHandles handles = TaskHandles::Given;
+    bool present = true;                       ///< false: createQueue answers none
+    int threads = 1;                           ///< at least 1; they start with the queue
+    TaskRuns runs = TaskRuns::Queued;          ///< when tasks run
+    std::chrono::microseconds lateBy{0};       ///< of TaskRuns::Late
+    TaskHandles handles = TaskHandles::Given;  ///< what a post answers
 };
 
+/// The process-wide controls of the camera's logging. By default every line goes to both sinks.
 struct LogControls {
-    std::uint32_t detailsLevel = 5;
-    std::uint32_t normalDetailsMask = 0x201000;
-    std::uint32_t mode = 0x3;  // both sinks
-    bool hasUnifiedLogger = true;
-    std::vector<int> debugPrintLevelsOff;  // debug-print level numbers whose record is not enabled
+    std::uint32_t detailsLevel = 5;  ///< 1: errors only; 2: warnings too; 3: infos too; 5: debug lines too
+    std::uint32_t normalDetailsMask = 0x201000;  ///< debug lines need these bits of the library's module
+    std::uint32_t mode = 0x3;                    ///< bit 0: the debug print; bit 1 or 3: the unified logger
+    bool hasUnifiedLogger = true;                ///< false: there is no instance, whatever the mode says
+    std::vector<int> debugPrintLevelsOff;        ///< debug-print level numbers whose record is not enabled
 };
 
+/// What a board is. The default is a board without sensors on which everything else is present.
 struct Settings {
-    std::map<int, Sensor> sensors;  // by sensor id
-    bool hasSensorList = true;
-    bool hasPowerBudget = true;
-    Queue queue;
-    std::vector<int> affinityCpus;  // empty: all that the process may use
-    LogControls log;
-    std::uint64_t traceTags = 0x400;  // the camera tag
-    std::map<std::string, std::int32_t> properties;
-    std::uint64_t seed = 1;  // of the faults by chance
-    // Lines of the unified logger, the debug print and the Android log go here in logcat's threadtime format;
-    // null: nowhere but the journal. The board writes whole lines, one at a time; the stream outlives the
-    // board.
+    std::map<int, Sensor> sensors;                   ///< by sensor id
+    bool hasSensorList = true;                       ///< false: the process has no sensor list
+    bool hasPowerBudget = true;                      ///< false: there is no power budget
+    Queue queue;                                     ///< of all controllers
+    std::vector<int> affinityCpus;                   ///< empty: all that the process may use
+    LogControls log;                                 ///< of the whole process, while the board stands
+    std::uint64_t traceTags = 0x400;                 ///< the tags that are traced: the camera's
+    std::map<std::string, std::int32_t> properties;  ///< the system properties that are set, by name
+    std::uint64_t seed = 1;                          ///< of the faults by chance
+    /// Lines of the unified logger, the debug print and the Android log go here in logcat's threadtime
+    /// format; null: nowhere but the journal. The board writes whole lines, one at a time; the stream
+    /// outlives the board.
     std::ostream* logStream = nullptr;
+    /// A descriptor of the kernel tracer's trace_marker: trace sections are written there too, as a device's
+    /// tracer does; -1: nowhere but the journal. It stays open as long as the board.
+    int traceMarker = -1;
 };
 
+/// What a module raised.
 struct ExceptionReport {
-    std::string module;
-    std::string message;
+    std::string module;   ///< who raised it
+    std::string message;  ///< as expanded
 };
 
-// Stands behind the platform boundary from its construction to its destruction. All members may be called
-// from any thread. Whoever destroys it guarantees that no controller is in a call and that no other board is
-// made meanwhile; a sensor that hangs then is let go, late tasks are run without further delay, and tasks
-// still held are destroyed. Handles, services and queues may outlive it; a task posted then runs as
-// TaskRuns::Queued.
+/// Stands behind the platform boundary from its construction to its destruction. All members may be called
+/// from any thread. Whoever destroys it guarantees that no controller is in a call and that no other board is
+/// made meanwhile; a sensor that hangs then is let go, late tasks are run without further delay, and tasks
+/// still held are destroyed. Handles, services and queues may outlive it; a task posted then runs as
+/// TaskRuns::Queued.
 class ZEQCAM_BOARD_API Board {
   public:
-    // Throws std::logic_error while another board stands.
+    /// Throws std::logic_error while another board stands.
     explicit Board(Settings settings);
     ~Board();
     Board(Board const&) = delete;
     Board& operator=(Board const&) = delete;
 
+    /// All that crosses the boundary while the board stands, and what its handles are told later. Lives as
+    /// long as the board.
     [[nodiscard]] Journal& journal();
 
-    // Changes the settings under way. Takes effect from the next call across the boundary; a hanging sensor
-    // whose setting becomes false goes on. Queues that exist keep their number of threads. `edit` changes
-    // nothing else of the board. Earlier settings are kept until the board goes: meant for a scenario's
-    // steps, not for a tight loop.
+    /// Changes the settings under way. Takes effect from the next call across the boundary; a hanging sensor
+    /// whose setting becomes false goes on. Queues that exist keep their number of threads. `edit` changes
+    /// nothing else of the board. Earlier settings are kept until the board goes: meant for a scenario's
+    /// steps, not for a tight loop.
     void change(std::function<void(Settings&)> const& edit);
 
-    // Whether a sensor's last power-on or power-off that succeeded left it powered.
+    /// Whether a sensor's last power-on or power-off that succeeded left it powered. False for a sensor that
+    /// the board has not. Does not wait for a call on the sensor that is under way.
     [[nodiscard]] bool isPowered(int sensor) const;
-    // The handles made and not yet released, of all sensors.
+    /// The handles made and not yet released, of all sensors.
     [[nodiscard]] int openHandles() const;
-    // The 3A controls and peripheral controllers handed out and not yet released.
+    /// The 3A controls and peripheral controllers handed out and not yet released.
     [[nodiscard]] int openServices() const;
+    /// All reports raised so far, in order, also while the journal is off.
     [[nodiscard]] std::vector<ExceptionReport> exceptionReports() const;
 
-    // Runs the tasks held so far (TaskRuns::Held), on the calling thread, in the order of their posts.
+    /// Runs the tasks held so far (TaskRuns::Held), on the calling thread, in the order of their posts.
     void runHeldTasks();
 
   private:
@@ -136,19 +170,21 @@ class ZEQCAM_BOARD_API Board {
     std::unique_ptr<State> mState;
 };
 
-// Whether the calling thread is in a call across the boundary, or a thread of the board runs board code.
-// False while a posted task runs. A test's operator new can fail the library's allocations alone with it.
+/// Whether the calling thread is in a call across the boundary, or a thread of the board runs board code.
+/// False while a posted task runs. A test's operator new can fail the library's allocations alone with it.
 ZEQCAM_BOARD_API bool inBoard();
 
-// A client's request in the journal, from construction to destruction.
+/// A client's request in the journal: Kind::Request at construction, Kind::Reply at destruction, both on the
+/// thread of the client. The board outlives it.
 class ZEQCAM_BOARD_API ClientRequest {
   public:
+    /// `client` and `request` name them; `sensors` is the list asked for.
     ClientRequest(Board& board, std::string client, std::string request, std::vector<int> sensors = {});
     ~ClientRequest();
     ClientRequest(ClientRequest const&) = delete;
     ClientRequest& operator=(ClientRequest const&) = delete;
 
-    // Notes the result for the reply and passes it through.
+    /// Notes the result for the reply and passes it through.
     bool replies(bool result);
 
   private:

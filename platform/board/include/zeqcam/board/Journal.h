@@ -12,112 +12,114 @@
 
 namespace zeqcam::board {
 
-// What happened. A pair `X`, `XDone` frames a call that takes time: `XDone` carries its result.
-// Each kind says which fields of an entry it fills besides order, time and thread; the others are empty or
-// zero.
+/// What happened: a call across the boundary, or a client's request. A pair `X`, `XDone` frames a call that
+/// takes time: `X` is written before anything happens, `XDone` carries the result. Each kind says what it
+/// fills of an entry besides order, time and thread; all else is empty or zero.
+///
+/// - Of all kinds of a sensor and of its services, Entry::sensor is the sensor's id.
+/// - Of all calls on the sensor list and on handles, Entry::text is the caller name given.
+/// - Of all kinds of a task, Entry::text is the queue's name and Entry::number the value posted.
 enum class Kind : std::uint8_t {
-    // Clients of the library; written by ClientRequest. text: the client; detail: the request; sensors: its
-    // list.
-    Request,
-    Reply,  // number: the result of a power-on, else 0
+    Request,  ///< of a client, by ClientRequest. text: the client; detail: the request; sensors: its list
+    Reply,    ///< to that request. text: the client; detail: the request; number: the result of a power-on,
+              ///< else 0
 
-    // Sensors. sensor: the id; text: the caller name.
-    SensorListGet,  // number: 1 when there is a list
-    SensorCreate,   // number: 1 when a handle was made
-    SensorRelease,
-    SensorPowerOn,       // number: the count given; detail: the nice value of the calling thread
-    SensorPowerOnDone,   // number: the result
-    SensorPowerOff,      // number: the count given
-    SensorPowerOffDone,  // number: the result
-    SensorAfterPowerOn,
+    SensorListGet,       ///< number: 1 when there is a list; no caller name
+    SensorCreate,        ///< number: 1 when a handle was made
+    SensorRelease,       ///< a handle was given back
+    SensorPowerOn,       ///< number: the count given; detail: the nice value of the calling thread
+    SensorPowerOnDone,   ///< number: 1 when the sensors came up, else 0
+    SensorPowerOff,      ///< number: the count given
+    SensorPowerOffDone,  ///< number: 1 when the sensors went down, else 0
+    SensorAfterPowerOn,  ///< the call that follows a power-on that succeeded
 
-    // Services of a sensor. sensor: the id; number: the status answered, or 1 when there is a service.
-    Hal3AGet,
-    Hal3APowerOn,
-    Hal3APowerOff,
-    Hal3ARelease,
-    PeripheralGet,
-    PeripheralPowerOn,
-    PeripheralPowerOff,
-    PeripheralRelease,
+    Hal3AGet,            ///< number: 1 when the sensor has a 3A control
+    Hal3APowerOn,        ///< number: the status answered
+    Hal3APowerOff,       ///< number: the status answered
+    Hal3ARelease,        ///< the last hold on a 3A control has gone
+    PeripheralGet,       ///< number: 1 when the sensor has a peripheral controller
+    PeripheralPowerOn,   ///< number: the status answered
+    PeripheralPowerOff,  ///< number: the status answered
+    PeripheralRelease,   ///< the last hold on a peripheral controller has gone
 
-    // Tasks. number: the value posted, or the type of a new queue; text: the queue's name.
-    QueueCreate,  // detail: "missing" when none was made
-    QueueRelease,
-    TaskPost,    // detail: what became of the handle: "given", "none", "no future"
-    TaskFuture,  // the handle was asked for its future
-    TaskRun,
-    TaskRunDone,
-    TaskDrop,  // the queue destroyed a task without running it
+    QueueCreate,   ///< number: the type asked for; detail: "missing" when none was made
+    QueueRelease,  ///< the last hold on a queue has gone; number: 0
+    TaskPost,      ///< detail: what became of the handle: "given", "none", "no future"
+    TaskFuture,    ///< a handle was asked for its future
+    TaskRun,       ///< a task begins, on the thread that runs it
+    TaskRunDone,   ///< it has ended
+    TaskDrop,      ///< the board destroyed a task without running it
 
-    // Performance.
-    Affinity,  // number: 0, or the error number of the call that set it
-    CriticalTask,
-    PowerBudgetGet,  // number: 1 when there is an instance
-    PowerBudget,
+    Affinity,        ///< number: 0, or the error number of the call that set it
+    CriticalTask,    ///< the calling thread was marked critical
+    PowerBudgetGet,  ///< number: 1 when there is an instance
+    PowerBudget,     ///< the budget was asked for
 
-    // Diagnostics.
-    DebugPrint,  // number: the level; text: the tag; detail: the format as given; shown: the line as expanded
-    FilenameText,  // text: the path
-    UnifiedLog,    // number: the level; text: the tag; shown: the line; length: the length given; module: the
-                   // module
-    AndroidLog,    // number: the priority; text: the tag; detail: the format as given; shown: the line as
-                   // expanded
-    TraceBegin,    // text: the label
-    TraceEnd,      // text: the label of the section that it closes; empty when none was open
-    ProfileBegin,  // text: the function; detail: the tag
-    ProfileMark,   // text: the mark as expanded
-    ProfileEnd,    // text: the function
-    PropertyGet,   // text: the name; number: the value answered
-    ExceptionReport,  // text: the module; detail: the second argument ("(null)" when null); shown: the
-                      // message
+    DebugPrint,       ///< number: the level; text: the tag; detail: the format as given; shown: the line
+    FilenameText,     ///< text: the path
+    UnifiedLog,       ///< number: the level; text: the tag; shown: the line; length and module as given
+    AndroidLog,       ///< number: the priority; text: the tag; detail: the format as given; shown: the line
+    TraceBegin,       ///< text: the label
+    TraceEnd,         ///< text: the label of the section that it closes; empty when none was open
+    ProfileBegin,     ///< text: the function; detail: the tag
+    ProfileMark,      ///< text: the mark as expanded
+    ProfileEnd,       ///< text: the function
+    PropertyGet,      ///< text: the name; number: the value answered
+    ExceptionReport,  ///< text: the module; detail: the second argument, "(null)" when null; shown: the
+                      ///< message
 };
 
+/// The enumerator's name, such as "SensorPowerOn"; "?" when it is none.
 ZEQCAM_BOARD_API std::string_view nameOf(Kind kind);
 
+/// One thing that happened.
 struct Entry {
-    std::uint64_t order =
-        0;  // grows with every entry of the process: a call that ended before another began is lower
-    std::chrono::steady_clock::time_point time;
-    int thread = 0;  // the kernel's id of the calling thread
-    Kind kind = Kind::Request;
-    int sensor = 0;
-    std::int64_t number = 0;
-    std::uint32_t length = 0;
-    std::uint32_t module = 0;
-    std::string text;
-    std::string detail;
-    std::string shown;
-    std::vector<int> sensors;
+    /// Grows with every entry of the process: a call that ended before another began has the lower one.
+    std::uint64_t order = 0;
+    std::chrono::steady_clock::time_point time;  ///< when it was written
+    int thread = 0;                              ///< the kernel's id of the calling thread
+    Kind kind = Kind::Request;                   ///< says what the members below hold
+    int sensor = 0;                              ///< a sensor's id
+    std::int64_t number = 0;                     ///< a result, a status, a count or a level
+    std::uint32_t length = 0;                    ///< of a line of the unified log, before it was cut to fit
+    std::uint32_t module = 0;                    ///< of a line of the unified log
+    std::string text;                            ///< who or what it is about
+    std::string detail;                          ///< what else was given
+    std::string shown;                           ///< a line or message as a reader sees it
+    std::vector<int> sensors;                    ///< the list of a client's request
 };
 
-// All calls across the boundary, of all threads, in order. Every member may be called from any thread at any
-// time.
+/// All calls across the boundary, of all threads, in order. Every member may be called from any thread at any
+/// time. An entry that gets no memory is lost, without a word to the caller that it tells of.
 class ZEQCAM_BOARD_API Journal {
   public:
+    /// Empty, and on.
     Journal();
     ~Journal();
     Journal(Journal const&) = delete;
     Journal& operator=(Journal const&) = delete;
 
-    // A journal that is off takes no entry and costs its callers one branch. It starts on.
+    /// A journal that is off takes no entry and costs its callers one branch. It starts on.
     void setOn(bool on);
+    /// Whether it takes entries.
     [[nodiscard]] bool isOn() const;
 
-    // Fills in order, time and thread. Does nothing while the journal is off.
+    /// Appends an entry, with its order, time and thread filled in. Does nothing while the journal is off. A
+    /// test may add entries of its own.
     void add(Entry entry);
 
-    // A copy of what stands in it, in order.
+    /// A copy of what stands in it, in order. An entry that is being added meanwhile may be in it or not.
     [[nodiscard]] std::vector<Entry> entries() const;
+    /// The same, of one kind only.
     [[nodiscard]] std::vector<Entry> entries(Kind kind) const;
 
-    // Forgets what stands in it.
+    /// Forgets what stands in it.
     void clear();
 
-    // Waits, without a time limit, until `enough` says so of the entries; it is asked anew after each new
-    // entry.
+    /// Waits, without a time limit, until `enough` says so of the entries; it is asked at once, and anew
+    /// after new ones, on the calling thread.
     void waitUntil(std::function<bool(std::vector<Entry> const&)> const& enough) const;
-    // Waits until there are `count` entries of a kind.
+    /// Waits, without a time limit, until there are `count` entries of a kind, earlier ones included.
     void waitFor(Kind kind, std::size_t count = 1) const;
 
   private:

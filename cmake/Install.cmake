@@ -1,0 +1,64 @@
+# What an installation holds, in three components: `runtime` (the libraries), `development` (headers, CMake and
+# pkg-config files) and `tool` (zeqcam-power). No installed file names the prefix: the tree may be moved.
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(zeqcam_cmake_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zeqcam_poweronoff)
+set(zeqcam_pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+# Each library is a component of the package by itself: whoever has another board needs ours not.
+install(TARGETS zeqcam_poweronoff zeqcam_platform EXPORT zeqcam_poweronoff
+  LIBRARY COMPONENT runtime
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(TARGETS zeqcam_board EXPORT zeqcam_board
+  LIBRARY COMPONENT runtime
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+foreach(component poweronoff board)
+  install(EXPORT zeqcam_${component} NAMESPACE zeqcam:: FILE zeqcam_${component}-targets.cmake
+    DESTINATION ${zeqcam_cmake_dir} COMPONENT development)
+endforeach()
+
+install(DIRECTORY include/zeqcam platform/include/zeqcam platform/board/include/zeqcam
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development FILES_MATCHING PATTERN *.h)
+install(FILES
+  utils/hw/poweronoffcontroller/Hal3AListener.h
+  utils/hw/poweronoffcontroller/PowerOnOffController.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/zeqcam COMPONENT development)
+
+configure_package_config_file(cmake/zeqcam_poweronoff-config.cmake.in zeqcam_poweronoff-config.cmake
+  INSTALL_DESTINATION ${zeqcam_cmake_dir} NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(zeqcam_poweronoff-config-version.cmake COMPATIBILITY SameMajorVersion)
+install(FILES
+  ${CMAKE_CURRENT_BINARY_DIR}/zeqcam_poweronoff-config.cmake
+  ${CMAKE_CURRENT_BINARY_DIR}/zeqcam_poweronoff-config-version.cmake
+  DESTINATION ${zeqcam_cmake_dir} COMPONENT development)
+
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX}
+  OUTPUT_VARIABLE zeqcam_libdir)
+cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_INCLUDEDIR BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX}
+  OUTPUT_VARIABLE zeqcam_includedir)
+file(RELATIVE_PATH zeqcam_prefix /prefix/${zeqcam_pkgconfig_dir} /prefix)
+foreach(library poweronoff board)
+  configure_file(cmake/zeqcam-${library}.pc.in zeqcam-${library}.pc @ONLY)
+  install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zeqcam-${library}.pc
+    DESTINATION ${zeqcam_pkgconfig_dir} COMPONENT development)
+endforeach()
+
+install(FILES CHANGELOG.md docs/architecture.md docs/scenario.md
+  DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+
+if(TARGET zeqcam-power)
+  # Finds its libraries wherever the tree stands.
+  file(RELATIVE_PATH zeqcam_libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+  set_target_properties(zeqcam-power PROPERTIES INSTALL_RPATH "$ORIGIN/${zeqcam_libraries}")
+  install(TARGETS zeqcam-power RUNTIME COMPONENT tool)
+  install(FILES docs/zeqcam-power.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
+  install(FILES completions/zeqcam-power.bash RENAME zeqcam-power
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions COMPONENT tool)
+  install(FILES completions/_zeqcam-power
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT tool)
+  install(FILES completions/zeqcam-power.fish
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT tool)
+  install(FILES examples/phone.toml
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/zeqcam-power/examples COMPONENT tool)
+endif()

@@ -1,0 +1,23 @@
+# Completion of zeqcam-power in bash.
+_zeqcam_power() {
+  local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} each command=
+  for each in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
+    case $each in run | check) command=$each && break ;; esac
+  done
+  compopt -o filenames 2>/dev/null
+  case $command:$before in
+    run:--seed | run:--timeout) COMPREPLY=() ;;
+    run:--trace | run:--svg) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
+    *)
+      local words='run check --help --version'
+      [ "$command" = run ] && words='--trace --svg --ftrace --json --verbose --quiet --seed --timeout --help'
+      [ "$command" = check ] && words='--help'
+      if [[ -z $command || $word == -* ]]; then
+        mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")
+      else
+        mapfile -t COMPREPLY < <(compgen -d -- "$word"; compgen -f -X '!*.toml' -- "$word")
+      fi
+      ;;
+  esac
+}
+complete -F _zeqcam_power zeqcam-power

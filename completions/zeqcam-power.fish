@@ -1,0 +1,17 @@
+# Completion of zeqcam-power in fish.
+set -l run '__fish_seen_subcommand_from run'
+set -l command '__fish_seen_subcommand_from run check'
+complete -c zeqcam-power -f
+complete -c zeqcam-power -s h -l help -d 'Print the options'
+complete -c zeqcam-power -n "not $command" -l version -d 'Print the version'
+complete -c zeqcam-power -n "not $command" -a run -d 'Play a scenario'
+complete -c zeqcam-power -n "not $command" -a check -d 'Tell what is wrong with a scenario'
+complete -c zeqcam-power -n "$command" -a '(__fish_complete_suffix .toml)'
+complete -c zeqcam-power -n "$run" -l trace -r -F -d 'Write the run as a trace'
+complete -c zeqcam-power -n "$run" -l svg -r -F -d 'Write the timeline as a picture'
+complete -c zeqcam-power -n "$run" -l ftrace -d 'Write the sections to the kernel tracer too'
+complete -c zeqcam-power -n "$run" -l json -d 'Print the results as JSON'
+complete -c zeqcam-power -n "$run" -s v -l verbose -d 'Print debug lines too'
+complete -c zeqcam-power -n "$run" -s q -l quiet -d 'Print warnings and errors only'
+complete -c zeqcam-power -n "$run" -l seed -x -d 'The seed of the faults by chance'
+complete -c zeqcam-power -n "$run" -l timeout -x -d 'How long the scenario may take'
