@@ -2,6 +2,7 @@
 #include "ScenarioKeys.h"
 #include "ScenarioReader.h"
 #include "SensorTimes.h"
+#include "TraceFile.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -9,8 +10,14 @@
 #include <unistd.h>
 
 #include <array>
+#include <csignal>
 #include <cstdio>
+#include <cstdlib>
 #include <fstream>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <set>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -22,6 +29,8 @@ using testing::AllOf;
 using testing::ElementsAre;
 using testing::Field;
 using testing::HasSubstr;
+using testing::Not;
+using testing::StartsWith;
 using zeqcam::board::Kind;
 
 std::vector<std::string> const kLines{"[[sensor]]",           "id = 0",
@@ -153,18 +162,20 @@ std::vector<zeqcam::board::Entry> journalOf(std::vector<zeqcam::board::Entry> en
 TEST(SensorTimes, CountsTheCallsOfARequestAndNotThoseItWaitedFor) {
     // The app's request, on thread 1, finds its controller busy with the same sensors for the lens test, on
     // thread 2.
+    // Another controller drives sensor 1 besides, on thread 6.
     auto const times =
         sensorTimes(journalOf({{.thread = 2, .kind = Kind::Request, .text = "lens test", .sensors = {0}},
-                               {.thread = 2, .kind = Kind::SensorPowerOff, .sensor = 0},
                                {.thread = 1, .kind = Kind::Request, .text = "app", .sensors = {0, 1, 2}},
+                               {.thread = 2, .kind = Kind::SensorPowerOff, .sensor = 0},
                                {.thread = 2, .kind = Kind::SensorPowerOffDone, .sensor = 0},
                                {.thread = 2, .kind = Kind::Reply, .text = "lens test"},
                                {.thread = 1, .kind = Kind::SensorListGet},
                                {.thread = 3, .kind = Kind::SensorPowerOn, .sensor = 0},
                                {.thread = 4, .kind = Kind::SensorPowerOn, .sensor = 1},
-                               {.thread = 5, .kind = Kind::SensorPowerOn, .sensor = 7},
+                               {.thread = 6, .kind = Kind::SensorPowerOn, .sensor = 1},
                                {.thread = 4, .kind = Kind::SensorPowerOnDone, .sensor = 1},
                                {.thread = 3, .kind = Kind::SensorPowerOnDone, .sensor = 0},
+                               {.thread = 6, .kind = Kind::SensorPowerOnDone, .sensor = 1},
                                {.thread = 1, .kind = Kind::Reply, .text = "app"},
                                {.thread = 1, .kind = Kind::Request, .text = "app", .sensors = {0}},
                                {.thread = 1, .kind = Kind::Reply, .text = "app"}}),
@@ -178,11 +189,13 @@ TEST(SensorTimes, CountsTheCallsOfARequestAndNotThoseItWaitedFor) {
 
 TEST(Report, LetsNoControlCharacterOfTheFileThrough) {
     auto scenario = readScenario(scenarioWith(3, R"(name = "m\u001b[2Jain\u009b\n")")).scenario;
+    scenario.controllers.at(0).name = "\u0085";
     Request const request{
         .line = 3, .client = "a\rb", .name = "status", .sensors = {0}, .expects = true, .unmet = "\a"};
     Outcome const outcome{.requests = {request}, .powered = {}, .controllers = {{"\u0085", std::nullopt}}};
     std::string const text = report(scenario, outcome, "a\tb.toml", false);
-    EXPECT_THAT(text, AllOf(HasSubstr("m\\x1b[2Jain\\x9b\\x0a"), HasSubstr("a\\x09b.toml:3: a\\x0db")));
+    EXPECT_THAT(text, AllOf(HasSubstr("m\\x1b[2Jain\\x9b\\x0a"), HasSubstr("a\\x09b.toml:3: a\\x0db"),
+                            HasSubstr("\\x85 destroyed")));
     EXPECT_EQ(text.find_first_of("\033\r\a\t\xc2"), text.npos);
 }
 
@@ -191,24 +204,59 @@ struct Ran {
     std::string output;
 };
 
-Ran runTool(std::string const& arguments) {
+constexpr int kNoSignal = 0;
+
+// A log line begins with the date, the time, and the ids of process and thread.
+int loggedProcess(std::string const& line) {
+    int process = 0;
+    std::sscanf(line.c_str(), "%*s %*s %d", &process);
+    return process;
+}
+
+// The signal is sent to the tool when it has logged that a power-on has begun.
+Ran runCommand(std::string const& command, int signal = kNoSignal) {
     Ran ran{-1, {}};
-    std::FILE* const pipe = popen(("\"" ZEQCAM_POWER_PATH "\" " + arguments + " 2>&1").c_str(), "r");
+    std::FILE* const pipe = popen(command.c_str(), "r");
     if (!pipe) return ran;
-    std::array<char, 4096> part{};
-    for (std::size_t size; (size = std::fread(part.data(), 1, part.size(), pipe)) > 0;)
-        ran.output.append(part.data(), size);
+    std::array<char, 4096> line{};
+    while (std::fgets(line.data(), line.size(), pipe)) {
+        ran.output += line.data();
+        bool const hasBegun = std::string_view(line.data()).ends_with("powerOn +\n");
+        if (hasBegun && signal != kNoSignal) kill(loggedProcess(line.data()), signal);
+    }
     int const status = pclose(pipe);
     if (WIFEXITED(status)) ran.status = WEXITSTATUS(status);
     return ran;
 }
 
-Ran runScenario(std::string const& text) {
-    std::string const path = testing::TempDir() + "scenario-" + std::to_string(getpid()) + ".toml";
-    std::ofstream(path) << text;
-    Ran ran = runTool("run \"" + path + '"');
-    std::remove(path.c_str());
-    return ran;
+Ran runTool(std::string const& arguments, std::string const& errorsTo = "&1", int signal = kNoSignal) {
+    return runCommand("\"" ZEQCAM_POWER_PATH "\" " + arguments + " 2>" + errorsTo, signal);
+}
+
+// A file of this process that goes with the test.
+class TemporaryFile {
+  public:
+    explicit TemporaryFile(std::string const& ending, std::string const& text = {})
+        : path(testing::TempDir() + "zeqcam-" + std::to_string(getpid()) + ending) {
+        std::ofstream(path) << text;
+    }
+    ~TemporaryFile() { std::remove(path.c_str()); }
+    TemporaryFile(TemporaryFile const&) = delete;
+    TemporaryFile& operator=(TemporaryFile const&) = delete;
+
+    [[nodiscard]] std::string text() const {
+        std::ostringstream text;
+        text << std::ifstream(path).rdbuf();
+        return text.str();
+    }
+
+    std::string const path;
+};
+
+Ran runScenario(std::string const& text, std::string const& options = {}, std::string const& errorsTo = "&1",
+                int signal = kNoSignal) {
+    TemporaryFile const file(".toml", text);
+    return runTool("run \"" + file.path + "\" " + options, errorsTo, signal);
 }
 
 TEST(Tool, RunsTheExample) {
@@ -220,7 +268,9 @@ TEST(Tool, RunsTheExample) {
 
 TEST(Tool, EndsWithTwoAndOneLineWhereNothingCanRun) {
     for (std::string const arguments :
-         {"", "walk", "run", "run a b", "run --fast a", "run /nowhere.toml", "run ."}) {
+         {"", "walk", "run", "run a b", "run --fast a", "run /nowhere.toml", "run .", "check /nowhere.toml",
+          "run -v -q " ZEQCAM_EXAMPLES_DIR "/phone.toml", "run --timeout nan a", "run --seed -1 a",
+          "run --trace /nowhere/trace.json " ZEQCAM_EXAMPLES_DIR "/phone.toml"}) {
         auto const [status, output] = runTool(arguments);
         EXPECT_EQ(status, 2) << arguments;
         EXPECT_EQ(output.find('\n'), output.size() - 1) << output;
@@ -229,6 +279,18 @@ TEST(Tool, EndsWithTwoAndOneLineWhereNothingCanRun) {
     EXPECT_EQ(status, 2);
     EXPECT_THAT(output, testing::MatchesRegex("zeqcam-power: .*\\.toml:3: sensor.lens: [^\n]*\n"));
     EXPECT_EQ(runTool("run --help").status, 0);
+    EXPECT_THAT(runTool("--version").output, StartsWith("zeqcam-power "));
+}
+
+TEST(Tool, ChecksAFileWithoutRunningIt) {
+    TemporaryFile const wrong(".toml", scenarioWith(2, "id = 0\nlens = 1\npower_on_ms = -1"));
+    auto const [status, output] = runTool("check " + wrong.path);
+    EXPECT_EQ(status, 2);
+    EXPECT_THAT(output, testing::MatchesRegex("zeqcam-power: .*:3: sensor.lens: [^\n]*\n"
+                                              "zeqcam-power: .*:4: sensor.power_on_ms: [^\n]*\n"));
+    auto const right = runTool("check " ZEQCAM_EXAMPLES_DIR "/phone.toml");
+    EXPECT_EQ(right.status, 0);
+    EXPECT_EQ(right.output, "");
 }
 
 TEST(Tool, TellsWhatCameOfEachExpectationAndController) {
@@ -246,6 +308,7 @@ TEST(Tool, TellsWhatCameOfEachExpectationAndController) {
         {scenarioWith(2, "id = 0\nhandle = false"), 0, "false"},
         {scenarioWith(3, "name = 'main'\npower_on_fails = 'always'"), 0, "0  main    off    photo on"},
         {stepsAre("{ power_on = [0] }") + second, 0, "0  main    on     photo on"},
+        {scenarioWith(3, "name = 'main'\npower_off_hangs = true"), 0, "0  main    on     photo on"},
         {stepsAre("{ power_on = [0] }, { destroy = true }") + second, 0, "0  main    off    photo destroyed"},
     };
     for (auto const& [text, expected, told] : cases) {
@@ -253,6 +316,167 @@ TEST(Tool, TellsWhatCameOfEachExpectationAndController) {
         EXPECT_EQ(status, expected) << output;
         EXPECT_THAT(output, HasSubstr(told));
     }
+}
+
+// Fails where a slice ends that is not the innermost of its thread, by its name and values.
+void expectNestedSlices(nlohmann::json const& trace) {
+    std::map<int, std::vector<std::string>> open;
+    for (auto const& event : trace.at("traceEvents")) {
+        auto& slices = open[event.at("tid")];
+        std::string const name =
+            event.at("name").get<std::string>() + event.value("args", nlohmann::json()).dump();
+        if (event.at("ph") == "B") slices.push_back(name);
+        if (event.at("ph") != "E") continue;
+        ASSERT_FALSE(slices.empty()) << event;
+        EXPECT_EQ(slices.back(), name);
+        slices.pop_back();
+    }
+    for (auto const& [thread, slices] : open) EXPECT_THAT(slices, ElementsAre()) << thread;
+}
+
+TEST(TraceFile, HoldsSlicesMarksAndCountsInMicroseconds) {
+    Instant const begin{5s};
+    Section const call{SectionKind::SensorCall, "sensor 2 on", begin + 1500ns, begin + 3us, false, true, {}};
+    Section const worker{
+        SectionKind::Trace, "powerOnSensor: 2", begin + 1us, begin + 4us, true, false, {call}};
+    auto const trace = nlohmann::json::parse(
+        traceFile({.begin = begin,
+                   .end = begin + 4us,
+                   .rows = {{"app", {1}, {}}, {"sensor 2 worker", {7, 9}, {worker}}},
+                   .marks = {{.time = begin + 2us, .row = 1, .level = "error", .text = "no\n\xff"}},
+                   .powered = {{begin + 3us, 1}}},
+                  "phone"));
+    expectNestedSlices(trace);
+    std::map<std::string, nlohmann::json> last;
+    for (auto const& event : trace.at("traceEvents"))
+        last[event.at("ph").get<std::string>() + ' ' + event.at("name").get<std::string>()] = event;
+    EXPECT_EQ(last.at("M process_name").at("args").at("name"), "phone");
+    int const thread = last.at("M thread_name").at("tid");
+    EXPECT_EQ(last.at("M thread_name").at("args").at("name"), "sensor 2 worker");
+    EXPECT_EQ(last.at("B sensor 2 on").at("ts"), 1.5);
+    EXPECT_EQ(last.at("B sensor 2 on").at("tid"), thread);
+    EXPECT_EQ(last.at("E sensor 2 on").at("args").at("failed"), true);
+    EXPECT_EQ(last.at("E powerOnSensor: 2").at("args").at("open"), true);
+    EXPECT_EQ(last.at("i no\n\ufffd").at("args").at("level"), "error");
+    EXPECT_EQ(last.at("C sensors powered").at("args").at("sensors"), 1);
+}
+
+TEST(Tool, TellsAndKeepsWhatARunThatIsCutOffWasIn) {
+    struct Case {
+        std::string options;
+        int signal;
+        int status;
+    };
+    std::string const hangs = scenarioWith(3, "name = 'main'\npower_on_hangs = true");
+    for (auto const& [options, signal, expected] :
+         std::vector<Case>{{"--timeout 0.2 ", kNoSignal, 3}, {"", SIGINT, 130}, {"", SIGTERM, 143}}) {
+        TemporaryFile const trace(".json");
+        TemporaryFile const picture(".svg");
+        auto const [status, output] =
+            runScenario(hangs, options + "--trace " + trace.path + " --svg " + picture.path, "&1", signal);
+        EXPECT_EQ(status, expected) << output;
+        EXPECT_THAT(output, AllOf(HasSubstr("app: in \"power on 0\" for "), HasSubstr("! app     power on")));
+        expectNestedSlices(nlohmann::json::parse(trace.text()));
+        EXPECT_THAT(picture.text(), HasSubstr("</svg>"));
+    }
+}
+
+TEST(Tool, EndsWithOneWhereAFileCannotBeWritten) {
+    auto const [status, output] = runScenario(scenarioWith(), "--trace /dev/full");
+    EXPECT_EQ(status, 1);
+    EXPECT_THAT(output, HasSubstr("\nzeqcam-power: /dev/full: cannot be written: "));
+}
+
+TEST(Tool, NeverReplacesTheScenario) {
+    TemporaryFile const file(".toml", scenarioWith());
+    for (std::string const option : {" --trace ", " --svg "}) {
+        EXPECT_EQ(runTool("run " + file.path + option + file.path).status, 2);
+        EXPECT_EQ(file.text(), scenarioWith());
+    }
+}
+
+TEST(Tool, PrintsNothingBesidesTheJson) {
+    auto const [status, output] =
+        runScenario(stepsAre("{ power_on = [0] }, { status = { 0 = false } }"), "--json", "/dev/null");
+    EXPECT_EQ(status, 1);
+    auto const result = nlohmann::json::parse(output);
+    EXPECT_EQ(result.at("requests").at(0).at("result"), "true");
+    EXPECT_EQ(result.at("requests").at(1).at("unmet"), "main is on, expected off");
+    EXPECT_EQ(result.at("sensors").at(0).at("powered"), true);
+    EXPECT_EQ(result.at("sensors").at(0).at("controllers").at("photo"), true);
+}
+
+// The letters of the levels, or the messages, of the log lines.
+std::vector<std::string> logged(std::string const& output, bool levels) {
+    std::vector<std::string> found;
+    std::istringstream lines(output);
+    for (std::string line; std::getline(lines, line);) {
+        std::array<char, 2> level{};
+        if (std::sscanf(line.c_str(), "%*d-%*d %*d:%*d:%*f %*d %*d %1s", level.data()) != 1) continue;
+        found.push_back(levels ? level.data() : line.substr(line.find(": ")));
+    }
+    return found;
+}
+
+TEST(Tool, LogsTheLevelsAskedFor) {
+    // The controller may not drive sensor 1: a warning.
+    std::string const scenario =
+        "[[sensor]]\nid = 1\n" + scenarioWith(2, "id = 0\npower_on_fails = 'always'");
+    std::string const warns = scenario.substr(0, scenario.rfind("['main']")) + "[0, 1] } ]\n";
+    std::vector<std::pair<std::string, std::set<std::string>>> const cases{
+        {"", {"E", "W", "I"}}, {"-v", {"E", "W", "I", "D"}}, {"-q", {"E", "W"}}, {"-qq", {"E"}}};
+    for (auto const& [option, expected] : cases) {
+        auto const levels = logged(runScenario(warns, option).output, true);
+        EXPECT_EQ(std::set(levels.begin(), levels.end()), expected) << option;
+    }
+}
+
+TEST(Tool, RepeatsTheFaultsOfASeed) {
+    std::string steps;
+    for (int i = 0; i < 20; ++i) steps += "{ power_on = [0] }, { power_off = [0] }, ";
+    std::string const scenario = "[board]\nseed = 7\n" + stepsAre(steps);
+    std::string const chance =
+        std::string(scenario).insert(scenario.find("name ="), "power_on_fails = { chance = 0.5 }\n");
+    auto const asInTheFile = logged(runScenario(chance).output, false);
+    EXPECT_EQ(logged(runScenario(chance, "--seed 7").output, false), asInTheFile);
+    EXPECT_NE(logged(runScenario(chance, "--seed 8").output, false), asInTheFile);
+}
+
+int countOf(std::string const& part, std::string const& text) {
+    int count = 0;
+    for (auto at = text.find(part); at != text.npos; at = text.find(part, at + 1)) ++count;
+    return count;
+}
+
+TEST(Tool, WritesSectionsToTheKernelsTracer) {
+    std::string const folder = "/sys/kernel/tracing";
+    std::string const mounted = "(mountpoint -q " + folder + " || mount -t tracefs nodev " + folder +
+                                ") && grep -q 1 " + folder + "/tracing_on";
+    if (std::system(("unshare -m sh -c '" + mounted + "' 2>/dev/null").c_str()) != 0)
+        GTEST_SKIP() << "this process may not mount and use the kernel's tracer";
+
+    TemporaryFile const file(".toml", scenarioWith());
+    TemporaryFile const script(".sh", mounted + " && \"" ZEQCAM_POWER_PATH "\" run " + file.path +
+                                          " --ftrace && grep tracing_mark_write " + folder + "/trace");
+    auto const [status, output] = runCommand("unshare -m sh " + script.path);
+    EXPECT_EQ(status, 0) << output;
+    std::string const process = std::to_string(loggedProcess(output));
+    EXPECT_THAT(output, HasSubstr("B|" + process + "|powerOnSensor: 0\n"));
+    EXPECT_EQ(countOf("B|" + process + '|', output), countOf("E|" + process + '\n', output));
+}
+
+TEST(Tool, EndsWithTwoWhereTheKernelsTracerIsOutOfReach) {
+    if (std::system("unshare -m true 2>/dev/null") != 0)
+        GTEST_SKIP() << "this process may not hide the tracer";
+    TemporaryFile const file(".toml", scenarioWith());
+    TemporaryFile const script(
+        ".sh",
+        "for folder in tracing debug; do mount -t tmpfs none /sys/kernel/$folder; done\n"
+        "\"" ZEQCAM_POWER_PATH "\" run --ftrace " +
+            file.path + " 2>&1");
+    auto const [status, output] = runCommand("unshare -m sh " + script.path);
+    EXPECT_EQ(status, 2);
+    EXPECT_THAT(output, testing::MatchesRegex("zeqcam-power: the kernel's tracer [^\n]*\n"));
 }
 
 }  // namespace

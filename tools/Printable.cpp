@@ -26,10 +26,10 @@ void spellOut(std::string& out, unsigned byte) {
 std::string printable(std::string_view text) {
     std::string out;
     for (std::size_t place = 0; place < text.size(); ++place) {
-        if (isC1(text, place)) ++place;
+        bool const c1 = isC1(text, place);
+        if (c1) ++place;
         unsigned const byte = byteAt(text, place);
-        bool const isControl = byte < 0x20 || byte == 0x7f || (place > 0 && isC1(text, place - 1));
-        if (isControl) {
+        if (c1 || byte < 0x20 || byte == 0x7f) {
             spellOut(out, byte);
         } else {
             out += text[place];

@@ -3,9 +3,12 @@
 #include <zeqcam/platform/Atrace.h>
 #include <zeqcam/platform/CamProfile.h>
 
+#include <unistd.h>
+
 #include <cstddef>
 #include <cstdint>
-#include <new>
+#include <cstring>
+#include <string>
 #include <type_traits>
 
 namespace zeqcam::board {
@@ -24,12 +27,24 @@ struct OpenSections {
 
 thread_local OpenSections tSections;
 
+// An event of a section in the kernel's trace, as one write: the kernel keeps those of two threads apart. A
+// tracer that is off loses it, as on a device.
+void writeMarker(Device const& device, char event, char const* label = nullptr) {
+    int const marker = device.settings().traceMarker;
+    if (marker < 0) return;
+    withoutThrowing([&] {
+        std::string line(1, event);
+        line += '|' + std::to_string(getpid());
+        if (label) line.append("|").append(label);
+        [[maybe_unused]] auto const written = write(marker, line.data(), line.size());
+    });
+}
+
 // What a profile keeps in its opaque bytes. When its marks were printed stands in the journal.
 struct Profile {
     char const* function;
 };
-static_assert(sizeof(Profile) <= sizeof(NSCam::Utils::CamProfile) &&
-              std::is_trivially_destructible_v<Profile>);
+static_assert(sizeof(Profile) <= sizeof(NSCam::Utils::CamProfile) && std::is_trivially_copyable_v<Profile>);
 
 }  // namespace
 }  // namespace zeqcam::board
@@ -47,12 +62,14 @@ void atrace_begin_body(char const* label) {
     if (!device) return;
     note(device->journal, [&] { return Entry{.kind = Kind::TraceBegin, .text = textOf(label)}; });
     withoutThrowing([&] { tSections.of(*device).emplace_back(textOf(label)); });
+    writeMarker(*device, 'B', textOf(label));
 }
 
 void atrace_end_body() {
     InBoard const inside;
     Device* const device = standing();
     if (!device) return;
+    writeMarker(*device, 'E');
     withoutThrowing([&] {
         std::vector<std::string>& labels = tSections.of(*device);
         std::string closed;
@@ -66,9 +83,10 @@ void atrace_end_body() {
 
 namespace NSCam::Utils {
 
-CamProfile::CamProfile(char const* function, char const* tag) {
+CamProfile::CamProfile(char const* function, char const* tag) : mOpaque{} {
     InBoard const inside;
-    new (mOpaque) Profile{function};
+    Profile const profile{function};
+    std::memcpy(mOpaque, &profile, sizeof profile);
     if (Device* const device = standing()) {
         note(device->journal, [&] {
             return Entry{.kind = Kind::ProfileBegin, .text = textOf(function), .detail = textOf(tag)};
@@ -81,8 +99,9 @@ CamProfile::~CamProfile() {
     Device* const device = standing();
     if (!device) return;
     note(device->journal, [this] {
-        auto const* const profile = std::launder(reinterpret_cast<Profile const*>(mOpaque));
-        return Entry{.kind = Kind::ProfileEnd, .text = textOf(profile->function)};
+        Profile profile{};
+        std::memcpy(&profile, mOpaque, sizeof profile);
+        return Entry{.kind = Kind::ProfileEnd, .text = textOf(profile.function)};
     });
 }
 

@@ -1,0 +1,283 @@
+#include "SvgTimeline.h"
+#include "TerminalTimeline.h"
+#include "TextWidth.h"
+#include "Timeline.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+using namespace zeqcam::tool;
+using testing::HasSubstr;
+using testing::Not;
+using zeqcam::board::Entry;
+using zeqcam::board::Kind;
+
+Instant const kBegin{1h};
+
+// A journal written by hand: what happened at a millisecond on a thread.
+struct Happened {
+    int ms;
+    int thread;
+    Kind kind;
+    std::string text = {};
+    int sensor = 0;
+    std::int64_t number = 0;
+    std::string detail = {};
+    std::vector<int> sensors = {};
+};
+
+std::vector<Entry> journalOf(std::vector<Happened> const& happened) {
+    std::vector<Entry> entries;
+    entries.reserve(happened.size());
+    for (Happened const& it : happened) {
+        entries.push_back({.time = kBegin + std::chrono::milliseconds(it.ms),
+                           .thread = it.thread,
+                           .kind = it.kind,
+                           .sensor = it.sensor,
+                           .number = it.number,
+                           .text = it.text,
+                           .detail = it.detail,
+                           .shown = it.text,
+                           .sensors = it.sensors});
+    }
+    return entries;
+}
+
+Timeline drawn(std::vector<Happened> const& happened, std::chrono::milliseconds now = 100ms) {
+    return timelineOf(journalOf(happened), kBegin + now);
+}
+
+// "label@begin-end{inner}", failed with '!' and open with '>' before it.
+std::string outline(std::vector<Section> const& sections) {
+    std::ostringstream text;
+    for (Section const& section : sections) {
+        text << ' ' << (section.failed ? "!" : "") << (section.open ? ">" : "") << section.label << '@'
+             << (section.begin - kBegin) / 1ms << '-' << (section.end - kBegin) / 1ms;
+        if (!section.inner.empty()) text << " {" << outline(section.inner) << " }";
+    }
+    return text.str();
+}
+
+std::string outline(Timeline const& timeline) {
+    std::string text;
+    for (Row const& row : timeline.rows) text += row.name + ':' + outline(row.sections) + '\n';
+    return text;
+}
+
+// Two sensors are powered on, the second in vain, and off; its second power-on does not end.
+std::vector<Happened> aRun(std::string const& client = "app") {
+    return {{0, 1, Kind::Request, client, 0, 0, "power on", {0, 3}},
+            {1, 1, Kind::TraceBegin, "LogicalDev powerOn"},
+            {2, 2, Kind::TraceBegin, "powerOnSensor: 0"},
+            {2, 3, Kind::TraceBegin, "powerOnSensor: 3"},
+            {3, 2, Kind::SensorPowerOn, "caller", 0},
+            {3, 3, Kind::SensorPowerOn, "caller", 3},
+            {20, 3, Kind::SensorPowerOnDone, "caller", 3, 0},
+            {20, 3, Kind::UnifiedLog, "sensor 3 failed", 0, 1},
+            {20, 3, Kind::DebugPrint, "E[tag] Controller.cpp:7 f() sensor 3 failed", 0, 1},
+            {21, 3, Kind::TraceEnd},
+            {30, 2, Kind::SensorPowerOnDone, "caller", 0, 1},
+            {31, 2, Kind::TraceEnd},
+            {32, 1, Kind::TraceEnd},
+            {33, 1, Kind::Reply, client, 0, 1, "power on"},
+            {40, 1, Kind::Request, client, 0, 0, "power off", {0, 3}},
+            {41, 4, Kind::TaskRun, "powerOnOffCtrl"},
+            {41, 4, Kind::TraceBegin, "powerOff: 0"},
+            {42, 4, Kind::SensorPowerOff, "caller", 0},
+            {50, 4, Kind::SensorPowerOffDone, "caller", 0, 1},
+            {51, 4, Kind::TraceEnd},
+            {51, 4, Kind::TaskRunDone, "powerOnOffCtrl"},
+            {52, 1, Kind::Reply, client, 0, 0, "power off"},
+            {60, 1, Kind::Request, client, 0, 0, "power on", {3}},
+            {61, 5, Kind::TraceBegin, "powerOnSensor: 3"},
+            {62, 5, Kind::SensorPowerOn, "caller", 3}};
+}
+
+TEST(Timeline, NestsSectionsInRowsNamedByWhatTheThreadsAre) {
+    EXPECT_EQ(outline(drawn(aRun())),
+              "app: power on 0 3@0-33 { LogicalDev powerOn@1-32 } power off 0 3@40-52 >power on 3@60-100\n"
+              "sensor 0 worker: powerOnSensor: 0@2-31 { sensor 0 on@3-30 }\n"
+              "sensor 3 worker: powerOnSensor: 3@2-21 { !sensor 3 on@3-20 } >powerOnSensor: 3@61-100 {"
+              " >sensor 3 on@62-100 }\n"
+              "powerOnOffCtrl: powerOff: 0@41-51 { sensor 0 off@42-50 }\n");
+}
+
+TEST(Timeline, KeepsThreadsApartThatWorkAtOnce) {
+    struct Case {
+        char const* what;
+        std::vector<Happened> happened;
+        std::string outline;
+    };
+    std::vector<Case> const cases{
+        {"two workers of one sensor at once",
+         {{0, 1, Kind::TraceBegin, "powerOnSensor: 2"},
+          {1, 2, Kind::TraceBegin, "powerOnSensor: 2"},
+          {2, 1, Kind::TraceEnd},
+          {3, 2, Kind::TraceEnd}},
+         "sensor 2 worker: powerOnSensor: 2@0-2\nsensor 2 worker (2): powerOnSensor: 2@1-3\n"},
+        {"two threads of a queue, one after the other",
+         {{0, 1, Kind::TaskRun, "queue"},
+          {0, 1, Kind::TraceBegin, "a"},
+          {1, 1, Kind::TraceEnd},
+          {2, 2, Kind::TaskRun, "queue"},
+          {2, 2, Kind::TraceBegin, "b"},
+          {3, 2, Kind::TraceEnd}},
+         "queue: a@0-1\nqueue (2): b@2-3\n"},
+        {"a worker's id given to another sensor's, without trace sections; a line before its first section",
+         {{0, 1, Kind::SensorPowerOn, "", 5},
+          {1, 1, Kind::SensorPowerOnDone, "", 5, 1},
+          {1, 2, Kind::UnifiedLog, "early", 0, 5},
+          {2, 1, Kind::SensorPowerOn, "", 4},
+          {3, 1, Kind::SensorPowerOnDone, "", 4, 1},
+          {3, 2, Kind::SensorPowerOn, "", 4},
+          {4, 2, Kind::SensorPowerOnDone, "", 4, 1}},
+         "sensor 4 worker: sensor 4 on@2-3 sensor 4 on@3-4\nsensor 5 worker: sensor 5 on@0-1\n"},
+        {"ends without begins, and a begin without its end",
+         {{0, 1, Kind::TraceEnd},
+          {1, 1, Kind::Request, "app", 0, 0, "power on"},
+          {2, 1, Kind::TraceBegin, "lost"},
+          {3, 1, Kind::Reply, "app", 0, 0, "power on"},
+          {4, 1, Kind::TraceEnd},
+          {5, 1, Kind::Request, "app", 0, 0, "status"},
+          {6, 1, Kind::Reply, "app", 0, 0, "status"}},
+         "app: !power on@1-3 { lost@2-3 } status@5-6\n"},
+    };
+    for (Case const& it : cases) EXPECT_EQ(outline(drawn(it.happened)), it.outline) << it.what;
+}
+
+TEST(Timeline, CountsPoweredSensorsAndMarksALineOnceThatReachedTwoLogs) {
+    Timeline const timeline = drawn(aRun());
+    std::string counts;
+    for (PoweredCount const& count : timeline.powered) {
+        counts += std::to_string((count.time - kBegin) / 1ms) + ':' + std::to_string(count.sensors) + ' ';
+    }
+    EXPECT_EQ(counts, "0:0 30:1 50:0 ");
+    ASSERT_EQ(timeline.marks.size(), 1U);
+    EXPECT_EQ(timeline.marks[0].level + ' ' + timeline.marks[0].text, "error sensor 3 failed");
+    EXPECT_EQ(timeline.rows[timeline.marks[0].row].name, "sensor 3 worker");
+}
+
+TEST(TextWidth, CutsAtTheColumnsThatATerminalGives) {
+    struct Case {
+        char const* text;
+        int columns;
+        char const* shortened;  // to four
+    };
+    for (Case const& it : {Case{"wide", 4, "wide"}, Case{"wider", 5, "wid~"}, Case{"カメ", 4, "カメ"},
+                           Case{"カメラ", 6, "カ~"}, Case{"e\u0301te\u0301", 3, "e\u0301te\u0301"},
+                           Case{"\xff\xfe", 2, "\xff\xfe"}}) {
+        EXPECT_EQ(columnsOf(it.text), it.columns) << it.text;
+        EXPECT_EQ(shortened(it.text, 4, "~"), it.shortened) << it.text;
+    }
+}
+
+TEST(TerminalTimeline, DrawsBarsToScale) {
+    EXPECT_EQ('\n' + terminalTimeline(drawn(aRun()), 68, false, Glyphs::Ascii), R"(
+                0 ms                     50 ms
+                +------------------------+------------------------+-
+app             [power on 0 3---]   [pow~]    [power on 3-------->
+                 [-------------] LogicalDev powerOn
+sensor 0 worker  [-------------] powerOnSensor: 0
+                  [sensor 0 on]
+sensor 3 worker  [--------] powerOnSensor: 3   [powerOnSensor: 3->
+                  [!-----] sensor 3 on         [sensor 3 on------>
+powerOnOffCtrl                       [--] powerOff: 0
+                                     [--] sensor 0 off
+sensors powered 0              1---------0
+)");
+}
+
+std::string withoutColours(std::string text) {
+    for (std::size_t code = 0; (code = text.find('\033')) != std::string::npos;) {
+        text.erase(code, text.find('m', code) + 1 - code);
+    }
+    return text;
+}
+
+TEST(TerminalTimeline, IsNeverWiderThanItsColumnsAndMarksAFailureWithoutColours) {
+    Timeline const timeline = drawn(aRun("カメラ\033[31m app"));
+    for (Glyphs const glyphs : {Glyphs::Ascii, Glyphs::Utf8}) {
+        for (int columns = 0; columns < 250; ++columns) {
+            std::string const text = terminalTimeline(timeline, columns, false, glyphs);
+            std::istringstream lines(text);
+            for (std::string line; std::getline(lines, line);) {
+                ASSERT_LE(columnsOf(line), columns) << line;
+            }
+            ASSERT_THAT(text, Not(HasSubstr("\033"))) << columns;
+            ASSERT_TRUE(columns < 20 || text.find('!') != std::string::npos) << columns;
+            ASSERT_EQ(withoutColours(terminalTimeline(timeline, columns, true, glyphs)), text) << columns;
+        }
+    }
+    EXPECT_EQ(terminalTimeline(drawn({}), 80, false, Glyphs::Ascii), "");
+}
+
+TEST(TerminalTimeline, ShowsAllOfManyShortRequestsAsMarks) {
+    std::vector<Happened> happened;
+    for (int i = 0; i < 1000; ++i) {
+        happened.push_back({i, 1, Kind::Request, "app", 0, 0, "power on"});
+        happened.push_back({i, 1, Kind::Reply, "app", 0, i != 700, "power on"});
+    }
+    std::string const text = terminalTimeline(drawn(happened), 80, false, Glyphs::Ascii);
+    EXPECT_THAT(text, HasSubstr("app             ||||||||||"));
+    EXPECT_THAT(text, HasSubstr("|!|")) << "the failed one is one of many in its cell";
+}
+
+TEST(TerminalTimeline, TakesItsGlyphsFromTheEnvironment) {
+    struct Case {
+        char const *all, *type, *lang;
+        Glyphs glyphs;
+    };
+    for (Case const& it :
+         {Case{"", "", "", Glyphs::Ascii}, Case{"", "", "de_DE.UTF-8", Glyphs::Utf8},
+          Case{"C", "", "de_DE.UTF-8", Glyphs::Ascii}, Case{"", "en_GB.utf8", "C", Glyphs::Utf8}}) {
+        // NOLINTBEGIN(concurrency-mt-unsafe): the test has one thread
+        setenv("LC_ALL", it.all, 1);
+        setenv("LC_CTYPE", it.type, 1);
+        setenv("LANG", it.lang, 1);
+        // NOLINTEND(concurrency-mt-unsafe)
+        EXPECT_EQ(glyphsOfLocale(), it.glyphs) << it.all << '/' << it.type << '/' << it.lang;
+    }
+}
+
+// What an XML reader finds in the file; empty when it finds the file broken.
+std::string readByXml(std::string const& file, std::string const& path) {
+    std::FILE* const reader = popen(("xmllint --xpath '" + path + "' " + file).c_str(), "r");
+    std::string found;
+    for (int c = 0; (c = std::fgetc(reader)) != EOF;) found += static_cast<char>(c);
+    int const status = pclose(reader);
+    if (WEXITSTATUS(status) == 127) return "no xmllint";
+    return status == 0 ? found.substr(0, found.find_last_not_of('\n') + 1) : "";
+}
+
+TEST(SvgTimeline, IsXmlThatHoldsEveryNameAndMarksFailures) {
+    std::string const file = testing::TempDir() + "timeline-test.svg";
+    for (auto const& [name, shown] : std::vector<std::pair<std::string, std::string>>{
+             {"app", "app"},
+             {"<b>&amp;\"'", "<b>&amp;\"'"},
+             {"]]>", "]]>"},
+             {"\033[31m", "\\x1b[31m"},
+             {"\xff\xed\xa0\x80 cut \xe3\x82", "\xef\xbf\xbd"},
+             {"\xef\xbf\xbf", "\xef\xbf\xbd"},
+             {"カメラ", "カメラ"},
+         }) {
+        std::ofstream(file) << svgTimeline(drawn(aRun(name)), name);
+        EXPECT_THAT(readByXml(file, "string(/*/*[local-name()=\"title\"])"), HasSubstr(shown));
+        std::string const failed = "//*[local-name()=\"g\"][*[@class=\"failed\"]]";
+        EXPECT_EQ(readByXml(file, "count(" + failed + "/*[@class=\"sign\"])"), "1");
+        EXPECT_THAT(readByXml(file, "string(" + failed + "/*[local-name()=\"title\"])"),
+                    HasSubstr("sensor 3 on\nstart 3.00 ms, took 17.0 ms, failed"));
+    }
+}
+
+}  // namespace
