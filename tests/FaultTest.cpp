@@ -1,7 +1,10 @@
-#include "Faults.h"
+#include "FailsAllocation.h"
+#include "FailsThread.h"
 #include "PowerTest.h"
+#include "model/JournalRules.h"
 
 #include <algorithm>
+#include <functional>
 #include <new>
 
 namespace zeqcam::tests {
@@ -25,13 +28,14 @@ class FaultTest : public PowerTest {
         }
         EXPECT_EQ(board().openHandles(), 0);
     }
-    void expectACycleWorks(Controller const& controller) {
+    void expectOffAfterPowerOff(Controller const& controller) {
         controller->powerOff(mSensors);
         expectOff(controller);
+    }
+    void expectACycleWorks(Controller const& controller) {
         EXPECT_TRUE(controller->powerOn(mSensors));
         for (int const sensor : mSensors) EXPECT_TRUE(board().isPowered(sensor));
-        controller->powerOff(mSensors);
-        expectOff(controller);
+        expectOffAfterPowerOff(controller);
     }
 };
 
@@ -52,7 +56,68 @@ TEST_F(FaultTest, AWorkerThatCannotBeCreatedFailsThePowerOn) {
         EXPECT_THAT(tell(told), Not(Contains("{ 3A notifyPowerOn")));
         EXPECT_EQ(tell(told).back(), "} LogicalDev powerOn");
         for (int const sensor : mSensors) EXPECT_TRUE(countsAsOn(controller, sensor));
+        expectOffAfterPowerOff(controller);
         expectACycleWorks(controller);
+    }
+}
+
+struct NamedFault {
+    char const* name;
+    std::function<void(board::Settings&)> set;
+    bool refusesToGoOff = false;
+};
+
+std::vector<NamedFault> const kFaults = {
+    {"no sensor list", [](board::Settings& settings) { settings.hasSensorList = false; }},
+    {"no first handle", [](board::Settings& settings) { settings.sensors[0].hasHandle = false; }},
+    {"no last handle", [](board::Settings& settings) { settings.sensors[2].hasHandle = false; }},
+    {"power-on fails", [](board::Settings& settings) { settings.sensors[1].powerOnFails.always = true; }},
+    {"power-off fails", [](board::Settings& settings) { settings.sensors[1].powerOffFails = true; }, true},
+    {"no peripheral", [](board::Settings& settings) { settings.sensors[1].peripheral.reset(); }},
+    {"no 3A", [](board::Settings& settings) { settings.sensors[1].hal3a.reset(); }},
+    {"3A refuses",
+     [](board::Settings& settings) {
+         settings.sensors[0].hal3a = board::Service{1, 1};
+     }},
+    {"no power budget", [](board::Settings& settings) { settings.hasPowerBudget = false; }},
+    {"no queue", [](board::Settings& settings) { settings.queue.present = false; }},
+    {"queue drops", [](board::Settings& settings) { settings.queue.runs = board::TaskRuns::Dropped; }},
+    {"queue at once", [](board::Settings& settings) { settings.queue.runs = board::TaskRuns::AtOnce; }},
+    {"no task handle", [](board::Settings& settings) { settings.queue.handles = board::TaskHandles::None; }},
+    {"no future", [](board::Settings& settings) { settings.queue.handles = board::TaskHandles::NoFuture; }},
+    {"no logger", [](board::Settings& settings) { settings.log.hasUnifiedLogger = false; }},
+    {"no tracing", [](board::Settings& settings) { settings.traceTags = 0; }},
+};
+
+TEST_F(FaultTest, EachFaultOfThePlatformAloneAndInPairsLeavesACleanController) {
+    for (NamedFault const& first : kFaults) {
+        for (NamedFault const& second : kFaults) {
+            SCOPED_TRACE(std::string(first.name) + " and " + second.name);
+            for (int const workerNotCreated : {0, 2}) {
+                board().change([&](board::Settings& settings) {
+                    first.set(settings);
+                    second.set(settings);
+                });
+                {
+                    auto const controller = create(mSensors);
+                    auto const told = entriesOf([&] {
+                        FailsThread const noThread(workerNotCreated);
+                        controller->powerOn(mSensors);
+                    });
+                    EXPECT_THAT(brokenRules(told), testing::IsEmpty());
+                    controller->powerOff(mSensors);
+                    for (int const sensor : mSensors) {
+                        EXPECT_FALSE(countsAsOn(controller, sensor));
+                        EXPECT_TRUE(!board().isPowered(sensor) || first.refusesToGoOff ||
+                                    second.refusesToGoOff);
+                    }
+                    EXPECT_EQ(board().openHandles(), 0);
+                    board().change([&](board::Settings& settings) { settings = mSettings; });
+                    expectACycleWorks(controller);
+                }
+                journal().clear();
+            }
+        }
     }
 }
 
@@ -73,6 +138,7 @@ TEST_F(FaultTest, APowerOnOutOfMemoryLeavesItsSensorsOnOrUntouched) {
             EXPECT_EQ(countsAsOn(controller, sensor), countsAsOn(controller, 0));
             EXPECT_TRUE(countsAsOn(controller, sensor) || !board().isPowered(sensor));
         }
+        expectOffAfterPowerOff(controller);
         expectACycleWorks(controller);
     }
 }

@@ -3,6 +3,7 @@
 #include <zeqcam/board/QosFile.h>
 
 #include <fcntl.h>
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -103,6 +104,18 @@ TEST_F(QosTest, TriesAMissingFileAnewAtEveryHint) {
     QosFile::set(QosFile::Is::Writable);
     EXPECT_THAT(androidLines(cycle({0})), IsEmpty());
     EXPECT_EQ(QosFile::takeLines().size(), 2U);
+}
+
+TEST_F(QosTest, PowersOnWithoutAHintWhileNoDescriptorIsLeft) {
+    rlimit limit{};
+    getrlimit(RLIMIT_NOFILE, &limit);
+    rlimit const none{0, limit.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    auto const told = cycle({0});
+    setrlimit(RLIMIT_NOFILE, &limit);
+    EXPECT_THAT(androidLines(told), Each("mm interface loadzeq_cameraux_scen failed.:Too many open files\n"));
+    EXPECT_EQ(ofKinds(told, {Kind::SensorAfterPowerOn}).size(), 1U);
+    EXPECT_THAT(androidLines(cycle({0})), IsEmpty());
 }
 
 TEST_F(QosTest, AReadOnlyFileIsOneThatCannotBeOpened) {

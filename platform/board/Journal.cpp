@@ -105,6 +105,7 @@ void Journal::clear() {
     for (State::Shard& shard : mState->shards) {
         std::lock_guard const hold(shard.lock);
         std::erase_if(shard.entries, [end](Entry const& entry) { return entry.order < end; });
+        shard.entries.shrink_to_fit();
     }
 }
 

@@ -1,6 +1,6 @@
 #include "SideBySide.h"
 
-#include "Faults.h"
+#include "FailsThread.h"
 #include "JournalRules.h"
 #include "PowerTest.h"
 

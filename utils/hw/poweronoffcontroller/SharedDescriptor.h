@@ -42,7 +42,7 @@ class SharedDescriptor {
     };
 
   private:
-    struct State {
+    struct alignas(std::uint64_t) State {
         std::int32_t descriptor = -1;
         std::uint32_t users : 31 = 0;
         bool forgotten : 1 = false;

@@ -1,9 +1,8 @@
 #pragma once
 
-// Faults of the process: the n-th allocation made outside the board, or the n-th thread, cannot be had. Both
-// are armed for one scope and for all threads.
 namespace zeqcam::tests {
 
+// The n-th allocation made outside the board, on whatever thread, cannot be had while this stands.
 class FailsAllocation {
   public:
     explicit FailsAllocation(int nth);
@@ -12,14 +11,6 @@ class FailsAllocation {
     FailsAllocation& operator=(FailsAllocation const&) = delete;
     // Whether the allocation has come and failed.
     [[nodiscard]] bool struck() const;
-};
-
-class FailsThread {
-  public:
-    explicit FailsThread(int nth);
-    ~FailsThread();
-    FailsThread(FailsThread const&) = delete;
-    FailsThread& operator=(FailsThread const&) = delete;
 };
 
 }  // namespace zeqcam::tests
