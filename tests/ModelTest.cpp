@@ -13,7 +13,7 @@ namespace {
 
 // ZEQCAM_MODEL_SEED and ZEQCAM_MODEL_STEPS replay a run, or run longer.
 unsigned long fromEnvironment(char const* name, unsigned long otherwise) {
-    char const* const value = std::getenv(name);  // NOLINT(concurrency-mt-unsafe): before any thread
+    char const* const value = std::getenv(name);
     return value != nullptr ? std::strtoul(value, nullptr, 10) : otherwise;
 }
 

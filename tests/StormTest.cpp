@@ -138,8 +138,7 @@ class StormTest : public PowerTest {
 };
 
 TEST_F(StormTest, LosesNothingAndLeavesNothing) {
-    char const* const asked =
-        std::getenv("ZEQCAM_STORM_CYCLES");  // NOLINT(concurrency-mt-unsafe): before any thread
+    char const* const asked = std::getenv("ZEQCAM_STORM_CYCLES");
     unsigned long const cycles = asked != nullptr ? std::strtoul(asked, nullptr, 10) : 4000;
     auto const playUntil = [this](unsigned long end) {
         while (mCycles < end && !HasFatalFailure()) {

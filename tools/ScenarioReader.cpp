@@ -60,7 +60,7 @@ std::optional<std::int64_t> wholeNumber(std::string_view text) {
 
 std::vector<std::string_view> words(std::string_view list) {
     std::vector<std::string_view> found;
-    for (std::size_t blank; (blank = list.find(' ')) != list.npos; list.remove_prefix(blank + 1)) {
+    for (std::size_t blank = 0; (blank = list.find(' ')) != list.npos; list.remove_prefix(blank + 1)) {
         found.push_back(list.substr(0, blank));
     }
     found.push_back(list);

@@ -61,8 +61,8 @@ class ZEQCAM_PLATFORM_API CentralTaskMgr {
     class Posted {
       public:
         template <class Task>
-        explicit Posted(Task&& task)
-            : mTask([task = std::forward<Task>(task)](bool runs) mutable {
+        explicit Posted(Task task)
+            : mTask([task = std::move(task)](bool runs) mutable {
                   if (runs) task();
               }) {}
         ~Posted() { settle(false); }
