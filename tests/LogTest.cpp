@@ -3,8 +3,6 @@
 
 #include <zeqcam/platform/ULogger.h>
 
-#include <streambuf>
-
 #define ZEQCAM_LOG_TAG "test-tag"
 #define ZEQCAM_LOG_PREFIX "[LogTest::%s] "
 #define ZEQCAM_LOG_PREFIX_VALUES __FUNCTION__
@@ -130,18 +128,10 @@ TEST_F(LogTest, CutsALongTextForTheUnifiedLoggerAndTellsItsLength) {
     }
 }
 
-// Turns the unified logger off while the debug print writes its line.
-class ModeChangingStream : public std::streambuf {
-  protected:
-    int overflow(int c) override {
-        __atomic_store_n(&NSCam::Utils::ULog::ULogger::sMode, 0x1U, __ATOMIC_RELAXED);
-        return c;
-    }
-};
-
 TEST_F(LogTest, ReadsTheModeAnewAfterTheDebugPrint) {
-    ModeChangingStream buffer;
-    std::ostream stream(&buffer);
+    LineWatch stream([](std::string const&) {
+        __atomic_store_n(&NSCam::Utils::ULog::ULogger::sMode, 0x1U, __ATOMIC_RELAXED);
+    });
     board().change([&](board::Settings& settings) {
         settings.log.mode = 0x3;
         settings.logStream = &stream;

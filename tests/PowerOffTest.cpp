@@ -140,6 +140,23 @@ TEST_F(PowerOffTest, ReleasesTheLockWithTheLastRecordOnly) {
     EXPECT_EQ(unlocks(entriesOf([&] { controller->powerOff({2}); })), 1) << "also while it is free";
 }
 
+TEST_F(PowerOffTest, CountsItsSensorsAsOffAfterItsLastLine) {
+    auto const controller = poweredOn({0});
+    std::vector<bool> countedAsOn;
+    LineWatch stream([&](std::string const& line) {
+        if (line.find("powerOff -") != std::string::npos)
+            countedAsOn.push_back(controller->getStatus().at(0));
+    });
+    board().change([&](board::Settings& settings) {
+        settings.logStream = &stream;
+        settings.log.mode = 0x2;
+    });
+    controller->powerOff({0});
+    EXPECT_THAT(countedAsOn, ElementsAre(true));
+    EXPECT_FALSE(controller->getStatus().at(0));
+    board().change([](board::Settings& settings) { settings.logStream = nullptr; });
+}
+
 TEST_F(PowerOffTest, PassesOverSensorsThatAreOffOrUnknown) {
     auto const controller = poweredOn({0});
     EXPECT_THAT(entriesOf([&] { controller->powerOff({}); }), IsEmpty());

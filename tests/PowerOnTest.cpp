@@ -3,10 +3,12 @@
 
 #include <zeqcam/IPowerOnOffListener.h>
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <future>
+#include <map>
 #include <new>
 #include <set>
 
@@ -57,9 +59,15 @@ TEST_F(PowerOnTest, RunsAdmissionRecordsWaitAndNotificationInOrderOnTheCallersTh
 
 TEST_F(PowerOnTest, RunsEachWorkerInOrderOnItsOwnThread) {
     auto const controller = create({0, 1});
-    auto const told = without(entriesOf([&] { controller->powerOn({0, 1}); }), kNoise);
+    auto const told = without(entriesOf([&] {
+                                  controller->powerOn({0, 1});
+                              }),
+                              {Kind::DebugPrint, Kind::FilenameText});
     auto const threads = threadsOf(told, Kind::SensorPowerOn);
     ASSERT_EQ(threads.size(), 2U);
+    // What the QoS hint leaves in the journal: success asks a property, failure is logged.
+    auto const hint =
+        testing::AnyOf("PropertyGet vendor.debug.camera.log", "AndroidLog zeqcam-PowerOnOffController");
     EXPECT_NE(threads[0], threads[1]);
     EXPECT_THAT(threads, testing::Not(Contains(gettid())));
     for (int const thread : threads) {
@@ -67,7 +75,7 @@ TEST_F(PowerOnTest, RunsEachWorkerInOrderOnItsOwnThread) {
         std::string const id = std::to_string(ofKinds(own, {Kind::SensorPowerOn}).at(0).sensor);
         EXPECT_THAT(
             tell(own),
-            ElementsAre("{ powerOnSensor: " + id, "Affinity", "CriticalTask",
+            ElementsAre("{ powerOnSensor: " + id, "Affinity", hint, "CriticalTask",
                         "D [initSensor] powerOnSensor: " + id, "SensorPowerOn " + id,
                         "SensorPowerOnDone " + id, "{ init()::IPeripheralController", "PeripheralGet " + id,
                         "{ IPeripheralController::notifyPowerOn", "PeripheralPowerOn " + id,
@@ -114,6 +122,24 @@ TEST_F(PowerOnTest, HandsTheSensorItsCallerCountIdAndARaisedPriority) {
         EXPECT_EQ(call.detail, "-20");
     }
     EXPECT_THAT(tell(told), Contains("{ powerOnSensor: 18446744073709551615"));
+}
+
+TEST_F(PowerOnTest, GivesThePriorityBackBeforeItsLastLine) {
+    std::map<std::string, int> nices;
+    LineWatch stream([&](std::string const& line) {
+        for (std::string const said : {"powerOn +", "3A notifyPowerOn", "powerOn -"}) {
+            if (line.find("powerOnOps] " + said) != std::string::npos)
+                nices[said] = getpriority(PRIO_PROCESS, 0);
+        }
+    });
+    board().change([&](board::Settings& settings) { settings.logStream = &stream; });
+    int const own = getpriority(PRIO_PROCESS, 0);
+    int const raised = geteuid() == 0 ? -20 : own;
+    auto const controller = create({0});
+    controller->powerOn({0});
+    EXPECT_THAT(nices, ElementsAre(std::pair("3A notifyPowerOn", raised), std::pair("powerOn +", own),
+                                   std::pair("powerOn -", own)));
+    board().change([](board::Settings& settings) { settings.logStream = nullptr; });
 }
 
 TEST_F(PowerOnTest, ReportsAFailedSensorAndGoesOnWithTheOthers) {

@@ -88,6 +88,18 @@ std::vector<int> threadsOf(std::vector<Entry> const& entries, Kind kind) {
     return threads;
 }
 
+LineWatch::LineWatch(std::function<void(std::string const& line)> see)
+    : std::ostream(nullptr), mBuffer(std::move(see)) {
+    rdbuf(&mBuffer);
+}
+
+int LineWatch::Buffer::sync() {
+    std::string const line = str();
+    str("");
+    if (!line.empty()) mSee(line);
+    return 0;
+}
+
 PowerTest::PowerTest() {
     for (int sensor : {0, 1, 2}) mSettings.sensors[sensor];
 }

@@ -6,8 +6,11 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <optional>
+#include <ostream>
+#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -55,6 +58,25 @@ class PowerTest : public testing::Test {
   private:
     std::optional<board::Board> mBoard;
     int mNice = 0;
+};
+
+// A stream for the board's log lines that shows each to a function while its writer waits.
+class LineWatch : public std::ostream {
+  public:
+    explicit LineWatch(std::function<void(std::string const& line)> see);
+
+  private:
+    class Buffer : public std::stringbuf {
+      public:
+        explicit Buffer(std::function<void(std::string const& line)> see) : mSee(std::move(see)) {}
+
+      protected:
+        int sync() override;
+
+      private:
+        std::function<void(std::string const& line)> mSee;
+    };
+    Buffer mBuffer;
 };
 
 // Runs a call on a thread of its own, joined at the end of the scope.
