@@ -440,9 +440,8 @@ PowerOnOffController::~PowerOnOffController() {
 }
 
 std::unordered_map<unsigned int, bool> PowerOnOffController::getStatus() {
-    std::unordered_map<unsigned int, bool> status;
     std::lock_guard const state(mStateLock);
-    status.reserve(mStateMap.size());
+    std::unordered_map<unsigned int, bool> status(mStateMap.size());
     for (auto const& [key, powerState] : mStateMap) status.emplace(key, countsAsOn(powerState));
     return status;
 }
