@@ -1,0 +1,66 @@
+#include "QuietBoard.h"
+#include "SideBySide.h"
+
+#include <zeqcam/IPowerOnOffController.h>
+
+#include <benchmark/benchmark.h>
+
+#include <memory>
+#include <mutex>
+#include <numeric>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+namespace zeqcam::benchmarks {
+namespace {
+
+using Status = std::unordered_map<unsigned int, bool>;
+
+constexpr int kQueries = 20;
+
+// What a getter of a guarded map is. It leaves out the change from states to answers.
+class GuardedMap {
+  public:
+    explicit GuardedMap(Status status) : mStatus(std::move(status)) {}
+
+    [[gnu::noinline]] Status get() {
+        std::lock_guard const hold(mLock);
+        return mStatus;
+    }
+
+  private:
+    std::mutex mLock;
+    Status mStatus;
+};
+
+std::vector<Side> statusOf(int sensors) {
+    board::Settings settings = deviceSettings();
+    std::vector<int> ids(static_cast<std::size_t>(sensors));
+    std::iota(ids.begin(), ids.end(), 0);
+    for (int const id : ids) settings.sensors[id];
+
+    auto const board = std::make_shared<QuietBoard>(settings);
+    auto const controller = NSCam::IPowerOnOffController::create({.sensorIds = ids});
+    auto const map = std::make_shared<GuardedMap>(controller->getStatus());
+    auto const library = repeated(
+        kQueries, [controller = controller.get()] { benchmark::DoNotOptimize(controller->getStatus()); });
+    auto const copy = repeated(kQueries, [map = map.get()] { benchmark::DoNotOptimize(map->get()); });
+    return {{.name = "library", .job = [board, controller, library] { library(); }, .operations = kQueries},
+            {.name = "locked copy of the map",
+             .job = [map, copy] { copy(); },
+             .operations = kQueries,
+             .atMostRatio = 1.2}};
+}
+
+}  // namespace
+
+void addStatus(Comparisons& all) {
+    for (int const sensors : {1, 4, 64}) {
+        all.push_back({.name = "getStatus, sensors: " + std::to_string(sensors),
+                       .sides = [sensors] { return statusOf(sensors); },
+                       .samples = 300});
+    }
+}
+
+}  // namespace zeqcam::benchmarks
