@@ -1,0 +1,18 @@
+# Compares a list of Android.bp with CMake's: cmake -DBLUEPRINT=FILE -DMODULE=NAME -DPROPERTY=srcs "-DEXPECTED=a;b" -P …
+# Order does not matter.
+file(READ ${BLUEPRINT} text)
+string(REGEX MATCH "name: \"${MODULE}\",[^}]*" module "${text}")
+string(REGEX MATCH "${PROPERTY}: \\[[^]]*\\]" list "${module}")
+string(REGEX MATCHALL "\"[^\"]+\"" quoted "${list}")
+string(REPLACE "\"" "" found "${quoted}")
+if(NOT found)
+  message(FATAL_ERROR "Android.bp: ${MODULE} has no ${PROPERTY}")
+endif()
+list(SORT found)
+list(SORT EXPECTED)
+if(NOT found STREQUAL EXPECTED)
+  set(lacking ${EXPECTED})
+  list(REMOVE_ITEM lacking ${found})
+  list(REMOVE_ITEM found ${EXPECTED})
+  message(FATAL_ERROR "Android.bp: ${PROPERTY} of ${MODULE}: lacks ${lacking}; has besides ${found}")
+endif()
