@@ -1,5 +1,5 @@
-// The least that can stand behind the library: sensors and services that tell of each call, a queue that runs a task
-// as it is posted, and no log, no trace, no hint. It takes the board's place, and knows nothing of it.
+// The least that can stand behind the library: sensors and services that tell of each call, a queue that runs
+// a task as it is posted, and no log, no trace, no hint. It takes the board's place, and knows nothing of it.
 
 #include <zeqcam/platform/AndroidLog.h>
 #include <zeqcam/platform/Atrace.h>
