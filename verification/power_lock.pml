@@ -21,7 +21,7 @@ mtype = {Off, Ongoing, On};
 bool opLock[2];
 bool stateLock[2];
 byte holder = NOBODY;  /* the controller whose power-on has taken gSensorPowerOnLock */
-byte turn;             /* odd while it is held; each taking and each release is a turn of its own */
+byte releases;         /* counted for the waiters, each after it has emptied the holder */
 
 /* By controller * SENSORS + sensor. */
 mtype state[2 * SENSORS] = Off;
@@ -33,19 +33,24 @@ bool waiting;
 bool releasedSince;  /* since the waiter began */
 bool returned;
 
-/* What a thread does while it holds a lock and waits for nothing is one step: nobody sees its middle. */
+/* What a thread does while it holds a lock and waits for nothing is one step: nobody sees its middle. The power-on lock
+ * is no such lock: each of its atomic operations is a step. */
 inline tryAcquire(c) {
     atomic {
         if
-        :: holder == NOBODY -> holder = c; turn++
+        :: holder == NOBODY -> holder = c
         :: else
         fi
     }
 }
 
 inline release() {
+    atomic {
+        emptied = (holder != NOBODY);
+        holder = NOBODY
+    }
     if
-    :: holder != NOBODY -> holder = NOBODY; turn++; releasedSince = waiting
+    :: emptied -> atomic { releases++; releasedSince = waiting }
     :: else
     fi
 }
@@ -116,12 +121,10 @@ inline powerOff(c, s) {
         :: else
         fi
     }
-    atomic {
-        if
-        :: !record[c * SENSORS] && !record[c * SENSORS + SENSORS - 1] -> release()
-        :: else
-        fi
-    }
+    if
+    :: !record[c * SENSORS] && !record[c * SENSORS + SENSORS - 1] -> release()
+    :: else
+    fi;
 #ifdef MISTAKE_LOCK_ORDER
     atomic { operations[c]--; opLock[c] = false }
     atomic { !stateLock[c] -> stateLock[c] = true }
@@ -142,11 +145,13 @@ proctype Client(byte c) {
     byte round;
     byte s;
     bool admitted;
+    bool emptied;
     do
     :: round < ROUNDS ->
         atomic {
             round++;
             admitted = false;
+            emptied = false;
             if
             :: s = c * SENSORS
             :: s = c * SENSORS + SENSORS - 1
@@ -163,15 +168,15 @@ proctype Client(byte c) {
 
 proctype Waiter() {
     byte seen;
-    atomic { waiting = true; seen = turn }
+    atomic { waiting = true; seen = releases }
     if
-    :: seen % 2 == 0
+    :: holder == NOBODY
     :: else ->
 end_of_an_unreleased_lock:
 #ifdef MISTAKE_WAITS_FOR_A_FREE_LOCK
-        turn % 2 == 0
+        holder == NOBODY
 #else
-        turn != seen
+        releases != seen
 #endif
     fi;
     returned = true

@@ -1,66 +1,47 @@
 #pragma once
 
-#include <zeqcam/ThreadSafety.h>
-
 #include <atomic>
 #include <cstdint>
-#include <mutex>
 
 namespace NSCam {
 
 // The process-wide power-on lock. A power-on takes it with one attempt and leaves it held; any thread's
 // power-off may release it, also while it is free; waiters never hold it, so none of them keeps a power-on
-// from taking it.
+// from taking it. Only `wait` ever waits.
 class SensorPowerOnLock {
   public:
-    // One attempt, never a wait. `holder` names the controller whose power-on takes it.
+    // `holder` names the controller whose power-on takes it.
     bool tryAcquire(void const* holder) {
-        std::lock_guard const change(mChange);
-        if (mHolder != nullptr) return false;
-        mHolder = holder;
-        mTurn.fetch_add(1);
-        return true;
+        void const* nobody = nullptr;
+        return mHolder.compare_exchange_strong(nobody, holder);
     }
 
     // Whoever holds it. A release while it is free leaves it free.
     void release() {
-        {
-            std::lock_guard const change(mChange);
-            if (mHolder == nullptr) return;
-            free();
-        }
-        mTurn.notify_all();
+        if (mHolder.exchange(nullptr) != nullptr) wakeWaiters();
     }
 
     // Leaves it alone while another controller's power-on holds it.
     void releaseHeldBy(void const* holder) {
-        {
-            std::lock_guard const change(mChange);
-            if (mHolder != holder) return;
-            free();
-        }
-        mTurn.notify_all();
+        if (mHolder.compare_exchange_strong(holder, nullptr)) wakeWaiters();
     }
 
-    // Returns once it has been free since the call: each change has a turn of its own, so a waiter sees a
-    // release even when the next power-on has taken the lock before the waiter woke.
+    // Returns once it has been free since the call: every release counts, so a waiter sees one even when the
+    // next power-on has taken the lock before the waiter woke. The count is read first: a release that comes
+    // after the look at the holder changes it.
     void wait() const {
-        std::uint32_t const turn = mTurn.load();
-        if (isHeld(turn)) mTurn.wait(turn);
+        std::uint32_t const seen = mReleases.load();
+        if (mHolder.load() != nullptr) mReleases.wait(seen);
     }
 
   private:
-    // Taking makes the turn odd, releasing makes it even.
-    static bool isHeld(std::uint32_t turn) { return (turn & 1U) != 0; }
-
-    void free() REQUIRES(mChange) {
-        mHolder = nullptr;
-        mTurn.fetch_add(1);
+    void wakeWaiters() {
+        mReleases.fetch_add(1);
+        mReleases.notify_all();
     }
 
-    std::mutex mChange;  // held for a few instructions only
-    void const* mHolder GUARDED_BY(mChange) = nullptr;
-    std::atomic<std::uint32_t> mTurn{0};
+    std::atomic<void const*> mHolder{nullptr};
+    std::atomic<std::uint32_t> mReleases{0};
 };
 
 }  // namespace NSCam
