@@ -6,15 +6,37 @@
 #include <unistd.h>
 
 #include <atomic>
-#include <cstdint>
+#include <cerrno>
 #include <mutex>
+#include <new>
 
 namespace NSCam {
 
-// A file descriptor that many threads write through at the same time. It is opened by the first use, stays
-// open, and is forgotten after a failure: later uses open the file again, and the last of those still writing
-// through the forgotten one closes it. So no write waits for another's, and none reaches a closed descriptor.
+// A file descriptor that many threads write through at the same time. The first use opens it and it stays
+// open. After a failed write it is forgotten: the last that still uses it closes it, and whoever comes
+// meanwhile shares the file opened once more. A use of a file that is open takes no lock.
 class SharedDescriptor {
+    // One opening of the file. Never freed, but used again for a later opening, so that a thread which has
+    // just found it may look at it whatever has become of it.
+    struct Opening {
+        int descriptor = -1;
+        std::atomic<unsigned> shares{
+            0};  // of its users, and one for as long as it is not forgotten; 0: closed
+        Opening* next = nullptr;
+
+        // False when it is closed.
+        bool join() {
+            unsigned seen = shares.load();
+            while (seen != 0 && !shares.compare_exchange_weak(seen, seen + 1)) {
+            }
+            return seen != 0;
+        }
+        void leave() {
+            int const open = descriptor;  // of the next opening, as soon as the last share has gone
+            if (shares.fetch_sub(1) == 1) ::close(open);
+        }
+    };
+
   public:
     constexpr explicit SharedDescriptor(char const* path) : mPath(path) {}
 
@@ -22,81 +44,57 @@ class SharedDescriptor {
     class Use {
       public:
         // Leaves errno as `open` left it when the file cannot be opened.
-        explicit Use(SharedDescriptor& shared) : mShared(shared) { mShared.enter(*this); }
+        explicit Use(SharedDescriptor& shared) : mShared(shared), mOpening(shared.enter()) {}
         ~Use() {
-            if (mDescriptor >= 0) mShared.leave(*this);
+            if (mOpening != nullptr) mOpening->leave();
         }
         Use(Use const&) = delete;
         Use& operator=(Use const&) = delete;
 
         // Negative when the file cannot be opened.
-        [[nodiscard]] int get() const { return mDescriptor; }
-        void forget() { mFailed = true; }
+        [[nodiscard]] int get() const { return mOpening != nullptr ? mOpening->descriptor : -1; }
+        void forget() {
+            Opening* present = mOpening;
+            if (mShared.mPresent.compare_exchange_strong(present, nullptr)) mOpening->leave();
+        }
 
       private:
-        friend class SharedDescriptor;
         SharedDescriptor& mShared;
-        int mDescriptor = -1;
-        bool mOwn = false;  // opened while a forgotten descriptor still had users: not counted in mState
-        bool mFailed = false;
+        Opening* const mOpening;
     };
 
   private:
-    struct alignas(std::uint64_t) State {
-        std::int32_t descriptor = -1;
-        std::uint32_t users : 31 = 0;
-        bool forgotten : 1 = false;
-    };
-
-    void enter(Use& use) {
-        if (join(use)) return;
-        std::lock_guard const opening(mOpening);  // one opens the file, the others find it open
-        if (join(use)) return;
-        use.mDescriptor = ::open(mPath, O_WRONLY);
-        if (use.mDescriptor < 0) return;
-        State closed;
-        use.mOwn = !mState.compare_exchange_strong(closed, State{use.mDescriptor, 1, false});
+    Opening* enter() {
+        if (Opening* const joined = join()) return joined;
+        std::lock_guard const opening(mOpenLock);  // one opens the file, the others find it open
+        if (Opening* const joined = join()) return joined;
+        return open();
     }
 
-    bool join(Use& use) {
-        State seen = mState.load();
-        while (seen.descriptor >= 0 && !seen.forgotten) {
-            State joined = seen;
-            ++joined.users;
-            if (!mState.compare_exchange_weak(seen, joined)) continue;
-            use.mDescriptor = seen.descriptor;
-            return true;
+    Opening* join() {
+        Opening* const present = mPresent.load();
+        return present != nullptr && present->join() ? present : nullptr;
+    }
+
+    Opening* open() REQUIRES(mOpenLock) {
+        Opening* opening = &mOpenings;
+        while (opening->shares.load() != 0) {  // forgotten, and still written through
+            if (opening->next == nullptr) opening->next = new (std::nothrow) Opening;
+            opening = opening->next;
+            if (opening == nullptr) return errno = ENOMEM, nullptr;
         }
-        return false;
-    }
-
-    void leave(Use const& use) {
-        if (use.mOwn ? keepsOwn(use) : keepsShared(use)) return;
-        ::close(use.mDescriptor);
-    }
-
-    // A descriptor opened beside a forgotten one takes its place if that has gone by now.
-    bool keepsOwn(Use const& use) {
-        State closed;
-        return !use.mFailed && mState.compare_exchange_strong(closed, State{use.mDescriptor, 0, false});
-    }
-
-    bool keepsShared(Use const& use) {
-        State seen = mState.load();
-        State left;
-        do {
-            left = seen;
-            --left.users;
-            if (use.mFailed) left.forgotten = true;
-            if (left.forgotten && left.users == 0) left = State{};
-        } while (!mState.compare_exchange_weak(seen, left));
-        return left.descriptor >= 0;
+        int const descriptor = ::open(mPath, O_WRONLY);
+        if (descriptor < 0) return nullptr;
+        opening->descriptor = descriptor;
+        opening->shares.store(2);
+        mPresent.store(opening);
+        return opening;
     }
 
     char const* const mPath;
-    std::mutex mOpening;
-    std::atomic<State> mState{State{}};
-    static_assert(std::atomic<State>::is_always_lock_free);
+    std::atomic<Opening*> mPresent{nullptr};  // null: not open, or forgotten
+    std::mutex mOpenLock;
+    Opening mOpenings GUARDED_BY(mOpenLock);  // of them all, the first
 };
 
 }  // namespace NSCam
