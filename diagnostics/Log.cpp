@@ -29,9 +29,11 @@ bool selectsUnifiedLogger(std::uint32_t mode) noexcept {
 }
 
 void composeDebugPrint(char (&composed)[kLineSize], Level level, Site const& site, char const* format) {
-    std::snprintf(composed, sizeof composed, "%s[%s] %s:%d %s() %s%s",
-                  g_logInfoLv[debugPrintLevel(level)].prefix, site.tag, get_filename_log_control(site.path),
-                  site.line, site.function, format, level == Level::Error ? " (%s){#%d:%s}" : "");
+    // Asked one after the other: as arguments of one call their order would be the compiler's.
+    char const* const prefix = g_logInfoLv[debugPrintLevel(level)].prefix;
+    char const* const file = get_filename_log_control(site.path);
+    std::snprintf(composed, sizeof composed, "%s[%s] %s:%d %s() %s%s", prefix, site.tag, file, site.line,
+                  site.function, format, level == Level::Error ? " (%s){#%d:%s}" : "");
 }
 
 void recordUnified(Level level, char const* tag, char const* format, ...) noexcept try {
