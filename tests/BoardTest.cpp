@@ -152,8 +152,12 @@ TEST(Board, RunsATaskAsTheQueueIsSet) {
         }
         check(By::BoardEnd);
         EXPECT_EQ(future.valid(), queue.handles == TaskHandles::Given);
-        if (future.valid()) {
-            EXPECT_EQ(future.wait_for(0s), std::future_status::ready);
+        if (!future.valid()) continue;
+        EXPECT_EQ(future.wait_for(0s), std::future_status::ready);
+        if (ranBy == By::Never) {
+            EXPECT_THROW(future.get(), std::future_error) << "dropped is not done";
+        } else {
+            future.get();
         }
     }
 }
