@@ -1,15 +1,10 @@
 #include "PowerTest.h"
-#include "utils/hw/poweronoffcontroller/PowerOnOffController.h"
-
-#include <zeqcam/IPowerOnOffListener.h>
 
 #include <sys/resource.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <future>
 #include <map>
-#include <new>
 #include <set>
 
 namespace zeqcam::tests {
@@ -248,142 +243,6 @@ TEST_F(PowerOnTest, NeedsNoPowerBudget) {
     auto const controller = create({0});
     EXPECT_TRUE(controller->powerOn({0}));
     EXPECT_TRUE(board().isPowered(0));
-}
-
-// What a product does that has listeners of its own.
-class Listener : public NSCam::IPowerOnOffListener {
-  public:
-    Listener(std::string name, bool accepts, std::vector<std::string>& told)
-        : mName(std::move(name)), mAccepts(accepts), mTold(told) {}
-    ~Listener() override { mTold.push_back(mName + " gone"); }
-    std::string getName() override { return mName; }
-    bool init() override {
-        mTold.push_back(mName + " init");
-        return false;
-    }
-    bool notifyPowerOn() override {
-        mTold.push_back(mName + " on");
-        return mAccepts;
-    }
-    bool notifyPowerOff() override {
-        mTold.push_back(mName + " off");
-        return false;
-    }
-
-  private:
-    std::string mName;
-    bool mAccepts;
-    std::vector<std::string>& mTold;
-};
-
-class ProductController : public NSCam::PowerOnOffController {
-  public:
-    using PowerOnOffController::PowerOnOffController;
-    // The sensor's listeners, from the front; a power-on holds the lock and its worker waits in the sensor
-    // meanwhile.
-    void addListeners(unsigned int sensor, std::vector<std::shared_ptr<NSCam::IPowerOnOffListener>> listeners)
-        ZEQCAM_THREAD_ANNOTATION(no_thread_safety_analysis) {
-        mDataMap.at(sensor)->mListeners = std::move(listeners);
-    }
-    using PowerOnOffController::createData;
-    using PowerOnOffController::Data;
-};
-
-class ProductTest : public PowerOnTest {
-  protected:
-    void SetUp() override {
-        PowerOnTest::SetUp();
-        mController.emplace(NSCam::IPowerOnOffController::CreationInfo{{0, 1}});
-    }
-    void TearDown() override {
-        mController.reset();
-        PowerOnTest::TearDown();
-    }
-    // Powers sensors 0 and 1 on, with these listeners of sensor 0.
-    bool powerOnWith(std::vector<std::shared_ptr<NSCam::IPowerOnOffListener>> listeners) {
-        board().change([](board::Settings& settings) { settings.sensors[0].powerOnHangs = true; });
-        auto powerOn = std::async(std::launch::async, [&] { return mController->powerOn({0, 1}); });
-        journal().waitUntil([](std::vector<Entry> const& told) {
-            return std::any_of(told.begin(), told.end(), [](Entry const& entry) {
-                return entry.kind == Kind::SensorPowerOn && entry.sensor == 0;
-            });
-        });
-        mController->addListeners(0, std::move(listeners));
-        board().change([](board::Settings& settings) { settings.sensors[0].powerOnHangs = false; });
-        return powerOn.get();
-    }
-
-    std::vector<std::string> mTold;
-    std::optional<ProductController> mController;
-};
-
-TEST_F(ProductTest, ARefusalEndsThatSensorsNotificationsAndFailsThePowerOn) {
-    auto const accepting = std::make_shared<Listener>("a", true, mTold);
-    auto const refusing = std::make_shared<Listener>("b", false, mTold);
-    auto const later = std::make_shared<Listener>("c", true, mTold);
-    EXPECT_FALSE(powerOnWith({accepting, nullptr, refusing, later}));
-    EXPECT_THAT(mTold, ElementsAre("a init", "b init", "c init", "a on", "b on"));
-    auto const story = tell(without(entries(), kNoise));
-    EXPECT_THAT(story, testing::IsSupersetOf({"ProfileMark a -", "ProfileMark b -", "{ 3A notifyPowerOn",
-                                              "ProfileMark 3A notifyPowerOn -",
-                                              "I [PowerOnOffController::powerOnOps] powerOn -"}));
-    mTold.clear();
-    mController->powerOff({0, 1});
-    EXPECT_THAT(mTold, ElementsAre("a off", "b off", "c off"));
-}
-
-TEST_F(ProductTest, ReleasesListenersFromTheLastToTheFirstAndThenTheHandle) {
-    EXPECT_TRUE(powerOnWith({std::make_shared<Listener>("a", true, mTold), nullptr,
-                             std::make_shared<Listener>("b", true, mTold)}));
-    mTold.clear();
-    mController->powerOff({0});
-    EXPECT_THAT(mTold, ElementsAre("a off", "b off", "b gone", "a gone"));
-}
-
-// Throws while memory is short.
-class ShortOfMemory final : public Listener {
-  public:
-    ShortOfMemory(bool& isShort, std::vector<std::string>& told)
-        : Listener("short", true, told), mIsShort(isShort) {}
-    bool init() override { return passes(); }
-    bool notifyPowerOff() override { return passes(); }
-
-  private:
-    bool passes() const {
-        if (mIsShort) throw std::bad_alloc();
-        return true;
-    }
-    bool& mIsShort;
-};
-
-TEST_F(ProductTest, AListenerThatThrowsLosesNoPowerOff) {
-    bool isShort = false;
-    EXPECT_TRUE(powerOnWith({std::make_shared<ShortOfMemory>(isShort, mTold)}));
-    isShort = true;
-    EXPECT_THROW(mController->powerOff({0, 1}), std::bad_alloc);
-    EXPECT_THAT(mController->getStatus(), UnorderedElementsAre(std::pair(0U, true), std::pair(1U, false)));
-    EXPECT_TRUE(board().isPowered(0)) << "as it was";
-    EXPECT_FALSE(board().isPowered(1));
-    EXPECT_THROW(mController->powerOff({0}), std::bad_alloc);
-    mController.reset();
-    EXPECT_FALSE(board().isPowered(0)) << "the destructor goes on";
-    mController.emplace();
-}
-
-TEST_F(ProductTest, AListenerThatThrowsWhenTheSensorIsUpEndsThePowerOnWithItsSensorsOn) {
-    bool isShort = true;
-    EXPECT_THROW(powerOnWith({std::make_shared<ShortOfMemory>(isShort, mTold)}), std::bad_alloc);
-    EXPECT_THAT(mController->getStatus(), UnorderedElementsAre(std::pair(0U, true), std::pair(1U, true)));
-    EXPECT_EQ(journal().entries(Kind::SensorAfterPowerOn).size(), 1U) << "the other worker has finished";
-    isShort = false;
-    mController->powerOff({0, 1});
-    EXPECT_FALSE(board().isPowered(0));
-}
-
-TEST_F(ProductTest, ARecordWithoutListenersPowersOnAndOff) {
-    EXPECT_TRUE(powerOnWith({}));
-    EXPECT_EQ(journal().entries(Kind::SensorAfterPowerOn).size(), 2U);
-    EXPECT_EQ(tell(journal().entries(Kind::ProfileMark)).size(), 3U);
 }
 
 }  // namespace

@@ -17,8 +17,8 @@ namespace NSCam {
 /// library is calling.
 ///
 /// Failures: a power-on or power-off may throw what a listener throws, and what the standard library throws
-/// when memory cannot be had. The controller then stays usable: nothing is locked, the calling thread's
-/// priority is as it was, no work of the call is still running.
+/// when memory cannot be had. The controller then stays usable: neither it nor its sensors are locked, the
+/// calling thread's priority is as it was, no work of the call is still running.
 class ZEQCAM_API IPowerOnOffController {
   public:
     /// What a controller is made for.
@@ -43,7 +43,8 @@ class ZEQCAM_API IPowerOnOffController {
     static void waitSensorsPowerOff();
 
     /// Tells the listeners of every sensor that has a record still, powers it off and releases its handle,
-    /// one after another on the calling thread. Frees the process-wide power-on lock if a power-on of this
+    /// one after another on the calling thread; what a listener throws is lost, and keeps nothing from going
+    /// on. Frees the process-wide power-on lock if a power-on of this
     /// controller holds it. The caller guarantees that no operation of this controller is running.
     virtual ~IPowerOnOffController();
 
@@ -52,8 +53,11 @@ class ZEQCAM_API IPowerOnOffController {
     /// id, and an id that the controller was not created for. An empty list is true at once and changes
     /// nothing.
     ///
-    /// Waits first for the power-on or power-off that runs on this controller. Takes the process-wide
-    /// power-on lock if it is free; a lock that is held keeps nobody from powering on.
+    /// Makes one attempt on the process-wide power-on lock first, and then waits for the power-on or
+    /// power-off that runs on this controller. A lock that is held keeps nobody from powering on, and the
+    /// attempt is not repeated: a power-on that comes while the controller's last sensors are being powered
+    /// off finds the lock held, and then powers its sensors on without it, since that power-off has released
+    /// it meanwhile. waitSensorsPowerOff() does not wait for such a power-on.
     ///
     /// True when every listener accepted, or when there was nothing to do. False when a sensor's record could
     /// not be made (then no sensor is powered), a worker thread could not be created (then some sensors are
@@ -69,8 +73,10 @@ class ZEQCAM_API IPowerOnOffController {
     /// list changes nothing. With two or more ids the work runs on the controller's task queue, with one on
     /// the calling thread. An id listed n times is told and powered off n times. A sensor that is off already
     /// stays off; an id that the controller was not created for is passed over. Refusals of sensors and
-    /// listeners are not looked at: every listed sensor counts as off afterwards. After an exception, a
-    /// listed sensor is either off or as it was, and the same call may be made again.
+    /// listeners are not looked at: every listed sensor counts as off afterwards. Nor does a listener that
+    /// throws keep a sensor powered: the others are told, every listed sensor goes off, and then the first
+    /// exception is passed on. Where memory cannot be had the call may throw before it has begun; the sensors
+    /// are then as they were, and the same call may be made again.
     virtual void powerOff(std::vector<int> sensorIds) = 0;
 
     /// One entry for each sensor that the controller was created for, with the id's 32 bits as its key: true

@@ -227,50 +227,45 @@ class SensorPowerOnWorker {
     Records const& mRecords;  // stand still while workers run
 };
 
-// The workers of one power-on. None outlives it, whichever way the power-on ends: they use what stands on its
-// stack. They are threads and no std::async, which with some standard libraries waits for ever after a thread
-// could not be created, and with others needs memory to say so.
+// The workers of one power-on. Each has a thread of its own, detached at once: its future is the only link to
+// it, so what the thread does after its work, such as destroying its thread-locals, is waited for by nobody.
+// No std::async: some standard libraries join its thread when its future is waited for, others wait for ever
+// after a thread could not be created.
 class SensorPowerOnWorkers {
   public:
-    explicit SensorPowerOnWorkers(std::size_t count) : mFailures(count) { mThreads.reserve(count); }
-    ~SensorPowerOnWorkers() { join(); }
+    explicit SensorPowerOnWorkers(std::size_t count) { mFutures.reserve(count); }
+    // No worker outlives the power-on, whichever way that ends: they use what stands on its stack.
+    ~SensorPowerOnWorkers() { waitForAll(); }
     SensorPowerOnWorkers(SensorPowerOnWorkers const&) = delete;
     SensorPowerOnWorkers& operator=(SensorPowerOnWorkers const&) = delete;
 
-    // False when no thread can be created.
+    // False when no thread can be created. The task is shared with this scope, so that without a thread its
+    // future goes first: a promise that somebody still waits for would need memory to be broken.
     bool start(SensorPowerOnWorker const& worker) {
-        auto const run = [worker, &failure = mFailures[mThreads.size()]] {
-            try {
-                worker();
-            } catch (...) {
-                failure = std::current_exception();
-            }
-        };
+        auto const task = std::make_shared<std::packaged_task<void()>>(worker);
+        std::shared_future<void> future = task->get_future().share();
         try {
-            mThreads.emplace_back(run);
-            return true;
+            std::thread([task] { (*task)(); }).detach();
         } catch (std::system_error const&) {
             return false;
         }
+        mFutures.push_back(std::move(future));
+        return true;
     }
 
     // Passes on what a worker threw. A sensor that failed to power on is no exception: its worker has
     // reported it.
-    void wait() {
-        join();
-        for (auto const& failure : mFailures) {
-            if (failure) std::rethrow_exception(failure);
-        }
+    void wait() const {
+        waitForAll();
+        for (auto const& future : mFutures) future.get();
     }
 
   private:
-    void join() {
-        for (auto& thread : mThreads) thread.join();
-        mThreads.clear();
+    void waitForAll() const {
+        for (auto const& future : mFutures) future.wait();
     }
 
-    std::vector<std::exception_ptr> mFailures;  // one place for each worker
-    std::vector<std::thread> mThreads;
+    std::vector<std::shared_future<void>> mFutures;  // in the order of the request
 };
 
 // Front to back until one refuses.
@@ -291,68 +286,94 @@ bool notifyPowerOn(std::vector<int> const& sensorIds, Records const& records) {
 
 // ---- Power-off ----
 
-// The power-off of one entry of a request. The task queue and the thread that asked may both come to run it,
-// at any time and in any order: whoever claims it first runs it, the other leaves it and all that it refers
-// to alone.
+// Calls of which one that throws keeps none of the others from being made.
+class Attempts {
+  public:
+    template <class Call>
+    void make(Call const& call) noexcept {
+        try {
+            call();
+        } catch (...) {
+            if (!mFirstFailure) mFirstFailure = std::current_exception();
+        }
+    }
+    [[nodiscard]] std::exception_ptr const& firstFailure() const { return mFirstFailure; }
+
+  private:
+    std::exception_ptr mFirstFailure;
+};
+
+// The power-off of one sensor, as many times as a request names it. The task queue and the thread that asked
+// may both come to run it, at any time and in any order: who claims one of its times runs it, who finds none
+// left leaves it and all that it refers to alone. Two of its times never overlap, nor does one wait for the
+// other: who comes while another is at it leaves its time to that one, which may be itself, further out.
 class PowerOffTask {
   public:
-    // `earlier` is a task of the same sensor in the same request, or null. Their calls on its listeners take
-    // turns.
-    PowerOffTask(std::string const& caller, int sensorId, Records const& records, PowerOffTask* earlier)
-        : mCaller(caller),
-          mSensorId(sensorId),
-          mRecords(records),
-          mTurn(earlier ? earlier->mTurn : mOwnTurn) {}
-
-    [[nodiscard]] bool claim() { return !mClaimed.exchange(true); }
-
-    // Whoever has claimed it.
-    void run() noexcept {
-        try {
-            std::lock_guard const turn(mTurn);
-            powerOff();
-        } catch (...) {
-            mFailure = std::current_exception();
-        }
-        mFinished.store(true);
-        mFinished.notify_all();
-    }
-
-    void wait() const { mFinished.wait(false); }
+    PowerOffTask(std::string const& caller, int sensorId, Records const& records)
+        : mCaller(caller), mSensorId(sensorId), mRecords(records), mLabel("powerOff: " + decimal(sensorId)) {}
 
     [[nodiscard]] int sensorId() const { return mSensorId; }
 
-    // After it has finished.
-    [[nodiscard]] bool isOff() const { return mFailure == nullptr; }
+    // Before it is posted.
+    void addTime() {
+        ++mUnclaimed;
+        ++mUnfinished;
+    }
+
+    [[nodiscard]] bool claim() {
+        int left = mUnclaimed.load();
+        while (left > 0 && !mUnclaimed.compare_exchange_weak(left, left - 1)) {
+        }
+        return left > 0;
+    }
+
+    // Whoever has claimed a time.
+    void run() noexcept {
+        if (mUnderWay.fetch_add(1) > 0) return;
+        do {
+            powerOff();
+            if (mUnfinished.fetch_sub(1) == 1) mUnfinished.notify_all();
+        } while (mUnderWay.fetch_sub(1) > 1);
+    }
+
+    // Until all its times have been run.
+    void wait() const {
+        for (int left = mUnfinished.load(); left > 0; left = mUnfinished.load()) mUnfinished.wait(left);
+    }
+
+    // Passes on what a listener threw first, after the wait.
     void passOnFailure() const {
-        if (mFailure != nullptr) std::rethrow_exception(mFailure);
+        if (mAttempts.firstFailure()) std::rethrow_exception(mAttempts.firstFailure());
     }
 
   private:
-    void powerOff() const {
-        std::string const label = "powerOff: " + decimal(mSensorId);
-        ScopedTrace const section(label.c_str());
+    // A listener that throws keeps neither the others from being told nor the sensor powered.
+    void powerOff() {
+        ScopedTrace const section(mLabel.c_str());
         Data const* const record = findRecord(mRecords, mSensorId);
         if (record == nullptr) return;
         for (auto const& listener : record->mListeners) {
-            if (listener) listener->notifyPowerOff();
+            mAttempts.make([&] {
+                if (listener) listener->notifyPowerOff();
+            });
         }
         unsigned int const index = keyOf(mSensorId);
-        record->mHalSensor->powerOff(mCaller.c_str(), 1, &index);
+        mAttempts.make([&] { record->mHalSensor->powerOff(mCaller.c_str(), 1, &index); });
     }
 
     std::string const& mCaller;
     int const mSensorId;
-    Records const& mRecords;  // stand still while a claimed task runs
-    std::mutex mOwnTurn;
-    std::mutex& mTurn;
-    std::exception_ptr mFailure;
-    std::atomic<bool> mClaimed{false};
-    std::atomic<bool> mFinished{false};
+    Records const& mRecords;   // stand still while a claimed task runs
+    std::string const mLabel;  // made before a task is posted: a task that runs needs no memory
+    Attempts mAttempts;
+    std::atomic<int> mUnclaimed{0};
+    std::atomic<int> mUnderWay{0};
+    std::atomic<int> mUnfinished{0};
 };
 
 using PowerOffTasks = std::vector<std::shared_ptr<PowerOffTask>>;
 
+// One for each entry of the request. Entries of one sensor share theirs.
 PowerOffTasks makePowerOffTasks(std::string const& caller, std::vector<int> const& sensorIds,
                                 Records const& records) {
     PowerOffTasks tasks;
@@ -360,8 +381,9 @@ PowerOffTasks makePowerOffTasks(std::string const& caller, std::vector<int> cons
     for (int const sensorId : sensorIds) {
         auto const earlier = std::find_if(tasks.begin(), tasks.end(),
                                           [&](auto const& task) { return task->sensorId() == sensorId; });
-        tasks.push_back(std::make_shared<PowerOffTask>(caller, sensorId, records,
-                                                       earlier == tasks.end() ? nullptr : earlier->get()));
+        tasks.push_back(earlier != tasks.end() ? *earlier
+                                               : std::make_shared<PowerOffTask>(caller, sensorId, records));
+        tasks.back()->addTime();
     }
     return tasks;
 }
@@ -382,19 +404,10 @@ std::shared_future<void> post(std::shared_ptr<TaskQueue>& queue, std::shared_ptr
     }
 }
 
-void markOff(PowerOffTasks const& tasks, States& states) {
-    for (auto const& task : tasks) {
-        auto const entry = states.find(keyOf(task->sensorId()));
-        if (task->isOff() && entry != states.end()) entry->second = SensorPowerState::PowerOff;
-    }
-}
-
-// What a destructor calls: one that throws keeps it from nothing else.
-template <class Call>
-void withoutThrowing(Call const& call) noexcept {
-    try {
-        call();
-    } catch (...) {
+void markOff(std::vector<int> const& sensorIds, States& states) {
+    for (int const sensorId : sensorIds) {
+        auto const entry = states.find(keyOf(sensorId));
+        if (entry != states.end()) entry->second = SensorPowerState::PowerOff;
     }
 }
 
@@ -422,15 +435,16 @@ PowerOnOffController::PowerOnOffController(CreationInfo const& info) : mSensorId
 }
 
 PowerOnOffController::~PowerOnOffController() {
+    Attempts attempts;
     for (auto const& [key, record] : mDataMap) {
         if (!record) continue;
         for (auto const& listener : record->mListeners) {
             logWarning("release but something(%d) still in list", static_cast<int>(key));
-            withoutThrowing([&, &told = listener] {
+            attempts.make([&told = listener] {
                 if (told) told->notifyPowerOff();
             });
         }
-        withoutThrowing(
+        attempts.make(
             [&, &sensor = record->mHalSensor, index = key] { sensor->powerOff(mName.c_str(), 1, &index); });
     }
     mStateMap.clear();
@@ -562,22 +576,20 @@ void PowerOnOffController::powerOff(std::vector<int> sensorIds) {
     for (std::size_t i = 0; onQueue && i < tasks.size(); ++i) queued[i] = post(mTaskQueue, tasks[i]);
 
     // Nothing from the first post to the last wait throws: no task is left to a queue that this call does not
-    // wait for.
-    for (std::size_t i = 0; i < tasks.size(); ++i) {
-        if (queued[i].valid()) queued[i].wait();
-        if (tasks[i]->claim()) {
-            if (onQueue) {
-                logWarning("sensorId(%d) power-off not queued, runs on the caller's thread",
-                           tasks[i]->sensorId());
-            }
-            tasks[i]->run();
-        }
-        tasks[i]->wait();
+    // wait for. What the queue has not run by then, since there is none or it dropped the task, runs here.
+    for (auto const& future : queued) {
+        if (future.valid()) future.wait();
     }
-
     for (auto const& task : tasks) {
-        if (task->isOff()) mDataMap.erase(keyOf(task->sensorId()));
+        if (!task->claim()) continue;
+        if (onQueue) {
+            logWarning("sensorId(%d) power-off not queued, runs on the caller's thread", task->sensorId());
+        }
+        task->run();
     }
+    for (auto const& task : tasks) task->wait();
+
+    for (int const sensorId : sensorIds) mDataMap.erase(keyOf(sensorId));
     if (mDataMap.empty()) {
         logDebug("gSensorPowerOnLock unlock");
         gSensorPowerOnLock.release();
@@ -585,7 +597,7 @@ void PowerOnOffController::powerOff(std::vector<int> sensorIds) {
     logInfo("powerOff -");
     {
         std::lock_guard const state(mStateLock);
-        markOff(tasks, mStateMap);
+        markOff(sensorIds, mStateMap);
     }
     for (auto const& task : tasks) task->passOnFailure();
 }
