@@ -471,7 +471,7 @@ TEST(Tool, EndsWithTwoWhereTheKernelsTracerIsOutOfReach) {
     TemporaryFile const file(".toml", scenarioWith());
     TemporaryFile const script(
         ".sh",
-        "for folder in tracing debug; do mount -t tmpfs none /sys/kernel/$folder; done\n"
+        "umount -a -t tracefs\nfor folder in tracing debug; do mount -t tmpfs none /sys/kernel/$folder; done\n"
         "\"" ZEQCAM_POWER_PATH "\" run --ftrace " +
             file.path + " 2>&1");
     auto const [status, output] = runCommand("unshare -m sh " + script.path);
