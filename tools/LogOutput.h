@@ -22,7 +22,7 @@ class LogOutput final : public std::streambuf {
 
   private:
     std::mutex mLock;
-    bool mOpen GUARDED_BY(mLock) = true;
+    bool mOpen ZEQCAM_GUARDED_BY(mLock) = true;
     std::ostream& mOut;
 };
 

@@ -55,7 +55,7 @@ class Requests {
 
   private:
     mutable std::mutex mLock;
-    std::vector<Request> mRequests GUARDED_BY(mLock);
+    std::vector<Request> mRequests ZEQCAM_GUARDED_BY(mLock);
 };
 
 // One client, playing its steps on the thread that calls `play`.

@@ -9,7 +9,7 @@
 #define ZEQCAM_THREAD_ANNOTATION(x)
 #endif
 
-#define GUARDED_BY(mutex) ZEQCAM_THREAD_ANNOTATION(guarded_by(mutex))
-#define REQUIRES(...) ZEQCAM_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
-#define EXCLUDES(...) ZEQCAM_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
-#define ACQUIRED_BEFORE(...) ZEQCAM_THREAD_ANNOTATION(acquired_before(__VA_ARGS__))
+#define ZEQCAM_GUARDED_BY(mutex) ZEQCAM_THREAD_ANNOTATION(guarded_by(mutex))
+#define ZEQCAM_REQUIRES(...) ZEQCAM_THREAD_ANNOTATION(requires_capability(__VA_ARGS__))
+#define ZEQCAM_EXCLUDES(...) ZEQCAM_THREAD_ANNOTATION(locks_excluded(__VA_ARGS__))
+#define ZEQCAM_ACQUIRED_BEFORE(...) ZEQCAM_THREAD_ANNOTATION(acquired_before(__VA_ARGS__))

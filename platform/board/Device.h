@@ -99,7 +99,7 @@ class Device : public std::enable_shared_from_this<Device> {
     };
 
     [[nodiscard]] Version const& present() const { return *mPresent.load(std::memory_order_acquire); }
-    void publish(std::unique_ptr<Version> version) REQUIRES(mChanging);
+    void publish(std::unique_ptr<Version> version) ZEQCAM_REQUIRES(mChanging);
     void wakeSensors() const;
 
     std::atomic<Version const*> mPresent = nullptr;
@@ -107,14 +107,14 @@ class Device : public std::enable_shared_from_this<Device> {
 
     std::mutex mChanging;
     // All versions are kept: readers take no lock and no share.
-    std::vector<std::unique_ptr<Version const>> mVersions GUARDED_BY(mChanging);
+    std::vector<std::unique_ptr<Version const>> mVersions ZEQCAM_GUARDED_BY(mChanging);
 
     std::mutex mQueuesLock;
-    std::vector<std::weak_ptr<WorkQueue>> mQueues GUARDED_BY(mQueuesLock);
-    std::vector<Task> mHeld GUARDED_BY(mQueuesLock);
+    std::vector<std::weak_ptr<WorkQueue>> mQueues ZEQCAM_GUARDED_BY(mQueuesLock);
+    std::vector<Task> mHeld ZEQCAM_GUARDED_BY(mQueuesLock);
 
     mutable std::mutex mReportsLock;
-    std::vector<ExceptionReport> mReports GUARDED_BY(mReportsLock);
+    std::vector<ExceptionReport> mReports ZEQCAM_GUARDED_BY(mReportsLock);
 
     std::mutex mStreamLock;  // held while a line is written
 };

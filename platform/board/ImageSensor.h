@@ -30,14 +30,14 @@ class ImageSensor {
     std::shared_ptr<zeq::hal3a::IPeripheralController> peripheral(Device& device, int id);
 
   private:
-    void hangWhile(Device const& device, int id, bool Sensor::*hangs) REQUIRES(mLock);
-    void takeTime(Device const& device, std::chrono::microseconds time) REQUIRES(mLock);
+    void hangWhile(Device const& device, int id, bool Sensor::*hangs) ZEQCAM_REQUIRES(mLock);
+    void takeTime(Device const& device, std::chrono::microseconds time) ZEQCAM_REQUIRES(mLock);
 
     mutable std::mutex mLock;
     std::condition_variable_any mWoken;
-    bool mPowered GUARDED_BY(mLock) = false;
-    int mPowerOns GUARDED_BY(mLock) = 0;
-    std::weak_ptr<zeq::hal3a::IPeripheralController> mPeripheral GUARDED_BY(mLock);
+    bool mPowered ZEQCAM_GUARDED_BY(mLock) = false;
+    int mPowerOns ZEQCAM_GUARDED_BY(mLock) = 0;
+    std::weak_ptr<zeq::hal3a::IPeripheralController> mPeripheral ZEQCAM_GUARDED_BY(mLock);
 };
 
 }  // namespace zeqcam::board

@@ -35,7 +35,7 @@ int threadId() {
 struct Journal::State {
     struct alignas(64) Shard {
         mutable std::mutex lock;
-        std::vector<Entry> entries GUARDED_BY(lock);
+        std::vector<Entry> entries ZEQCAM_GUARDED_BY(lock);
     };
 
     template <class Visit>

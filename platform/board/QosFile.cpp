@@ -32,11 +32,11 @@ constexpr char const* kRoomForBallast = "size=4k";
 constexpr unsigned long kMountFlags = MS_NOSUID | MS_NODEV | MS_NOEXEC;
 
 std::mutex gLock;
-bool gProvided GUARDED_BY(gLock) = false;
-QosFile::Is gIs GUARDED_BY(gLock) = QosFile::Is::Writable;
-int gFile GUARDED_BY(gLock) = -1;                   // open for reading as long as the process
-std::string gTaken GUARDED_BY(gLock);               // what was moved out of the file since it was last set
-std::vector<std::string> gLines GUARDED_BY(gLock);  // its lines, not yet asked for
+bool gProvided ZEQCAM_GUARDED_BY(gLock) = false;
+QosFile::Is gIs ZEQCAM_GUARDED_BY(gLock) = QosFile::Is::Writable;
+int gFile ZEQCAM_GUARDED_BY(gLock) = -1;      // open for reading as long as the process
+std::string gTaken ZEQCAM_GUARDED_BY(gLock);  // what was moved out of the file since it was last set
+std::vector<std::string> gLines ZEQCAM_GUARDED_BY(gLock);  // its lines, not yet asked for
 
 int check(int result, char const* what) {
     if (result < 0) throw std::system_error(errno, std::generic_category(), what);
@@ -145,7 +145,7 @@ struct Written {
 };
 
 // What stands in the file behind the bytes that were moved out of it or never written.
-Written written() REQUIRES(gLock) {
+Written written() ZEQCAM_REQUIRES(gLock) {
     Written found{.at = lseek(gFile, 0, SEEK_DATA)};
     if (found.at < 0) return {};
     std::array<char, 4096> piece{};
@@ -163,7 +163,7 @@ Written written() REQUIRES(gLock) {
 
 // Moves the ended lines out of the file and leaves a hole in their place: a writer that has the file open
 // goes on behind it, one that opens it anew overwrites nothing that is still to be read.
-void gather() REQUIRES(gLock) {
+void gather() ZEQCAM_REQUIRES(gLock) {
     Written found = written();
     found.text.resize(found.text.rfind('\0') + 1);
     if (found.text.empty()) return;
@@ -177,7 +177,7 @@ void gather() REQUIRES(gLock) {
     }
 }
 
-void makeWritableAgain() REQUIRES(gLock) {
+void makeWritableAgain() ZEQCAM_REQUIRES(gLock) {
     switch (gIs) {
         case QosFile::Is::Writable:
             break;
@@ -195,7 +195,7 @@ void makeWritableAgain() REQUIRES(gLock) {
     gIs = QosFile::Is::Writable;
 }
 
-void make(QosFile::Is is) REQUIRES(gLock) {
+void make(QosFile::Is is) ZEQCAM_REQUIRES(gLock) {
     switch (is) {
         case QosFile::Is::Writable:
             break;

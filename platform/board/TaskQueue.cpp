@@ -45,7 +45,7 @@ class Handle final : public NSCam::CTM::TaskHandle {
     unsigned int const mValue;
     bool const mGivesFuture;
     std::mutex mLock;
-    std::shared_future<void> mFuture GUARDED_BY(mLock);
+    std::shared_future<void> mFuture ZEQCAM_GUARDED_BY(mLock);
 };
 
 char const* nameOf(TaskHandles handles) {

@@ -50,17 +50,17 @@ class WorkQueue {
   private:
     std::optional<Task> next();
     void taskDone();
-    [[nodiscard]] bool hasDue() const REQUIRES(mLock);
+    [[nodiscard]] bool hasDue() const ZEQCAM_REQUIRES(mLock);
 
     std::shared_ptr<Device> const mDevice;
     std::string const mName;
     std::mutex mLock;
     std::condition_variable_any mChanged;
     std::multimap<std::chrono::steady_clock::time_point, Task> mTasks
-        GUARDED_BY(mLock);  // by the time to run them
-    int mRunning GUARDED_BY(mLock) = 0;
-    bool mClosed GUARDED_BY(mLock) = false;
-    bool mHurried GUARDED_BY(mLock) = false;
+        ZEQCAM_GUARDED_BY(mLock);  // by the time to run them
+    int mRunning ZEQCAM_GUARDED_BY(mLock) = 0;
+    bool mClosed ZEQCAM_GUARDED_BY(mLock) = false;
+    bool mHurried ZEQCAM_GUARDED_BY(mLock) = false;
 };
 
 }  // namespace zeqcam::board

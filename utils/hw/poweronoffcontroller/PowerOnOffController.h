@@ -55,9 +55,9 @@ class ZEQCAM_API PowerOnOffController : public IPowerOnOffController {
     PowerOnOffController(PowerOnOffController const&) = delete;
     PowerOnOffController& operator=(PowerOnOffController const&) = delete;
 
-    bool powerOn(std::vector<int> sensorIds) override EXCLUDES(mPowerOpLock, mStateLock);
-    void powerOff(std::vector<int> sensorIds) override EXCLUDES(mPowerOpLock, mStateLock);
-    std::unordered_map<unsigned int, bool> getStatus() override EXCLUDES(mStateLock);
+    bool powerOn(std::vector<int> sensorIds) override ZEQCAM_EXCLUDES(mPowerOpLock, mStateLock);
+    void powerOff(std::vector<int> sensorIds) override ZEQCAM_EXCLUDES(mPowerOpLock, mStateLock);
+    std::unordered_map<unsigned int, bool> getStatus() override ZEQCAM_EXCLUDES(mStateLock);
 
   private:
     class SettledStates;
@@ -70,19 +70,20 @@ class ZEQCAM_API PowerOnOffController : public IPowerOnOffController {
 
     /// Powers the admitted sensors on, all at once. False when a record or a worker could not be made or a
     /// listener refused.
-    bool powerOnOps(std::vector<int> const& sensorIds) REQUIRES(mPowerOpLock) EXCLUDES(mStateLock);
+    bool powerOnOps(std::vector<int> const& sensorIds) ZEQCAM_REQUIRES(mPowerOpLock)
+        ZEQCAM_EXCLUDES(mStateLock);
 
     std::string mName =
         "zeqcam-PowerOnOffController";  ///< the caller name: first argument of every sensor call
     std::vector<int> mSensorIds;        ///< as given at creation
     /// Workers and power-off tasks reach records without it: the thread that holds it waits for them.
-    std::mutex mPowerOpLock ACQUIRED_BEFORE(mStateLock);
+    std::mutex mPowerOpLock ZEQCAM_ACQUIRED_BEFORE(mStateLock);
     /// A record stands from its sensor's power-on to its power-off.
-    std::unordered_map<unsigned int, std::shared_ptr<Data>> mDataMap GUARDED_BY(mPowerOpLock);
+    std::unordered_map<unsigned int, std::shared_ptr<Data>> mDataMap ZEQCAM_GUARDED_BY(mPowerOpLock);
     /// Held for moments only, never across a call on a sensor or a listener.
     std::mutex mStateLock;
     /// Its keys stand from creation to destruction; only the states change.
-    std::unordered_map<unsigned int, SensorPowerState> mStateMap GUARDED_BY(mStateLock);
+    std::unordered_map<unsigned int, SensorPowerState> mStateMap ZEQCAM_GUARDED_BY(mStateLock);
     std::shared_ptr<CTM::TaskQueue> mTaskQueue;  ///< empty when the platform could not make it
 };
 

@@ -76,7 +76,7 @@ class SharedDescriptor {
         return present != nullptr && present->join() ? present : nullptr;
     }
 
-    Opening* open() REQUIRES(mOpenLock) {
+    Opening* open() ZEQCAM_REQUIRES(mOpenLock) {
         Opening* opening = &mOpenings;
         while (opening->shares.load() != 0) {  // forgotten, and still written through
             if (opening->next == nullptr) opening->next = new (std::nothrow) Opening;
@@ -94,7 +94,7 @@ class SharedDescriptor {
     char const* const mPath;
     std::atomic<Opening*> mPresent{nullptr};  // null: not open, or forgotten
     std::mutex mOpenLock;
-    Opening mOpenings GUARDED_BY(mOpenLock);  // of them all, the first
+    Opening mOpenings ZEQCAM_GUARDED_BY(mOpenLock);  // of them all, the first
 };
 
 }  // namespace NSCam
