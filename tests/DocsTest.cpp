@@ -1,5 +1,5 @@
-#include "ScenarioKeys.h"
-#include "ScenarioReader.h"
+#include "scenario/ScenarioKeys.h"
+#include "scenario/ScenarioReader.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
-#include "SvgTimeline.h"
-#include "TerminalTimeline.h"
-#include "TextWidth.h"
-#include "Timeline.h"
+#include "analysis/Timeline.h"
+#include "text/TextWidth.h"
+#include "views/SvgTimeline.h"
+#include "views/TerminalTimeline.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -1,8 +1,8 @@
-#include "Report.h"
-#include "ScenarioKeys.h"
-#include "ScenarioReader.h"
-#include "SensorTimes.h"
-#include "TraceFile.h"
+#include "analysis/SensorTimes.h"
+#include "scenario/ScenarioKeys.h"
+#include "scenario/ScenarioReader.h"
+#include "views/Report.h"
+#include "views/TraceFile.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

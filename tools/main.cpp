@@ -1,4 +1,4 @@
-#include "Commands.h"
+#include "commands/Commands.h"
 
 #include <CLI/CLI.hpp>
 #include <cstdint>

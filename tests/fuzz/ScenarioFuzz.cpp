@@ -1,5 +1,5 @@
 // Scenario files of the fuzzer's making. Whatever the reader refuses, it says why.
-#include "ScenarioReader.h"
+#include "scenario/ScenarioReader.h"
 
 #include <cstddef>
 #include <cstdint>

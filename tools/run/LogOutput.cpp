@@ -1,0 +1,24 @@
+#include "run/LogOutput.h"
+
+namespace zeqcam::tool {
+
+void LogOutput::close() {
+    std::lock_guard const hold(mLock);
+    mOpen = false;
+}
+
+// A line that the stream does not take fails the stream, and nobody else: the run goes on.
+std::streamsize LogOutput::xsputn(char const* text, std::streamsize size) {
+    std::lock_guard const hold(mLock);
+    if (mOpen) mOut.write(text, size).flush();
+    return size;
+}
+
+LogOutput::int_type LogOutput::overflow(int_type character) {
+    if (traits_type::eq_int_type(character, traits_type::eof())) return traits_type::not_eof(character);
+    char const text = traits_type::to_char_type(character);
+    xsputn(&text, 1);
+    return character;
+}
+
+}  // namespace zeqcam::tool

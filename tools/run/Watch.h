@@ -1,0 +1,40 @@
+#pragma once
+
+#include "files/Descriptor.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdint>
+#include <optional>
+
+namespace zeqcam::tool {
+
+enum class End : std::uint8_t { AllDone, TimedOut, Interrupted, Terminated };
+
+// Waits for whatever ends a run. Made before the run starts a thread: from then on Ctrl-C and a request to
+// terminate are kept from every thread, and end the wait instead of the process. Throws std::system_error.
+class Watch {
+  public:
+    using Limit = std::optional<std::chrono::duration<double>>;
+
+    Watch();
+    ~Watch();
+    Watch(Watch const&) = delete;
+    Watch& operator=(Watch const&) = delete;
+
+    // Ends the wait, from any thread.
+    void allDone();
+
+    // Once. After it a second Ctrl-C ends the process at once.
+    End wait(Limit limit);
+
+  private:
+    [[nodiscard]] End waitForEnd(Limit limit) const;
+    void letSignalsThrough() const;
+
+    sigset_t mOuterMask{};
+    Descriptor mSignals;
+    Descriptor mDone;
+};
+
+}  // namespace zeqcam::tool

@@ -1,0 +1,430 @@
+#include "views/SvgTimeline.h"
+
+#include "text/Printable.h"
+#include "text/TextWidth.h"
+
+#include <algorithm>
+#include <array>
+#include <functional>
+#include <set>
+#include <sstream>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace zeqcam::tool {
+namespace {
+
+constexpr double kWidth = 1000;
+constexpr double kMargin = 16;
+constexpr double kCharacter = 6.65;  // of a label's font: one width for all, whichever font it is
+constexpr double kNameCharacter = 7.4;
+constexpr double kMarkStrip = 9;  // above a row's bars
+constexpr double kLane = 20;
+constexpr double kThinLane = 7;  // of slivers, which take no label
+constexpr double kSliver = 1.5;
+constexpr double kCountStep = 14;
+
+// Colours that hold on the picture's own ground, which follows the reader's choice of light or dark.
+constexpr std::string_view kStyle = R"(<style>
+text { font: 12px system-ui, -apple-system, 'Segoe UI', Helvetica, Arial, sans-serif; fill: #1f2328 }
+.title { font-size: 16px; font-weight: 600 }
+.muted { fill: #59636e }
+.label { font: 11px ui-monospace, SFMono-Regular, Menlo, Consolas, 'DejaVu Sans Mono', monospace }
+.ground { fill: #ffffff; stroke: #d0d7de }
+.band { fill: #f3f5f8 }
+.grid { stroke: #d8dee4 }
+.request { fill: #c3dcff; stroke: #1f6feb }
+.wait { fill: url(#waiting); stroke: #6e7781 }
+.trace { fill: #e2dafb; stroke: #7a5bd0 }
+.call { fill: #c5ebcf; stroke: #2c8c4c }
+.failed { fill: url(#failing); stroke: #cf222e }
+.open { stroke-dasharray: 4 3 }
+.halo { paint-order: stroke; stroke: #ffe9e7; stroke-width: 4; stroke-linejoin: round }
+.wait + .halo { stroke: #f3f5f8 }
+.paper { fill: #ffe9e7 }
+.hatch { stroke: #ffb4ad; stroke-width: 3 }
+.idle { fill: #f3f5f8 }
+.dot { fill: #8c959f }
+.sign, .error { fill: #cf222e }
+.cross { stroke: #ffffff; stroke-width: 1.6; stroke-linecap: round }
+.warning { fill: #bf8700 }
+.powered { fill: none; stroke: #bc4c00; stroke-width: 2; stroke-linejoin: round }
+.area { fill: #bc4c00; fill-opacity: .13 }
+@media (prefers-color-scheme: dark) {
+text { fill: #e6edf3 }
+.muted { fill: #9aa4af }
+.ground { fill: #0d1117; stroke: #30363d }
+.band { fill: #161b22 }
+.grid { stroke: #2b323b }
+.request { fill: #173a6b; stroke: #4c8dff }
+.wait { stroke: #9198a1 }
+.trace { fill: #352c66; stroke: #9d86e9 }
+.call { fill: #17452a; stroke: #46b868 }
+.failed { stroke: #ff6a61 }
+.halo { stroke: #4d1518 }
+.wait + .halo { stroke: #21262d }
+.paper { fill: #4d1518 }
+.hatch { stroke: #7d2226 }
+.idle { fill: #21262d }
+.dot { fill: #6e7681 }
+.sign, .error { fill: #ff6a61 }
+.cross { stroke: #0d1117 }
+.warning { fill: #d9a514 }
+.powered { stroke: #f0883e }
+.area { fill: #f0883e }
+}
+</style>
+)";
+
+// What must not depend on colour alone: a failure is hatched, a wait is dotted.
+constexpr std::string_view kPatterns = R"svg(<defs>
+<pattern id="failing" width="8" height="8" patternUnits="userSpaceOnUse" patternTransform="rotate(45)">
+<rect class="paper" width="8" height="8"/><line class="hatch" x1="2" y1="0" x2="2" y2="8"/></pattern>
+<pattern id="waiting" width="6" height="6" patternUnits="userSpaceOnUse">
+<rect class="idle" width="6" height="6"/><circle class="dot" cx="3" cy="3" r="1"/></pattern>
+</defs>
+)svg";
+
+constexpr std::array<std::pair<std::string_view, std::string_view>, 8> kLegend{{
+    {"request", "request"},
+    {"wait", "wait"},
+    {"trace", "trace section"},
+    {"call", "sensor power call"},
+    {"failed", "failed"},
+    {"open", "not ended"},
+    {"error", "error logged"},
+    {"warning", "warning logged"},
+}};
+
+char const* classOf(SectionKind kind) {
+    switch (kind) {
+        case SectionKind::Request:
+            return "request";
+        case SectionKind::Wait:
+            return "wait";
+        case SectionKind::Trace:
+            return "trace";
+        case SectionKind::SensorCall:
+            return "call";
+    }
+    return "trace";
+}
+
+// The text for use in XML, which cannot hold every character.
+std::string escaped(std::string_view text) {
+    std::string out;
+    std::string const safe = printable(text);
+    for (Character const& character : charactersOf(safe)) {
+        switch (character.code) {
+            case '&':
+                out += "&amp;";
+                break;
+            case '<':
+                out += "&lt;";
+                break;
+            case '>':
+                out += "&gt;";
+                break;
+            case '"':
+                out += "&quot;";
+                break;
+            case 0xfffe:
+            case 0xffff:
+                out += "\xef\xbf\xbd";
+                break;
+            default:
+                out += character.bytes;
+        }
+    }
+    return out;
+}
+
+// Text whose every character takes as much as the widest, for fonts that are not known.
+double widthOf(std::string_view text, double character) {
+    return columnsOf(text) * character;
+}
+
+// Writes shapes. `look`: attributes that say how one is drawn.
+class Canvas {
+  public:
+    Canvas() {
+        mOut.setf(std::ios::fixed);
+        mOut.precision(1);
+    }
+
+    template <class Value>
+    Canvas& operator<<(Value const& value) {
+        mOut << value;
+        return *this;
+    }
+
+    void text(double x, double y, std::string_view look, std::string_view text) {
+        mOut << "<text x=\"" << x << "\" y=\"" << y << "\" " << look << '>' << escaped(text) << "</text>\n";
+    }
+    void rect(double x, double y, double width, double height, std::string_view look) {
+        mOut << "<rect x=\"" << x << "\" y=\"" << y << "\" width=\"" << width << "\" height=\"" << height
+             << "\" " << look << "/>\n";
+    }
+    void line(double x1, double y1, double x2, double y2, std::string_view look) {
+        mOut << "<line x1=\"" << x1 << "\" y1=\"" << y1 << "\" x2=\"" << x2 << "\" y2=\"" << y2 << "\" "
+             << look << "/>\n";
+    }
+
+    [[nodiscard]] std::string str() const { return mOut.str(); }
+
+  private:
+    std::ostringstream mOut;
+};
+
+struct Lane {
+    std::vector<Section const*> sections;  // from left to right
+    double top = 0;                        // below the row's
+    double height = kThinLane;
+};
+
+class Picture {
+  public:
+    Picture(Timeline const& timeline, std::string const& title) : mTimeline(timeline), mTitle(title) {
+        double names = widthOf(kPoweredName, kNameCharacter);
+        for (Row const& row : timeline.rows) {
+            if (!row.sections.empty()) names = std::max(names, widthOf(shownName(row), kNameCharacter));
+        }
+        mLeft = kMargin + 8 + names + 12;
+    }
+
+    std::string text() {
+        double const top = mY;
+        for (std::size_t row = 0; row < mTimeline.rows.size(); ++row) {
+            if (!mTimeline.rows[row].sections.empty()) addRow(row);
+        }
+        addPowered();
+        double const bottom = mY;
+        addLegend();
+        return ground(mY + kMargin) + grid(top, bottom) + mShapes.str() + "</svg>\n";
+    }
+
+  private:
+    static constexpr std::string_view kPoweredName = "sensors powered";
+    static constexpr double kRight = kWidth - kMargin - 10;
+
+    static std::string shownName(Row const& row) {
+        constexpr int kLongestName = 28;
+        return shortened(printable(row.name), kLongestName, "…");
+    }
+
+    [[nodiscard]] double xOf(Instant time) const {
+        using Seconds = std::chrono::duration<double>;
+        double const span = Seconds(mTimeline.end - mTimeline.begin).count();
+        double const part = span > 0 ? Seconds(time - mTimeline.begin).count() / span : 0;
+        return mLeft + part * (kRight - mLeft);
+    }
+    [[nodiscard]] double extentOf(Section const& section) const {
+        return std::max(xOf(section.end) - xOf(section.begin), kSliver);
+    }
+    [[nodiscard]] std::string ground(double height) const {
+        constexpr double kBaseline = 34;
+        constexpr double kTitleCharacter = 10;
+        constexpr double kRoomForTitle = kWidth - 2 * kMargin - 120;
+        Canvas canvas;
+        canvas << R"(<svg xmlns="http://www.w3.org/2000/svg" width=")" << kWidth << R"(" height=")" << height
+               << R"(" viewBox="0 0 )" << kWidth << ' ' << height << "\" role=\"img\">\n<title>"
+               << escaped(mTitle) << "</title>\n"
+               << kStyle << kPatterns;
+        canvas.rect(0.5, 0.5, kWidth - 1, height - 1, R"(rx="8" class="ground")");
+        canvas.text(kMargin + 8, kBaseline, R"(class="title")",
+                    shortened(printable(mTitle), static_cast<int>(kRoomForTitle / kTitleCharacter), "…"));
+        canvas.text(kRight, kBaseline, R"(class="muted" text-anchor="end")",
+                    timeText(mTimeline.end - mTimeline.begin));
+        return canvas.str();
+    }
+
+    [[nodiscard]] std::string grid(double top, double bottom) const {
+        constexpr int kMostTicks = 10;
+        Canvas canvas;
+        for (Tick const& tick : ticksOf(mTimeline, kMostTicks)) {
+            double const x = xOf(tick.time);
+            canvas.line(x, top, x, bottom, R"(class="grid")");
+            bool const fits = x + widthOf(tick.label, kNameCharacter) / 2 <= kRight;
+            canvas.text(x, top - 6,
+                        fits ? R"(class="muted" text-anchor="middle")" : R"(class="muted" text-anchor="end")",
+                        tick.label);
+        }
+        return canvas.str();
+    }
+
+    [[nodiscard]] std::vector<Lane> lanesOf(Row const& row) const {
+        std::vector<Lane> lanes;
+        addToLanes(lanes, row.sections, 0);
+        double top = kMarkStrip;
+        for (Lane& lane : lanes) {
+            constexpr double kLeastForALabel = 8;
+            for (Section const* const section : lane.sections) {
+                if (&lane == lanes.data() || extentOf(*section) >= kLeastForALabel) lane.height = kLane;
+            }
+            lane.top = std::exchange(top, top + lane.height);
+        }
+        return lanes;
+    }
+
+    static void addToLanes(std::vector<Lane>& lanes, std::vector<Section> const& sections,
+                           std::size_t depth) {
+        if (!sections.empty() && lanes.size() == depth) lanes.emplace_back();
+        for (Section const& section : sections) {
+            lanes[depth].sections.push_back(&section);
+            addToLanes(lanes, section.inner, depth + 1);
+        }
+    }
+
+    void addRow(std::size_t index) {
+        Row const& row = mTimeline.rows[index];
+        std::vector<Lane> const lanes = lanesOf(row);
+        double const height = lanes.back().top + lanes.back().height + 5;
+        addBand(shownName(row), height);
+        for (Lane const& lane : lanes) {
+            for (std::size_t i = 0; i < lane.sections.size(); ++i) {
+                bool const last = i + 1 == lane.sections.size();
+                addSection(*lane.sections[i], mY + lane.top, lane.height - 2,
+                           last ? kRight : xOf(lane.sections[i + 1]->begin));
+            }
+        }
+        for (Mark const& mark : mTimeline.marks) {
+            if (mark.row == index) addMark(mark);
+        }
+        mY += height;
+    }
+
+    void addBand(std::string_view name, double height) {
+        if (std::exchange(mBanded, !mBanded)) {
+            mShapes.rect(kMargin, mY, kWidth - 2 * kMargin, height,
+                         R"(rx="4" class="band" fill-opacity=".6")");
+        }
+        mShapes.text(kMargin + 8, mY + kMarkStrip + 13, "", name);
+    }
+
+    // `next`: where the next section of its lane begins.
+    void addSection(Section const& section, double top, double height, double next) {
+        double const x = xOf(section.begin);
+        double const width = extentOf(section);
+        mShapes << "<g><title>" << escaped(section.label) << "\nstart "
+                << timeText(section.begin - mTimeline.begin) << ", "
+                << (section.open ? "not ended after " : "took ") << timeText(section.end - section.begin)
+                << (section.failed ? ", failed" : "") << "</title>";
+        std::string const look = section.failed ? "failed" : classOf(section.kind);
+        mLooks.insert(look);
+        if (section.open) mLooks.insert("open");
+        mShapes.rect(x, top, width, height, classed(section.open ? look + " open" : look));
+        if (section.failed) addSign(x, top + height / 2);
+        if (height > kThinLane) addLabel(section, x, top, next);
+        mShapes << "</g>\n";
+    }
+
+    void addSign(double x, double y) {
+        mShapes << "<circle class=\"sign\" cx=\"" << x + 10 << "\" cy=\"" << y << "\" r=\"6\"/>"
+                << "<path class=\"cross\" d=\"M" << x + 7.7 << ' ' << y - 2.3
+                << "l4.6 4.6m0 -4.6l-4.6 4.6\"/>";
+    }
+
+    void addLabel(Section const& section, double x, double top, double next) {
+        constexpr double kLeastColumns = 5;
+        std::string const label = printable(section.label);
+        double const before = section.failed ? 20 : 4;
+        double const needed = widthOf(label, kCharacter);
+        double const room = extentOf(section) - before - 2;
+        double const beside = x + std::max(extentOf(section), section.failed ? before : 0);
+        bool const patterned = section.failed || section.kind == SectionKind::Wait;
+        std::string_view const inside = patterned ? R"(class="label halo")" : R"(class="label")";
+        if (needed <= room) {
+            mShapes.text(x + before, top + 13, inside, label);
+        } else if (beside + needed + 10 <= next) {
+            mShapes.text(beside + 5, top + 13, R"(class="label muted")", label);
+        } else if (room >= kLeastColumns * kCharacter) {
+            mShapes.text(x + before, top + 13, inside,
+                         shortened(label, static_cast<int>(room / kCharacter), "…"));
+        }
+    }
+
+    void addMark(Mark const& mark) {
+        if (mark.level != "error" && mark.level != "warning") return;
+        mLooks.insert(mark.level);
+        mShapes << "<g><title>" << mark.level << " at " << timeText(mark.time - mTimeline.begin) << "\n"
+                << escaped(mark.text) << "</title>";
+        addPointer(xOf(mark.time), mY + 1, mark.level);
+        mShapes << "</g>\n";
+    }
+
+    void addPointer(double x, double y, std::string_view level) {
+        mShapes << "<path class=\"" << level << "\" d=\"M" << x - 4 << ' ' << y << "h8l-4 7z\"/>";
+    }
+
+    void addPowered() {
+        int most = 1;
+        for (PoweredCount const& count : mTimeline.powered) most = std::max(most, count.sensors);
+        double const step = std::min(kCountStep, 84.0 / most);
+        double const height = kMarkStrip + 14 + most * step;
+        addBand(kPoweredName, height);
+        double const floor = mY + height - 4;
+        Canvas line;
+        line << 'M' << mLeft << ' ' << floor;
+        for (PoweredCount const& count : mTimeline.powered) {
+            line << 'H' << xOf(count.time) << 'V' << floor - count.sensors * step;
+        }
+        line << 'H' << kRight;
+        mShapes << R"(<path class="area" d=")" << line.str() << 'V' << floor << "z\"/>\n"
+                << R"(<path class="powered" d=")" << line.str() << "\"/>\n";
+        addCounts(floor, step);
+        mY += height;
+    }
+
+    void addCounts(double floor, double step) {
+        for (std::size_t i = 0; i < mTimeline.powered.size(); ++i) {
+            PoweredCount const& count = mTimeline.powered[i];
+            bool const last = i + 1 == mTimeline.powered.size();
+            double const room = (last ? kRight : xOf(mTimeline.powered[i + 1].time)) - xOf(count.time);
+            std::string const number = std::to_string(count.sensors);
+            if (room < widthOf(number, kCharacter) + 4) continue;
+            mShapes.text(xOf(count.time) + 3, floor - count.sensors * step - 4, R"(class="label")", number);
+        }
+    }
+
+    // Names what stands in this picture.
+    void addLegend() {
+        constexpr double kSwatch = 24;
+        mY += 12;
+        double x = kMargin + 8;
+        for (auto const& [look, name] : kLegend) {
+            if (!mLooks.contains(look)) continue;
+            bool const isLevel = look == "error" || look == "warning";
+            double const width = isLevel ? 8 : kSwatch;
+            if (isLevel) {
+                addPointer(x + 4, mY + 3, look);
+            } else {
+                mShapes.rect(x, mY, width, 13, look == "open" ? classed("request open") : classed(look));
+            }
+            if (look == "failed") addSign(x + 2, mY + 6.5);
+            mShapes.text(x + width + 7, mY + 11, R"(class="muted")", name);
+            x += width + 7 + widthOf(name, kNameCharacter) + 16;
+        }
+        mY += 13;
+    }
+
+    static std::string classed(std::string_view look) {
+        return R"(rx="2" class=")" + std::string(look) + '"';
+    }
+
+    Timeline const& mTimeline;
+    std::string const& mTitle;
+    double mLeft = 0;
+    double mY = 64;  // where the next row begins
+    bool mBanded = false;
+    Canvas mShapes;
+    std::set<std::string, std::less<>> mLooks;  // that it has used
+};
+
+}  // namespace
+
+std::string svgTimeline(Timeline const& timeline, std::string const& title) {
+    return Picture(timeline, title).text();
+}
+
+}  // namespace zeqcam::tool

@@ -1,0 +1,385 @@
+#include "views/TerminalTimeline.h"
+
+#include "text/Printable.h"
+#include "text/TextWidth.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace zeqcam::tool {
+namespace {
+
+struct Alphabet {
+    std::string_view left, fill, right, open, tick, axis, axisTick, caption, ellipsis;
+};
+
+constexpr Alphabet kAscii{"[", "-", "]", ">", "|", "-", "+", ",", "~"};
+constexpr Alphabet kUtf8{"├", "─", "┤", "▶", "│", "─", "┬", "┌", "…"};
+constexpr std::string_view kFailed = "!";
+
+// How text stands out where there are colours.
+constexpr std::string_view kPlain = "";
+constexpr std::string_view kName = "\033[1m";
+constexpr std::string_view kDim = "\033[2m";
+constexpr std::string_view kFailure = "\033[1;31m";
+
+std::string_view colourOf(SectionKind kind) {
+    switch (kind) {
+        case SectionKind::Request:
+            return "\033[36m";
+        case SectionKind::Wait:
+            return "\033[2;36m";
+        case SectionKind::Trace:
+            return "\033[34m";
+        case SectionKind::SensorCall:
+            return "\033[32m";
+    }
+    return kPlain;
+}
+
+// One line, a cell for each column.
+class Line {
+  public:
+    explicit Line(int columns) : mCells(static_cast<std::size_t>(columns)) {}
+
+    // What is beyond the line's end is lost.
+    void put(int column, std::string_view text, std::string_view style) {
+        for (Character const& character : charactersOf(text)) {
+            if (column + character.columns > static_cast<int>(mCells.size())) return;
+            if (character.columns == 0) continue;
+            at(column) = {std::string(character.bytes), style};
+            for (int i = 1; i < character.columns; ++i) at(column + i) = {"", style};
+            column += character.columns;
+        }
+    }
+
+    [[nodiscard]] bool isBlank(int begin, int end) const {
+        return std::all_of(mCells.begin() + std::max(begin, 0),
+                           mCells.begin() + std::min(end, static_cast<int>(mCells.size())),
+                           [](Cell const& cell) { return cell.text == " "; });
+    }
+
+    void fill(int begin, int end, std::string_view glyph, std::string_view style) {
+        for (int column = begin; column < end; ++column) put(column, glyph, style);
+    }
+
+    [[nodiscard]] std::string text(bool colours) const {
+        auto const end = std::find_if(mCells.rbegin(), mCells.rend(), [](Cell const& cell) {
+                             return cell.text != " ";
+                         }).base();
+        std::string text;
+        std::string_view style = kPlain;
+        for (auto cell = mCells.begin(); cell != end; ++cell) {
+            if (colours && cell->style != style) {
+                if (style != kPlain) text += "\033[0m";
+                text += style = cell->style;
+            }
+            text += cell->text;
+        }
+        if (style != kPlain) text += "\033[0m";
+        return text + '\n';
+    }
+
+  private:
+    struct Cell {
+        std::string text = " ";
+        std::string_view style = kPlain;
+    };
+
+    Cell& at(int column) { return mCells[static_cast<std::size_t>(column)]; }
+
+    std::vector<Cell> mCells;
+};
+
+// The cells from `begin` up to, but not including, `end`.
+struct Cells {
+    int begin = 0;
+    int end = 0;
+
+    [[nodiscard]] int size() const { return end - begin; }
+};
+
+// What becomes of a run's time on a line of cells. The last cells stay free for what is short and comes last.
+class Scale {
+  public:
+    static constexpr int kSpare = 2;
+
+    Scale(Timeline const& timeline, int cells)
+        : mBegin(timeline.begin),
+          mSpan(std::max(std::chrono::duration<double>(timeline.end - timeline.begin).count(), 1e-9)),
+          mCells(cells) {}
+
+    [[nodiscard]] int cellOf(Instant time) const {
+        double const part = std::chrono::duration<double>(time - mBegin).count() / mSpan;
+        return static_cast<int>(std::lround(part * (mCells > 2 * kSpare ? mCells - kSpare : mCells - 1)));
+    }
+    [[nodiscard]] int cells() const { return mCells; }
+
+  private:
+    Instant mBegin;
+    double mSpan;
+    int mCells;
+};
+
+struct Bar {
+    Section const* section;
+    Cells cells;
+    bool failed;
+};
+
+// The bars of a row, by depth. An outermost section takes one cell at least, and none that another has; of
+// what it holds, only that has a bar which is as long as a cell or so.
+class Levels {
+  public:
+    Levels(std::vector<Section> const& sections, Scale const& scale, std::size_t most)
+        : mScale(scale), mMost(most) {
+        layOut(sections, {0, scale.cells()}, 0);
+    }
+
+    [[nodiscard]] std::vector<std::vector<Bar>> const& bars() const { return mBars; }
+    // The sections that have no bar.
+    [[nodiscard]] int leftOut() const { return mLeftOut; }
+
+  private:
+    // A bar may stand this many cells later than its time, to make room for short ones before it.
+    static constexpr int kMostShift = Scale::kSpare;
+
+    void layOut(std::vector<Section> const& sections, Cells room, std::size_t depth) {
+        for (Section const& section : sections) {
+            Cells const exact{mScale.cellOf(section.begin), mScale.cellOf(section.end)};
+            int const begin = std::max(exact.begin, room.begin);
+            bool const fits = begin < room.end && begin <= exact.begin + kMostShift;
+            if (!fits || depth == mMost || (depth > 0 && exact.size() == 0)) {
+                leaveOut(section, depth);
+                continue;
+            }
+            if (mBars.size() == depth) mBars.emplace_back();
+            Cells const cells{begin, std::clamp(exact.end, begin + 1, room.end)};
+            mBars[depth].push_back({&section, cells, section.failed});
+            layOut(section.inner, cells, depth + 1);
+            room.begin = cells.end;
+        }
+    }
+
+    // Its failure shows on the bar that it is in, or else on the one before it.
+    void leaveOut(Section const& section, std::size_t depth) {
+        mLeftOut += countOf(section);
+        std::vector<Bar>& bars = mBars[depth > 0 ? depth - 1 : 0];
+        if (holdsFailure(section)) bars.back().failed = true;
+    }
+
+    static int countOf(Section const& section) {
+        int count = 1;
+        for (Section const& inner : section.inner) count += countOf(inner);
+        return count;
+    }
+
+    Scale const& mScale;
+    std::size_t const mMost;
+    int mLeftOut = 0;
+    std::vector<std::vector<Bar>> mBars;
+};
+
+class Picture {
+  public:
+    Picture(Timeline const& timeline, int columns, bool colours, Alphabet const& alphabet)
+        : mTimeline(timeline),
+          mColumns(columns),
+          mColours(colours),
+          mAlphabet(alphabet),
+          mNames(namesWidth()),
+          mScale(timeline, columns - mNames) {}
+
+    std::string text() {
+        addAxis();
+        for (Row const& row : mTimeline.rows) {
+            if (!row.sections.empty()) addRow(row);
+        }
+        addPowered();
+        addLeftOut();
+        return std::move(mText);
+    }
+
+  private:
+    static constexpr std::string_view kPowered = "sensors powered";
+
+    // With the space behind them. The larger part of the width is for the bars.
+    [[nodiscard]] int namesWidth() const {
+        int width = columnsOf(kPowered);
+        for (Row const& row : mTimeline.rows) {
+            if (!row.sections.empty()) width = std::max(width, columnsOf(shownText(row.name)));
+        }
+        return std::min(width, mColumns / 3) + 1;
+    }
+
+    // How many levels a row shows.
+    [[nodiscard]] std::size_t mostLevels() const { return mColumns < 100 ? 2 : mColumns < 160 ? 3 : 6; }
+
+    [[nodiscard]] bool isAscii() const { return mAlphabet.fill == kAscii.fill; }
+
+    [[nodiscard]] std::string shownText(std::string_view text) const {
+        std::string shown;
+        std::string const safe = printable(text);
+        for (Character const& character : charactersOf(safe)) {
+            if (isAscii() && character.code > 0x7e) {
+                shown.append(static_cast<std::size_t>(character.columns), '?');
+            } else {
+                shown += character.bytes;
+            }
+        }
+        return shown;
+    }
+
+    [[nodiscard]] Line lineNamed(std::string_view name) const {
+        Line line(mColumns);
+        line.put(0, shortened(shownText(name), mNames - 1, mAlphabet.ellipsis), kName);
+        return line;
+    }
+
+    void add(Line const& line) { mText += line.text(mColours); }
+
+    void addAxis() {
+        constexpr int kCellsForATick = 12;
+        Line labels(mColumns);
+        Line ruler(mColumns);
+        ruler.fill(mNames, mColumns, mAlphabet.axis, kDim);
+        for (Tick const& tick : ticksOf(mTimeline, mScale.cells() / kCellsForATick)) {
+            int const column = mNames + mScale.cellOf(tick.time);
+            ruler.put(column, mAlphabet.axisTick, kDim);
+            if (column + columnsOf(tick.label) <= mColumns) labels.put(column, tick.label, kDim);
+        }
+        add(labels);
+        add(ruler);
+    }
+
+    void addRow(Row const& row) {
+        Levels const levels(row.sections, mScale, mostLevels());
+        mLeftOut += levels.leftOut();
+        std::string_view name = row.name;
+        for (std::vector<Bar> const& bars : levels.bars()) {
+            Line line = lineNamed(std::exchange(name, {}));
+            std::vector<Bar> unnamed;
+            for (std::size_t i = 0; i < bars.size(); ++i) {
+                int const next = i + 1 < bars.size() ? bars[i + 1].cells.begin : mScale.cells();
+                draw(line, bars[i]);
+                if (!putLabel(line, bars[i], next - bars[i].cells.end)) unnamed.push_back(bars[i]);
+            }
+            if (&bars == levels.bars().data()) addCaptions(std::move(unnamed));
+            add(line);
+        }
+    }
+
+    void draw(Line& line, Bar const& bar) const {
+        std::string_view const style = styleOf(bar);
+        int const begin = mNames + bar.cells.begin;
+        int const end = mNames + bar.cells.end;
+        if (bar.cells.size() == 1) {
+            line.put(begin, bar.section->open ? mAlphabet.open : mAlphabet.tick, style);
+        } else {
+            line.put(begin, mAlphabet.left, style);
+            line.fill(begin + 1, end - 1, mAlphabet.fill, style);
+            line.put(end - 1, bar.section->open ? mAlphabet.open : mAlphabet.right, style);
+        }
+        // A bar of two cells keeps its begin, one of a single cell is the sign alone.
+        if (bar.failed) line.put(std::min(begin + 1, end - 1), kFailed, style);
+    }
+
+    // Inside, or beside where it fits only there, or else as much of it as fits inside. `gap`: the free cells
+    // behind the bar. False when there is no room at all.
+    bool putLabel(Line& line, Bar const& bar, int gap) const {
+        constexpr int kLeast = 4;
+        int const begin = mNames + bar.cells.begin + (bar.failed ? 2 : 1);
+        int const room = mNames + bar.cells.end - 1 - begin;
+        std::string const label = shownText(bar.section->label);
+        int const width = columnsOf(label);
+        if (width <= room) {
+            line.put(begin, label, styleOf(bar));
+        } else if (width + 2 <= gap) {
+            line.put(mNames + bar.cells.end, " " + label, styleOf(bar));
+        } else if (room >= kLeast) {
+            line.put(begin, shortened(label, room, mAlphabet.ellipsis), styleOf(bar));
+        } else {
+            return false;
+        }
+        return true;
+    }
+
+    // Names short bars on a line above them, the longest first, as far as there is room.
+    void addCaptions(std::vector<Bar> bars) {
+        std::stable_sort(bars.begin(), bars.end(), [](Bar const& a, Bar const& b) {
+            return a.section->end - a.section->begin > b.section->end - b.section->begin;
+        });
+        Line line(mColumns);
+        for (Bar const& bar : bars) {
+            std::string const label = shownText(bar.section->label);
+            int const begin = mNames + bar.cells.begin;
+            int const end = begin + 1 + columnsOf(label);
+            if (end > mColumns || !line.isBlank(begin - 1, end + 1)) continue;
+            line.put(begin, mAlphabet.caption, styleOf(bar));
+            line.put(begin + 1, label, styleOf(bar));
+        }
+        if (!line.isBlank(0, mColumns)) add(line);
+    }
+
+    static std::string_view styleOf(Bar const& bar) {
+        return bar.failed ? kFailure : colourOf(bar.section->kind);
+    }
+
+    // Each number stands where it begins to hold.
+    void addPowered() {
+        Line line = lineNamed(kPowered);
+        for (PoweredCount const& count : mTimeline.powered) {
+            int const column = mNames + mScale.cellOf(count.time);
+            line.fill(column, mColumns, count.sensors > 0 ? mAlphabet.axis : " ", kDim);
+            line.put(column, std::to_string(count.sensors), kPlain);
+        }
+        add(line);
+    }
+
+    void addLeftOut() {
+        if (mLeftOut == 0) return;
+        Line line(mColumns);
+        std::string const text = "too short or too deep for this width: " + std::to_string(mLeftOut) +
+                                 (mLeftOut == 1 ? " section" : " sections");
+        line.put(mNames, shortened(text, mColumns - mNames, mAlphabet.ellipsis), kDim);
+        add(line);
+    }
+
+    Timeline const& mTimeline;
+    int const mColumns;
+    bool const mColours;
+    Alphabet const& mAlphabet;
+    int const mNames;
+    Scale const mScale;
+    int mLeftOut = 0;
+    std::string mText;
+};
+
+}  // namespace
+
+Glyphs glyphsOfLocale() {
+    for (char const* const variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing changes the environment
+        char const* const value = std::getenv(variable);
+        if (value == nullptr || *value == '\0') continue;
+        std::string_view const locale = value;
+        for (std::string_view const codeset : {"UTF-8", "utf-8", "UTF8", "utf8"}) {
+            if (locale.find(codeset) != std::string_view::npos) return Glyphs::Utf8;
+        }
+        return Glyphs::Ascii;
+    }
+    return Glyphs::Ascii;
+}
+
+std::string terminalTimeline(Timeline const& timeline, int columns, bool colours, Glyphs glyphs) {
+    bool const empty = std::all_of(timeline.rows.begin(), timeline.rows.end(),
+                                   [](Row const& row) { return row.sections.empty(); });
+    if (empty || columns < 2) return {};
+    return Picture(timeline, columns, colours, glyphs == Glyphs::Utf8 ? kUtf8 : kAscii).text();
+}
+
+}  // namespace zeqcam::tool
