@@ -116,10 +116,13 @@ TEST(Board, RunsATaskAsTheQueueIsSet) {
     };
     Case const cases[] = {
         {"queued", {}, By::QueueRelease, true},
-        {"queued, no handle", {.handles = TaskHandles::None}, By::QueueRelease, true},
+        {"queued, no handle", {.handles = TaskHandles::NoHandle}, By::QueueRelease, true},
         {"queued, no future", {.threads = 3, .handles = TaskHandles::NoFuture}, By::QueueRelease, true},
         {"at once", {.runs = TaskRuns::AtOnce}, By::Post, false},
-        {"late", {.runs = TaskRuns::Late, .lateBy = 1h, .handles = TaskHandles::None}, By::BoardEnd, true},
+        {"late",
+         {.runs = TaskRuns::Late, .lateBy = 1h, .handles = TaskHandles::NoHandle},
+         By::BoardEnd,
+         true},
         {"held", {.runs = TaskRuns::Held}, By::RunHeldTasks, false},
         {"dropped", {.runs = TaskRuns::Dropped}, By::Never, false},
     };
@@ -147,7 +150,7 @@ TEST(Board, RunsATaskAsTheQueueIsSet) {
             check(By::QueueRelease);
             board.runHeldTasks();
             check(By::RunHeldTasks);
-            EXPECT_EQ(handle != nullptr, queue.handles != TaskHandles::None);
+            EXPECT_EQ(handle != nullptr, queue.handles != TaskHandles::NoHandle);
             if (handle) future = handle->getFuture();
         }
         check(By::BoardEnd);

@@ -83,11 +83,11 @@ TEST_F(PowerOffTest, RunsEveryEntryOnceWhateverTheQueueDoes) {
     for (Case const& c : std::vector<Case>{
              {"missing", {.present = false}, 3, 3},
              {"drops", {.runs = TaskRuns::Dropped}, 3, 3},
-             {"drops, no handle", {.runs = TaskRuns::Dropped, .handles = TaskHandles::None}, 3, 3},
+             {"drops, no handle", {.runs = TaskRuns::Dropped, .handles = TaskHandles::NoHandle}, 3, 3},
              {"at once", {.runs = TaskRuns::AtOnce}, 3, 0},
-             {"at once, no handle", {.runs = TaskRuns::AtOnce, .handles = TaskHandles::None}, 3, 0},
+             {"at once, no handle", {.runs = TaskRuns::AtOnce, .handles = TaskHandles::NoHandle}, 3, 0},
              {"at once, no future", {.runs = TaskRuns::AtOnce, .handles = TaskHandles::NoFuture}, 3, 0},
-             {"held, no handle", {.runs = TaskRuns::Held, .handles = TaskHandles::None}, 3, 3},
+             {"held, no handle", {.runs = TaskRuns::Held, .handles = TaskHandles::NoHandle}, 3, 3},
              {"held, no future", {.runs = TaskRuns::Held, .handles = TaskHandles::NoFuture}, 3, 3},
              {"late", {.runs = TaskRuns::Late, .lateBy = std::chrono::milliseconds(1)}, 0, 0},
              {"two threads", {.threads = 2}, 0, 0},
@@ -112,7 +112,7 @@ TEST_F(PowerOffTest, RunsEveryEntryOnceWhateverTheQueueDoes) {
 }
 
 TEST_F(PowerOffTest, WaitsForATaskThatTheQueueHasBegunWithoutAHandle) {
-    setQueue({.handles = TaskHandles::None});
+    setQueue({.handles = TaskHandles::NoHandle});
     board().change([](board::Settings& settings) { settings.sensors[0].powerOffHangs = true; });
     auto const controller = poweredOn({0, 1});
     std::atomic<bool> returned{false};

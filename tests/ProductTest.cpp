@@ -204,7 +204,7 @@ class Pumps final : public Listener {
 
 TEST_F(ProductTest, ATaskThatRunsInsideAnotherOfItsSensorWaitsForNobody) {
     board().change([](board::Settings& settings) {
-        settings.queue = {.runs = board::TaskRuns::Held, .handles = board::TaskHandles::None};
+        settings.queue = {.runs = board::TaskRuns::Held, .handles = board::TaskHandles::NoHandle};
     });
     mController.emplace(NSCam::IPowerOnOffController::CreationInfo{{0, 1}});
     EXPECT_TRUE(powerOnWith({std::make_shared<Pumps>(board(), mTold)}));

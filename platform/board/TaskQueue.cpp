@@ -52,7 +52,7 @@ char const* nameOf(TaskHandles handles) {
     switch (handles) {
         case TaskHandles::Given:
             return "given";
-        case TaskHandles::None:
+        case TaskHandles::NoHandle:
             return "none";
         case TaskHandles::NoFuture:
             return "no future";
@@ -202,7 +202,7 @@ class TaskQueue {
         Device& device = mWork->device();
         Queue const& settings = device.settings().queue;
         std::shared_ptr<TaskHandle> handle;
-        if (settings.handles != TaskHandles::None) {
+        if (settings.handles != TaskHandles::NoHandle) {
             bool const givesFuture = settings.handles == TaskHandles::Given;
             handle = std::make_shared<Handle>(device.shared_from_this(), mWork->name(), value, givesFuture);
         }

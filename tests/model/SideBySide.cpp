@@ -105,13 +105,13 @@ void SideBySide::apply(StepFaults const& faults) {
     // The ways in which tasks are left to the caller, and the ways in which they are not.
     static std::vector<board::Queue> const left = {
         {.runs = board::TaskRuns::Dropped},
-        {.runs = board::TaskRuns::Dropped, .handles = board::TaskHandles::None},
+        {.runs = board::TaskRuns::Dropped, .handles = board::TaskHandles::NoHandle},
         {.runs = board::TaskRuns::Held, .handles = board::TaskHandles::NoFuture},
     };
     static std::vector<board::Queue> const run = {
         {},
         {.runs = board::TaskRuns::AtOnce},
-        {.runs = board::TaskRuns::AtOnce, .handles = board::TaskHandles::None}};
+        {.runs = board::TaskRuns::AtOnce, .handles = board::TaskHandles::NoHandle}};
     auto const& queue = (faults.tasksAreLeft ? left : run)[mChoose(2)];
     mBoard.change([&](board::Settings& settings) {
         settings.hasSensorList = !faults.noSensorList;

@@ -280,7 +280,7 @@ class Reader {
     void board(toml::table const& table) {
         constexpr std::array kRuns{board::TaskRuns::Queued, board::TaskRuns::AtOnce, board::TaskRuns::Late,
                                    board::TaskRuns::Dropped};
-        constexpr std::array kHandles{board::TaskHandles::Given, board::TaskHandles::None,
+        constexpr std::array kHandles{board::TaskHandles::Given, board::TaskHandles::NoHandle,
                                       board::TaskHandles::NoFuture};
         constexpr std::array<std::uint32_t, 4> kDetailsLevels{1, 2, 3, 5};
         Fields const fields = fieldsOf("board", table);

@@ -80,7 +80,7 @@ enum class TaskRuns : std::uint8_t {
 /// What a post answers.
 enum class TaskHandles : std::uint8_t {
     Given,     ///< a handle with the future of the task
-    None,      ///< no handle, though the task is taken
+    NoHandle,  ///< no handle, though the task is taken
     NoFuture,  ///< a handle without a future
 };
 
