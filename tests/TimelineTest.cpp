@@ -1,4 +1,6 @@
 #include "analysis/Timeline.h"
+#include "commands/Terminal.h"
+#include "run/JournalRecord.h"
 #include "text/TextWidth.h"
 #include "views/SvgTimeline.h"
 #include "views/TerminalTimeline.h"
@@ -23,7 +25,8 @@ using testing::Not;
 using zeqcam::board::Entry;
 using zeqcam::board::Kind;
 
-Instant const kBegin{1h};
+std::chrono::steady_clock::time_point const kStart{1h};
+Instant const kBegin = instantOf(kStart);
 
 // A journal written by hand: what happened at a millisecond on a thread.
 struct Happened {
@@ -37,11 +40,11 @@ struct Happened {
     std::vector<int> sensors = {};
 };
 
-std::vector<Entry> journalOf(std::vector<Happened> const& happened) {
+Record recordOf(std::vector<Happened> const& happened, std::chrono::milliseconds now = 100ms) {
     std::vector<Entry> entries;
     entries.reserve(happened.size());
     for (Happened const& it : happened) {
-        entries.push_back({.time = kBegin + std::chrono::milliseconds(it.ms),
+        entries.push_back({.time = kStart + std::chrono::milliseconds(it.ms),
                            .thread = it.thread,
                            .kind = it.kind,
                            .sensor = it.sensor,
@@ -51,27 +54,33 @@ std::vector<Entry> journalOf(std::vector<Happened> const& happened) {
                            .shown = it.text,
                            .sensors = it.sensors});
     }
-    return entries;
+    return recordOf(entries, kBegin + now);
 }
 
-Timeline drawn(std::vector<Happened> const& happened, std::chrono::milliseconds now = 100ms) {
-    return timelineOf(journalOf(happened), kBegin + now);
+using View = void(Record const&, Presentation const&, std::ostream&);
+
+std::string shown(View& view, Record const& record, Presentation const& presentation) {
+    std::ostringstream text;
+    view(record, presentation, text);
+    return text.str();
 }
 
 // "label@begin-end{inner}", failed with '!' and open with '>' before it.
-std::string outline(std::vector<Section> const& sections) {
+std::string outline(Timeline const& timeline, std::vector<Section> const& sections) {
     std::ostringstream text;
     for (Section const& section : sections) {
-        text << ' ' << (section.failed ? "!" : "") << (section.open ? ">" : "") << section.label << '@'
-             << (section.begin - kBegin) / 1ms << '-' << (section.end - kBegin) / 1ms;
-        if (!section.inner.empty()) text << " {" << outline(section.inner) << " }";
+        text << ' ' << (section.failed ? "!" : "") << (section.open ? ">" : "")
+             << timeline.textOf(section.label) << '@' << (section.begin - kBegin) / 1ms << '-'
+             << (section.end - kBegin) / 1ms;
+        if (!section.inner.empty()) text << " {" << outline(timeline, section.inner) << " }";
     }
     return text.str();
 }
 
-std::string outline(Timeline const& timeline) {
+std::string outline(std::vector<Happened> const& happened) {
+    Timeline const timeline = timelineOf(recordOf(happened));
     std::string text;
-    for (Row const& row : timeline.rows) text += row.name + ':' + outline(row.sections) + '\n';
+    for (Row const& row : timeline.rows) text += row.name + ':' + outline(timeline, row.sections) + '\n';
     return text;
 }
 
@@ -105,7 +114,7 @@ std::vector<Happened> aRun(std::string const& client = "app") {
 }
 
 TEST(Timeline, NestsSectionsInRowsNamedByWhatTheThreadsAre) {
-    EXPECT_EQ(outline(drawn(aRun())),
+    EXPECT_EQ(outline(aRun()),
               "app: power on 0 3@0-33 { LogicalDev powerOn@1-32 } power off 0 3@40-52 >power on 3@60-100\n"
               "sensor 0 worker: powerOnSensor: 0@2-31 { sensor 0 on@3-30 }\n"
               "sensor 3 worker: powerOnSensor: 3@2-21 { !sensor 3 on@3-20 } >powerOnSensor: 3@61-100 {"
@@ -153,18 +162,19 @@ TEST(Timeline, KeepsThreadsApartThatWorkAtOnce) {
           {6, 1, Kind::Reply, "app", 0, 0, "status"}},
          "app: !power on@1-3 { lost@2-3 } status@5-6\n"},
     };
-    for (Case const& it : cases) EXPECT_EQ(outline(drawn(it.happened)), it.outline) << it.what;
+    for (Case const& it : cases) EXPECT_EQ(outline(it.happened), it.outline) << it.what;
 }
 
 TEST(Timeline, CountsPoweredSensorsAndMarksALineOnceThatReachedTwoLogs) {
-    Timeline const timeline = drawn(aRun());
+    Timeline const timeline = timelineOf(recordOf(aRun()));
     std::string counts;
     for (PoweredCount const& count : timeline.powered) {
         counts += std::to_string((count.time - kBegin) / 1ms) + ':' + std::to_string(count.sensors) + ' ';
     }
     EXPECT_EQ(counts, "0:0 30:1 50:0 ");
     ASSERT_EQ(timeline.marks.size(), 1U);
-    EXPECT_EQ(timeline.marks[0].level + ' ' + timeline.marks[0].text, "error sensor 3 failed");
+    EXPECT_EQ(timeline.marks[0].level, Level::Error);
+    EXPECT_EQ(timeline.textOf(timeline.marks[0].text), "sensor 3 failed");
     EXPECT_EQ(timeline.rows[timeline.marks[0].row].name, "sensor 3 worker");
 }
 
@@ -183,7 +193,7 @@ TEST(TextWidth, CutsAtTheColumnsThatATerminalGives) {
 }
 
 TEST(TerminalTimeline, DrawsBarsToScale) {
-    EXPECT_EQ('\n' + terminalTimeline(drawn(aRun()), 68, false, Glyphs::Ascii), R"(
+    EXPECT_EQ('\n' + shown(writeTerminalTimeline, recordOf(aRun()), {.columns = 68}), R"(
                 0 ms                     50 ms
                 +------------------------+------------------------+-
 app             [power on 0 3---]   [pow~]    [power on 3-------->
@@ -206,20 +216,24 @@ std::string withoutColours(std::string text) {
 }
 
 TEST(TerminalTimeline, IsNeverWiderThanItsColumnsAndMarksAFailureWithoutColours) {
-    Timeline const timeline = drawn(aRun("カメラ\033[31m app"));
+    Record const record = recordOf(aRun("カメラ\033[31m app"));
     for (Glyphs const glyphs : {Glyphs::Ascii, Glyphs::Utf8}) {
         for (int columns = 0; columns < 250; ++columns) {
-            std::string const text = terminalTimeline(timeline, columns, false, glyphs);
+            auto const drawn = [&](bool colours) {
+                return shown(writeTerminalTimeline, record,
+                             {.columns = columns, .colours = colours, .glyphs = glyphs});
+            };
+            std::string const text = drawn(false);
             std::istringstream lines(text);
             for (std::string line; std::getline(lines, line);) {
                 ASSERT_LE(columnsOf(line), columns) << line;
             }
             ASSERT_THAT(text, Not(HasSubstr("\033"))) << columns;
             ASSERT_TRUE(columns < 20 || text.find('!') != std::string::npos) << columns;
-            ASSERT_EQ(withoutColours(terminalTimeline(timeline, columns, true, glyphs)), text) << columns;
+            ASSERT_EQ(withoutColours(drawn(true)), text) << columns;
         }
     }
-    EXPECT_EQ(terminalTimeline(drawn({}), 80, false, Glyphs::Ascii), "");
+    EXPECT_EQ(shown(writeTerminalTimeline, recordOf({}), {}), "");
 }
 
 TEST(TerminalTimeline, ShowsAllOfManyShortRequestsAsMarks) {
@@ -228,7 +242,7 @@ TEST(TerminalTimeline, ShowsAllOfManyShortRequestsAsMarks) {
         happened.push_back({i, 1, Kind::Request, "app", 0, 0, "power on"});
         happened.push_back({i, 1, Kind::Reply, "app", 0, i != 700, "power on"});
     }
-    std::string const text = terminalTimeline(drawn(happened), 80, false, Glyphs::Ascii);
+    std::string const text = shown(writeTerminalTimeline, recordOf(happened), {});
     EXPECT_THAT(text, HasSubstr("app             ||||||||||"));
     EXPECT_THAT(text, HasSubstr("|!|")) << "the failed one is one of many in its cell";
 }
@@ -271,7 +285,7 @@ TEST(SvgTimeline, IsXmlThatHoldsEveryNameAndMarksFailures) {
              {"\xef\xbf\xbf", "\xef\xbf\xbd"},
              {"カメラ", "カメラ"},
          }) {
-        std::ofstream(file) << svgTimeline(drawn(aRun(name)), name);
+        std::ofstream(file) << ::shown(writeSvg, recordOf(aRun(name)), {.title = name});
         EXPECT_THAT(readByXml(file, "string(/*/*[local-name()=\"title\"])"), HasSubstr(shown));
         std::string const failed = "//*[local-name()=\"g\"][*[@class=\"failed\"]]";
         EXPECT_EQ(readByXml(file, "count(" + failed + "/*[@class=\"sign\"])"), "1");

@@ -1,4 +1,5 @@
 #include "analysis/SensorTimes.h"
+#include "run/JournalRecord.h"
 #include "scenario/ScenarioKeys.h"
 #include "scenario/ScenarioReader.h"
 #include "views/Report.h"
@@ -163,37 +164,44 @@ TEST(SensorTimes, CountsTheCallsOfARequestAndNotThoseItWaitedFor) {
     // The app's request, on thread 1, finds its controller busy with the same sensors for the lens test, on
     // thread 2.
     // Another controller drives sensor 1 besides, on thread 6.
-    auto const times =
-        sensorTimes(journalOf({{.thread = 2, .kind = Kind::Request, .text = "lens test", .sensors = {0}},
-                               {.thread = 1, .kind = Kind::Request, .text = "app", .sensors = {0, 1, 2}},
-                               {.thread = 2, .kind = Kind::SensorPowerOff, .sensor = 0},
-                               {.thread = 2, .kind = Kind::SensorPowerOffDone, .sensor = 0},
-                               {.thread = 2, .kind = Kind::Reply, .text = "lens test"},
-                               {.thread = 1, .kind = Kind::SensorListGet},
-                               {.thread = 3, .kind = Kind::SensorPowerOn, .sensor = 0},
-                               {.thread = 4, .kind = Kind::SensorPowerOn, .sensor = 1},
-                               {.thread = 6, .kind = Kind::SensorPowerOn, .sensor = 1},
-                               {.thread = 4, .kind = Kind::SensorPowerOnDone, .sensor = 1},
-                               {.thread = 3, .kind = Kind::SensorPowerOnDone, .sensor = 0},
-                               {.thread = 6, .kind = Kind::SensorPowerOnDone, .sensor = 1},
-                               {.thread = 1, .kind = Kind::Reply, .text = "app"},
-                               {.thread = 1, .kind = Kind::Request, .text = "app", .sensors = {0}},
-                               {.thread = 1, .kind = Kind::Reply, .text = "app"}}),
-                    "app");
-    ASSERT_EQ(times.size(), 2U);
-    EXPECT_EQ(times[0].calls, 2);
-    EXPECT_EQ(times[0].slowest, 4ms);
-    EXPECT_EQ(times[0].oneAfterAnother, 6ms);
-    EXPECT_EQ(times[1].calls, 0) << "sensor 0 is on already";
+    auto const times = sensorTimes(
+        recordOf(journalOf({{.thread = 2, .kind = Kind::Request, .text = "lens test", .sensors = {0}},
+                            {.thread = 1, .kind = Kind::Request, .text = "app", .sensors = {0, 1, 2}},
+                            {.thread = 2, .kind = Kind::SensorPowerOff, .sensor = 0},
+                            {.thread = 2, .kind = Kind::SensorPowerOffDone, .sensor = 0},
+                            {.thread = 2, .kind = Kind::Reply, .text = "lens test"},
+                            {.thread = 1, .kind = Kind::SensorListGet},
+                            {.thread = 3, .kind = Kind::SensorPowerOn, .sensor = 0},
+                            {.thread = 4, .kind = Kind::SensorPowerOn, .sensor = 1},
+                            {.thread = 6, .kind = Kind::SensorPowerOn, .sensor = 1},
+                            {.thread = 4, .kind = Kind::SensorPowerOnDone, .sensor = 1},
+                            {.thread = 3, .kind = Kind::SensorPowerOnDone, .sensor = 0},
+                            {.thread = 6, .kind = Kind::SensorPowerOnDone, .sensor = 1},
+                            {.thread = 1, .kind = Kind::Reply, .text = "app"},
+                            {.thread = 1, .kind = Kind::Request, .text = "app", .sensors = {0}},
+                            {.thread = 1, .kind = Kind::Reply, .text = "app"}}),
+                 {}));
+    ASSERT_EQ(times.size(), 3U);
+    EXPECT_EQ(times[1].calls, 2);
+    EXPECT_EQ(times[1].slowest, 4ms);
+    EXPECT_EQ(times[1].oneAfterAnother, 6ms);
+    EXPECT_EQ(times[2].calls, 0) << "sensor 0 is on already";
 }
 
 TEST(Report, LetsNoControlCharacterOfTheFileThrough) {
-    auto scenario = readScenario(scenarioWith(3, R"(name = "m\u001b[2Jain\u009b\n")")).scenario;
-    scenario.controllers.at(0).name = "\u0085";
-    Request const request{
-        .line = 3, .client = "a\rb", .name = "status", .sensors = {0}, .expects = true, .unmet = "\a"};
-    Outcome const outcome{.requests = {request}, .powered = {}, .controllers = {{"\u0085", std::nullopt}}};
-    std::string const text = report(scenario, outcome, "a\tb.toml", false);
+    Record record;
+    Texts& texts = record.texts;
+    record.files = {"a\tb.toml"};
+    record.sensors = {{.id = 0, .name = texts.add("m\033[2Jain\u009b\n"), .powered = false}};
+    record.controllers = {
+        {.name = texts.add("\u0085"), .sensors = {0}, .end = Record::Controller::End::Destroyed}};
+    record.clients = {{.name = texts.add("a\rb")}};
+    record.requests = {{.kind = RequestKind::Status, .name = texts.add("status"), .countedOn = {{0}}}};
+    record.expectations = {
+        {.line = 3, .request = 0, .state = Expectation::State::Unmet, .unmet = texts.add("\a")}};
+    std::ostringstream out;
+    writeReport(record, {}, out);
+    std::string const text = out.str();
     EXPECT_THAT(text, AllOf(HasSubstr("m\\x1b[2Jain\\x9b\\x0a"), HasSubstr("a\\x09b.toml:3: a\\x0db"),
                             HasSubstr("\\x85 destroyed")));
     EXPECT_EQ(text.find_first_of("\033\r\a\t\xc2"), text.npos);
@@ -335,17 +343,18 @@ void expectNestedSlices(nlohmann::json const& trace) {
 }
 
 TEST(TraceFile, HoldsSlicesMarksAndCountsInMicroseconds) {
-    Instant const begin{5s};
-    Section const call{SectionKind::SensorCall, "sensor 2 on", begin + 1500ns, begin + 3us, false, true, {}};
-    Section const worker{
-        SectionKind::Trace, "powerOnSensor: 2", begin + 1us, begin + 4us, true, false, {call}};
-    auto const trace = nlohmann::json::parse(
-        traceFile({.begin = begin,
-                   .end = begin + 4us,
-                   .rows = {{"app", {1}, {}}, {"sensor 2 worker", {7, 9}, {worker}}},
-                   .marks = {{.time = begin + 2us, .row = 1, .level = "error", .text = "no\n\xff"}},
-                   .powered = {{begin + 3us, 1}}},
-                  "phone"));
+    std::chrono::steady_clock::time_point const begin{5s};
+    Record const record = recordOf(
+        {{.time = begin, .thread = 1, .kind = Kind::Request, .text = "app", .detail = "power on"},
+         {.time = begin + 1us, .thread = 7, .kind = Kind::TraceBegin, .text = "powerOnSensor: 2"},
+         {.time = begin + 1500ns, .thread = 7, .kind = Kind::SensorPowerOn, .sensor = 2},
+         {.time = begin + 2us, .thread = 7, .kind = Kind::UnifiedLog, .number = 1, .shown = "no\n\xff"},
+         {.time = begin + 3us, .thread = 7, .kind = Kind::SensorPowerOnDone, .sensor = 2},
+         {.time = begin + 4us, .thread = 8, .kind = Kind::SensorPowerOnDone, .sensor = 1, .number = 1}},
+        instantOf(begin + 5us));
+    std::ostringstream out;
+    writeTrace(record, {.title = "phone"}, out);
+    auto const trace = nlohmann::json::parse(out.str());
     expectNestedSlices(trace);
     std::map<std::string, nlohmann::json> last;
     for (auto const& event : trace.at("traceEvents"))

@@ -1,19 +1,18 @@
 #include "analysis/SensorTimes.h"
 
 #include <algorithm>
-#include <iterator>
+#include <cstdint>
 
 namespace zeqcam::tool {
 namespace {
 
-using board::Entry;
 using board::Kind;
-using Iterator = std::vector<Entry>::const_iterator;
+using Iterator = std::vector<Event>::const_iterator;
 
 template <class Matches>
-Iterator findOnThread(Iterator from, Iterator end, int thread, Matches matches) {
+Iterator findOnThread(Iterator from, Iterator end, std::uint32_t thread, Matches matches) {
     return std::find_if(from, end,
-                        [&](Entry const& entry) { return entry.thread == thread && matches(entry.kind); });
+                        [&](Event const& event) { return event.thread == thread && matches(event.kind); });
 }
 
 // A request that finds its controller busy waits before it does any of these. The sensors that are called
@@ -29,15 +28,16 @@ bool endsCall(Kind kind) {
     return kind == Kind::SensorPowerOnDone || kind == Kind::SensorPowerOffDone;
 }
 
-SensorTimes timesOf(Iterator request, Iterator end) {
+SensorTimes timesOf(Request const& asked, Iterator request, Iterator end) {
     Iterator const reply =
         findOnThread(request, end, request->thread, [](Kind kind) { return kind == Kind::Reply; });
     SensorTimes times;
     // Each id of the request stands for one call: another controller may drive the same sensor meanwhile.
-    std::vector<int> uncalled = request->sensors;
+    std::vector<int> uncalled = asked.sensors.value_or(std::vector<int>());
     for (auto call = findOnThread(request, reply, request->thread, beginsWork); call != reply; ++call) {
-        auto const sensor = std::find(uncalled.begin(), uncalled.end(), call->sensor);
-        if (!beginsCall(call->kind) || sensor == uncalled.end()) continue;
+        if (!beginsCall(call->kind) || !call->sensor) continue;
+        auto const sensor = std::find(uncalled.begin(), uncalled.end(), *call->sensor);
+        if (sensor == uncalled.end()) continue;
         auto const done = findOnThread(call, end, call->thread, endsCall);
         if (done == end) continue;
         uncalled.erase(sensor);
@@ -51,11 +51,11 @@ SensorTimes timesOf(Iterator request, Iterator end) {
 
 }  // namespace
 
-std::vector<SensorTimes> sensorTimes(std::vector<Entry> const& journal, std::string_view client) {
-    std::vector<SensorTimes> times;
-    for (auto entry = journal.begin(); entry != journal.end(); ++entry) {
-        if (entry->kind == Kind::Request && entry->text == client)
-            times.push_back(timesOf(entry, journal.end()));
+std::vector<SensorTimes> sensorTimes(Record const& record) {
+    std::vector<SensorTimes> times(record.requests.size());
+    for (auto event = record.events.begin(); event != record.events.end(); ++event) {
+        if (event->kind != Kind::Request || !event->request) continue;
+        times[*event->request] = timesOf(record.requests[*event->request], event, record.events.end());
     }
     return times;
 }

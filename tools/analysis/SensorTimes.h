@@ -1,9 +1,8 @@
 #pragma once
 
-#include <zeqcam/board/Journal.h>
+#include "record/Record.h"
 
 #include <chrono>
-#include <string_view>
 #include <vector>
 
 namespace zeqcam::tool {
@@ -15,7 +14,7 @@ struct SensorTimes {
     std::chrono::microseconds oneAfterAnother{0};
 };
 
-// One for each request of the client that stands in the journal, in order.
-std::vector<SensorTimes> sensorTimes(std::vector<board::Entry> const& journal, std::string_view client);
+// One for each of the record's requests.
+std::vector<SensorTimes> sensorTimes(Record const& record);
 
 }  // namespace zeqcam::tool

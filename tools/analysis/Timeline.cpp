@@ -1,25 +1,20 @@
 #include "analysis/Timeline.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <array>
 #include <charconv>
-#include <iomanip>
-#include <map>
+#include <cstddef>
+#include <iterator>
 #include <numeric>
 #include <optional>
 #include <set>
-#include <sstream>
 #include <string_view>
 #include <utility>
 
 namespace zeqcam::tool {
 namespace {
 
-using board::Entry;
 using board::Kind;
-using std::chrono::nanoseconds;
 
 // What a thread is, in the order in which the rows stand.
 struct Role {
@@ -35,8 +30,10 @@ Role workerOf(int sensor) {
     return {Role::Is::Worker, sensor, "sensor " + std::to_string(sensor) + " worker"};
 }
 
-Role otherRole(int thread) {
-    return {Role::Is::Other, 0, thread == getpid() ? "main" : "thread " + std::to_string(thread)};
+Role otherRole(Record const& record, Record::Thread const& thread) {
+    if (!thread.id) return {Role::Is::Other, 0, "a thread"};
+    bool const isMain = record.process == *thread.id;
+    return {Role::Is::Other, 0, isMain ? "main" : "thread " + std::to_string(*thread.id)};
 }
 
 // The sensor of a worker's outermost trace section.
@@ -49,31 +46,33 @@ std::optional<int> workersSensor(std::string_view label) {
     return error == std::errc() && rest == end ? std::optional(sensor) : std::nullopt;
 }
 
-// What a thread shows itself to be by this entry.
-std::optional<Role> roleShownBy(Entry const& entry) {
-    switch (entry.kind) {
+// What a thread shows itself to be by this event.
+std::optional<Role> roleShownBy(Record const& record, Event const& event) {
+    switch (event.kind) {
         case Kind::Request:
-            return Role{Role::Is::Client, 0, entry.text};
+            return Role{Role::Is::Client, 0, std::string(record.textOf(event.text))};
         case Kind::TaskRun:
-            return Role{Role::Is::Queue, 0, entry.text};
+            return Role{Role::Is::Queue, 0, std::string(record.textOf(event.text))};
         case Kind::SensorPowerOn:
-            return workerOf(entry.sensor);
+            return event.sensor ? std::optional(workerOf(*event.sensor)) : std::nullopt;
         case Kind::TraceBegin:
-            if (auto const sensor = workersSensor(entry.text)) return workerOf(*sensor);
+            if (auto const sensor = workersSensor(record.textOf(event.text))) return workerOf(*sensor);
             return {};
         default:
             return {};
     }
 }
 
-std::string requestLabel(Entry const& entry) {
-    std::string label = entry.detail;
-    for (int const sensor : entry.sensors) label += ' ' + std::to_string(sensor);
+std::string requestLabel(Record const& record, Event const& event) {
+    std::string label(record.textOf(event.detail));
+    if (!event.request) return label;
+    for (int const sensor : record.requests[*event.request].sensors.value_or(std::vector<int>()))
+        label += ' ' + std::to_string(sensor);
     return label;
 }
 
-std::string callLabel(Entry const& entry, char const* change) {
-    return "sensor " + std::to_string(entry.sensor) + change;
+std::string callLabel(Event const& event, char const* change) {
+    return "sensor " + (event.sensor ? std::to_string(*event.sensor) : "?") + change;
 }
 
 struct Opening {
@@ -81,23 +80,25 @@ struct Opening {
     std::string label;
 };
 
-std::optional<Opening> openedBy(Entry const& entry) {
-    switch (entry.kind) {
+std::optional<Opening> openedBy(Record const& record, Event const& event) {
+    switch (event.kind) {
         case Kind::Request:
-            return Opening{entry.detail == "wait" ? SectionKind::Wait : SectionKind::Request,
-                           requestLabel(entry)};
+            return Opening{requestKindOf(record.textOf(event.detail)) == RequestKind::Wait
+                               ? SectionKind::Wait
+                               : SectionKind::Request,
+                           requestLabel(record, event)};
         case Kind::TraceBegin:
-            return Opening{SectionKind::Trace, entry.text};
+            return Opening{SectionKind::Trace, std::string(record.textOf(event.text))};
         case Kind::SensorPowerOn:
-            return Opening{SectionKind::SensorCall, callLabel(entry, " on")};
+            return Opening{SectionKind::SensorCall, callLabel(event, " on")};
         case Kind::SensorPowerOff:
-            return Opening{SectionKind::SensorCall, callLabel(entry, " off")};
+            return Opening{SectionKind::SensorCall, callLabel(event, " off")};
         default:
             return {};
     }
 }
 
-// The kind of entry that began what this one ends.
+// The kind of event that began what this one ends.
 std::optional<Kind> beginOf(Kind end) {
     switch (end) {
         case Kind::Reply:
@@ -113,69 +114,74 @@ std::optional<Kind> beginOf(Kind end) {
     }
 }
 
-bool tellsFailure(Entry const& end) {
-    bool const hasResult = end.kind == Kind::SensorPowerOnDone || end.kind == Kind::SensorPowerOffDone ||
-                           (end.kind == Kind::Reply && end.detail == "power on");
-    return hasResult && end.number == 0;
+bool tellsFailure(Record const& record, Event const& end) {
+    bool const hasResult =
+        end.kind == Kind::SensorPowerOnDone || end.kind == Kind::SensorPowerOffDone ||
+        (end.kind == Kind::Reply && requestKindOf(record.textOf(end.detail)) == RequestKind::PowerOn);
+    return hasResult && end.number == std::int64_t{0};
 }
 
 template <std::size_t size>
-char const* levelAt(std::array<char const*, size> const& levels, std::int64_t number) {
-    return number >= 0 && number < std::ssize(levels) ? levels[static_cast<std::size_t>(number)] : "info";
+Level levelAt(std::array<Level, size> const& levels, std::int64_t number) {
+    return number >= 0 && number < std::ssize(levels) ? levels[static_cast<std::size_t>(number)]
+                                                      : Level::Info;
 }
 
 // Each log numbers its levels in its own way.
-std::optional<std::string> levelOf(Entry const& entry) {
-    constexpr std::array kDebugPrint{"debug", "error", "warning", "info"};
-    constexpr std::array kUnified{"info", "error", "warning", "info", "info", "debug"};
-    constexpr std::array kAndroid{"info", "info", "debug", "debug", "info", "warning", "error", "error"};
-    switch (entry.kind) {
+std::optional<Level> levelOf(Event const& event) {
+    using enum Level;
+    constexpr std::array kDebugPrint{Debug, Error, Warning, Info};
+    constexpr std::array kUnified{Info, Error, Warning, Info, Info, Debug};
+    constexpr std::array kAndroid{Info, Info, Debug, Debug, Info, Warning, Error, Error};
+    std::int64_t const number = event.number.value_or(-1);
+    switch (event.kind) {
         case Kind::DebugPrint:
-            return levelAt(kDebugPrint, entry.number);
+            return levelAt(kDebugPrint, number);
         case Kind::UnifiedLog:
-            return levelAt(kUnified, entry.number);
+            return levelAt(kUnified, number);
         case Kind::AndroidLog:
-            return levelAt(kAndroid, entry.number);
+            return levelAt(kAndroid, number);
         case Kind::ExceptionReport:
-            return "error";
+            return Error;
         case Kind::ProfileMark:
-            return "profile";
+            return Profile;
         default:
             return {};
     }
 }
 
-std::string markText(Entry const& entry) {
-    std::string text = entry.kind == Kind::ProfileMark ? entry.text : entry.shown;
-    while (text.ends_with('\n')) text.pop_back();
-    text.erase(0, text.find_first_not_of('\n'));
+std::string_view markText(Record const& record, Event const& event) {
+    std::string_view text = record.textOf(event.kind == Kind::ProfileMark ? event.text : event.shown);
+    while (text.ends_with('\n')) text.remove_suffix(1);
+    while (text.starts_with('\n')) text.remove_prefix(1);
     return text;
 }
 
-// Reads a journal from its begin to its end.
+// Reads a record's events from the first to the last.
 class Reader {
   public:
-    explicit Reader(Instant begin) {
-        mTimeline.begin = mTimeline.end = begin;
-        mTimeline.powered.push_back({begin, 0});
+    explicit Reader(Record const& record) : mRecord(record), mThreads(record.threads.size()) {
+        mTimeline.begin = mTimeline.end = record.begin;
+        mTimeline.powered.push_back({record.begin, 0});
     }
 
-    void read(Entry const& entry) {
-        mTimeline.end = std::max(mTimeline.end, entry.time);
-        Thread& thread = mThreads[entry.thread];
-        if (thread.open.empty()) takeRole(thread, entry);
-        if (auto opening = openedBy(entry)) open(thread, entry, std::move(*opening));
-        if (auto const begin = beginOf(entry.kind)) close(thread, entry, *begin);
-        if (auto const level = levelOf(entry)) mark(thread, entry, *level);
-        countPowered(entry);
+    void read(Event const& event) {
+        mTimeline.end = std::max(mTimeline.end, event.time);
+        ThreadState& thread = mThreads[event.thread];
+        if (thread.open.empty()) takeRole(thread, event);
+        if (auto const opening = openedBy(mRecord, event)) open(thread, event, *opening);
+        if (auto const begin = beginOf(event.kind)) close(thread, event, *begin);
+        if (auto const level = levelOf(event)) mark(thread, event, *level);
+        countPowered(event);
     }
 
-    Timeline finish(Instant now) {
-        for (auto& [id, thread] : mThreads) {
-            if (!thread.open.empty()) mTimeline.end = std::max(mTimeline.end, now);
-            if (!thread.marks.empty()) giveRow(thread, id);
+    Timeline finish() {
+        for (std::uint32_t index = 0; index < mThreads.size(); ++index) {
+            ThreadState& thread = mThreads[index];
+            if (!thread.open.empty()) mTimeline.end = std::max(mTimeline.end, mRecord.end);
+            if (!thread.marks.empty()) giveRow(thread, index);
         }
-        for (auto& [id, thread] : mThreads) {
+        for (ThreadState& thread : mThreads) {
             while (!thread.open.empty()) {
                 thread.open.back().section.open = true;
                 closeInnermost(thread, mTimeline.end);
@@ -191,9 +197,9 @@ class Reader {
         Section section;
     };
 
-    struct Thread {
+    struct ThreadState {
         std::optional<Role> role;
-        std::optional<std::size_t> row;
+        std::optional<std::uint32_t> row;
         std::vector<OpenSection> open;
         std::vector<std::size_t> marks;  // made before the thread had a row
         std::optional<Kind> lastLog;     // when the last mark is a line that another log may repeat
@@ -205,39 +211,39 @@ class Reader {
         bool busy = false;
     };
 
-    // The kernel gives an ended thread's id to another one: whatever begins anew may be by a new thread.
-    static void takeRole(Thread& thread, Entry const& entry) {
-        auto role = roleShownBy(entry);
+    // A source may take threads with one id for one: whatever begins anew may be by a new thread.
+    void takeRole(ThreadState& thread, Event const& event) const {
+        auto role = roleShownBy(mRecord, event);
         if (!role || role == thread.role) return;
         thread.role = std::move(role);
         thread.row.reset();
     }
 
-    void open(Thread& thread, Entry const& entry, Opening opening) {
+    void open(ThreadState& thread, Event const& event, Opening const& opening) {
         if (thread.open.empty()) {
-            if (!thread.row || mRows[*thread.row].busy) giveRow(thread, entry.thread);
+            if (!thread.row || mRows[*thread.row].busy) giveRow(thread, event.thread);
             mRows[*thread.row].busy = true;
         }
         Section section;
         section.kind = opening.kind;
-        section.label = std::move(opening.label);
-        section.begin = entry.time;
-        thread.open.push_back({entry.kind, std::move(section)});
+        section.label = mTimeline.texts.add(opening.label);
+        section.begin = event.time;
+        thread.open.push_back({event.kind, std::move(section)});
     }
 
     // Ends the innermost section that began so, and with it what it still holds. Without one there is nothing
     // to end: its begin was not traced.
-    void close(Thread& thread, Entry const& end, Kind begun) {
+    void close(ThreadState& thread, Event const& end, Kind begun) {
         auto const found = std::find_if(thread.open.rbegin(), thread.open.rend(),
                                         [&](OpenSection const& section) { return section.begun == begun; });
         if (found == thread.open.rend()) return;
-        found->section.failed = tellsFailure(end);
+        found->section.failed = tellsFailure(mRecord, end);
         for (auto left = std::distance(thread.open.rbegin(), found); left >= 0; --left) {
             closeInnermost(thread, end.time);
         }
     }
 
-    void closeInnermost(Thread& thread, Instant end) {
+    void closeInnermost(ThreadState& thread, Instant end) {
         Section section = std::move(thread.open.back().section);
         thread.open.pop_back();
         section.end = end;
@@ -247,17 +253,18 @@ class Reader {
         if (outermost) mRows[*thread.row].busy = false;
     }
 
-    void giveRow(Thread& thread, int id) {
-        std::size_t const row = rowFor(thread.role.value_or(otherRole(id)), id);
+    void giveRow(ThreadState& thread, std::uint32_t index) {
+        Role const role = thread.role ? *thread.role : otherRole(mRecord, mRecord.threads[index]);
+        std::uint32_t const row = rowFor(role, index);
         thread.row = row;
         for (std::size_t const mark : thread.marks) mTimeline.marks[mark].row = row;
         thread.marks.clear();
     }
 
     // Only workers share a row: a sensor's next power-on is the next thread's.
-    std::size_t rowFor(Role const& role, int thread) {
+    std::uint32_t rowFor(Role const& role, std::uint32_t thread) {
         int alike = 0;
-        for (std::size_t row = 0; row < mRows.size(); ++row) {
+        for (std::uint32_t row = 0; row < mRows.size(); ++row) {
             if (mRows[row].role != role) continue;
             ++alike;
             auto& threads = mTimeline.rows[row].threads;
@@ -269,37 +276,39 @@ class Reader {
         std::string const which = alike > 0 ? " (" + std::to_string(alike + 1) + ')' : "";
         mRows.push_back({role});
         mTimeline.rows.push_back({role.name + which, {thread}, {}});
-        return mRows.size() - 1;
+        return static_cast<std::uint32_t>(mRows.size() - 1);
     }
 
-    void mark(Thread& thread, Entry const& entry, std::string const& level) {
-        bool const isLine = entry.kind == Kind::UnifiedLog || entry.kind == Kind::DebugPrint;
-        if (isLine && repeats(thread, entry)) return;
+    void mark(ThreadState& thread, Event const& event, Level level) {
+        bool const isLine = event.kind == Kind::UnifiedLog || event.kind == Kind::DebugPrint;
+        if (isLine && repeats(thread, event)) return;
         thread.lastLine = mTimeline.marks.size();
-        thread.lastLog = isLine ? std::optional(entry.kind) : std::nullopt;
+        thread.lastLog = isLine ? std::optional(event.kind) : std::nullopt;
         if (!thread.row) thread.marks.push_back(thread.lastLine);
-        mTimeline.marks.push_back({entry.time, thread.row.value_or(0), level, markText(entry)});
+        mTimeline.marks.push_back(
+            {event.time, thread.row.value_or(0), level, mTimeline.texts.add(markText(mRecord, event))});
     }
 
     // A log statement reaches up to two logs, one after the other; the debug print adds where it stands.
-    bool repeats(Thread& thread, Entry const& entry) {
-        if (!thread.lastLog || *thread.lastLog == entry.kind) return false;
-        std::string const text = markText(entry);
-        std::string& last = mTimeline.marks[thread.lastLine].text;
-        std::string_view const shorter = text.size() < last.size() ? text : last;
-        std::string_view const longer = text.size() < last.size() ? last : text;
+    bool repeats(ThreadState& thread, Event const& event) {
+        if (!thread.lastLog || *thread.lastLog == event.kind) return false;
+        std::string_view const text = markText(mRecord, event);
+        TextId& last = mTimeline.marks[thread.lastLine].text;
+        std::string_view const lastText = mTimeline.textOf(last);
+        auto const [shorter, longer] =
+            std::minmax(text, lastText, [](auto const& a, auto const& b) { return a.size() < b.size(); });
         if (longer.find(shorter) == std::string_view::npos) return false;
-        last = std::string(shorter);
+        last = mTimeline.texts.add(shorter);
         thread.lastLog.reset();
         return true;
     }
 
-    void countPowered(Entry const& entry) {
-        if (entry.number == 0) return;
-        if (entry.kind == Kind::SensorPowerOnDone) mPowered.insert(entry.sensor);
-        if (entry.kind == Kind::SensorPowerOffDone) mPowered.erase(entry.sensor);
+    void countPowered(Event const& event) {
+        if (!event.sensor || event.number.value_or(0) == 0) return;
+        if (event.kind == Kind::SensorPowerOnDone) mPowered.insert(*event.sensor);
+        if (event.kind == Kind::SensorPowerOffDone) mPowered.erase(*event.sensor);
         int const count = static_cast<int>(mPowered.size());
-        if (count != mTimeline.powered.back().sensors) mTimeline.powered.push_back({entry.time, count});
+        if (count != mTimeline.powered.back().sensors) mTimeline.powered.push_back({event.time, count});
     }
 
     void sortRows() {
@@ -311,78 +320,48 @@ class Reader {
             return std::pair(a.is, a.sensor) < std::pair(b.is, b.sensor);
         });
         std::vector<Row> rows;
-        std::vector<std::size_t> place(order.size());
+        std::vector<std::uint32_t> place(order.size());
         for (std::size_t const row : order) {
-            place[row] = rows.size();
+            place[row] = static_cast<std::uint32_t>(rows.size());
             rows.push_back(std::move(mTimeline.rows[row]));
         }
         for (Mark& mark : mTimeline.marks) mark.row = place[mark.row];
         mTimeline.rows = std::move(rows);
     }
 
+    Record const& mRecord;
     Timeline mTimeline;
-    std::vector<RowState> mRows;  // of the timeline's rows
-    std::map<int, Thread> mThreads;
+    std::vector<RowState> mRows;        // of the timeline's rows
+    std::vector<ThreadState> mThreads;  // of the record's threads
     std::set<int> mPowered;
 };
 
-// The smallest of 1, 2, 5, 10, 20, ... nanoseconds that fits no more than `most` times.
-nanoseconds tickStep(nanoseconds span, int most) {
-    nanoseconds::rep const least = span.count() / std::max(most, 1);
-    for (nanoseconds::rep power = 1;; power *= 10) {
-        for (nanoseconds::rep const factor : {1, 2, 5}) {
-            if (factor * power > least) return nanoseconds(factor * power);
-        }
-    }
-}
-
-struct Unit {
-    nanoseconds one;
-    char const* name;
-};
-
-Unit unitOf(nanoseconds time) {
-    using namespace std::chrono_literals;
-    if (time >= 1s) return {1s, " s"};
-    if (time >= 1ms) return {1ms, " ms"};
-    return {1us, " us"};
-}
-
-double countOf(nanoseconds time, Unit unit) {
-    return std::chrono::duration<double>(time) / std::chrono::duration<double>(unit.one);
-}
-
 }  // namespace
 
-Timeline timelineOf(std::vector<Entry> const& entries, Instant now) {
-    Reader reader(entries.empty() ? now : entries.front().time);
-    for (Entry const& entry : entries) reader.read(entry);
-    return reader.finish(now);
+Timeline timelineOf(Record const& record) {
+    Reader reader(record);
+    for (Event const& event : record.events) reader.read(event);
+    return reader.finish();
+}
+
+std::string_view nameOf(Level level) {
+    switch (level) {
+        case Level::Error:
+            return "error";
+        case Level::Warning:
+            return "warning";
+        case Level::Info:
+            return "info";
+        case Level::Debug:
+            return "debug";
+        case Level::Profile:
+            return "profile";
+    }
+    return "?";
 }
 
 bool holdsFailure(Section const& section) {
     return section.failed || std::any_of(section.inner.begin(), section.inner.end(), holdsFailure);
-}
-
-std::vector<Tick> ticksOf(Timeline const& timeline, int most) {
-    nanoseconds const span = timeline.end - timeline.begin;
-    nanoseconds const step = tickStep(span, most);
-    Unit const unit = unitOf(span);
-    std::vector<Tick> ticks;
-    for (nanoseconds at{0}; at <= span; at += step) {
-        std::ostringstream label;
-        label << std::setprecision(9) << countOf(at, unit) << unit.name;
-        ticks.push_back({timeline.begin + at, label.str()});
-    }
-    return ticks;
-}
-
-std::string timeText(nanoseconds time) {
-    Unit const unit = unitOf(time);
-    double const count = countOf(time, unit);
-    std::ostringstream text;
-    text << std::fixed << std::setprecision(count < 10 ? 2 : count < 100 ? 1 : 0) << count << unit.name;
-    return text.str();
 }
 
 }  // namespace zeqcam::tool

@@ -4,17 +4,17 @@
 
 namespace zeqcam::tool {
 
-std::string_view nameOf(Clock clock) {
+std::string_view nameOf(ClockKind clock) {
     switch (clock) {
-        case Clock::Monotonic:
+        case ClockKind::Monotonic:
             return "monotonic";
-        case Clock::Virtual:
+        case ClockKind::Virtual:
             return "virtual";
-        case Clock::Wall:
+        case ClockKind::Wall:
             return "wall";
-        case Clock::Boot:
+        case ClockKind::Boot:
             return "boot";
-        case Clock::Trace:
+        case ClockKind::Trace:
             return "trace";
     }
     return "?";
@@ -34,11 +34,21 @@ std::string_view nameOf(RequestKind kind) {
             return "destroy";
         case RequestKind::Sleep:
             return "sleep";
+        case RequestKind::Other:
+            return "request";
     }
     return "?";
 }
 
-Sensor const* Record::findSensor(int id) const {
+RequestKind requestKindOf(std::string_view name) {
+    for (auto const kind : {RequestKind::PowerOn, RequestKind::PowerOff, RequestKind::Status,
+                            RequestKind::Wait, RequestKind::Destroy, RequestKind::Sleep}) {
+        if (nameOf(kind) == name) return kind;
+    }
+    return RequestKind::Other;
+}
+
+Record::Sensor const* Record::findSensor(int id) const {
     auto const found = std::lower_bound(sensors.begin(), sensors.end(), id,
                                         [](Sensor const& sensor, int wanted) { return sensor.id < wanted; });
     return found != sensors.end() && found->id == id ? &*found : nullptr;

@@ -7,11 +7,11 @@
 
 #include <chrono>
 #include <compare>
-#include <cstddef>
 #include <cstdint>
 #include <initializer_list>
 #include <map>
 #include <optional>
+#include <ratio>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -39,7 +39,7 @@
 namespace zeqcam::tool {
 
 // The clock that times an event.
-enum class Clock : std::uint8_t {
+enum class ClockKind : std::uint8_t {
     Monotonic,  // of this machine; a run on the board
     Virtual,    // of a simulated run: stands while anybody can go on
     Wall,       // since 1970, UTC; may have been set under way
@@ -48,7 +48,7 @@ enum class Clock : std::uint8_t {
 };
 
 // The word for it: "monotonic".
-std::string_view nameOf(Clock clock);
+std::string_view nameOf(ClockKind clock);
 
 // Time as a record counts it: nanoseconds from the zero of the record's clock.
 struct RecordTime {
@@ -112,59 +112,24 @@ struct Event {
 };
 static_assert(sizeof(Event) <= 56, "a million of them must be fine in memory");
 
-// A thread of the process that the record is of. The kernel gives an ended thread's id to another one: a
-// source that sees that makes two of them, a source that cannot lets both be one.
-struct Thread {
-    OptionalNumber<std::int32_t> id;          // the kernel's
-    TextId name = TextId::Empty;              // the kernel's too; Empty: unknown
-    OptionalNumber<std::uint32_t> startedBy;  // index into Record::threads
-};
-
-// An image sensor that the record tells of.
-struct Sensor {
-    int id = 0;
-    TextId name = TextId::Empty;  // as the scenario says; Empty: unknown
-    // Whether it has power at the end, by whoever must know: the board.
-    std::optional<bool> powered;
-};
-
-// A controller of the library, by what its clients see.
-struct Controller {
-    enum class End : std::uint8_t {
-        Unknown,
-        Destroyed,  // all of its clients let go of it
-        Held,       // `counts` tells
-    };
-
-    TextId name = TextId::Empty;  // Empty: unknown
-    std::vector<int> sensors;     // that it may drive, as far as known
-    End end = End::Unknown;
-    std::map<int, bool> counts;  // which sensors it counts as on at the end
-};
-
-// Whoever makes requests, one after another. Where the source knows only threads, each that makes requests is
-// one.
-struct Client {
-    TextId name = TextId::Empty;
-    OptionalNumber<std::uint32_t> controller;  // index into Record::controllers
-    OptionalNumber<std::uint32_t> thread;      // index into Record::threads
-};
-
-enum class RequestKind : std::uint8_t { PowerOn, PowerOff, Status, Wait, Destroy, Sleep };
+enum class RequestKind : std::uint8_t { PowerOn, PowerOff, Status, Wait, Destroy, Sleep, Other };
 
 // As people read it: "power on".
 std::string_view nameOf(RequestKind kind);
+// Other where nothing else has that name.
+RequestKind requestKindOf(std::string_view name);
 
 // What a client did: a call on its controller, or a sleep. All sleeps of a run are here that had not ended.
 struct Request {
-    RequestKind kind = RequestKind::PowerOn;
-    std::uint32_t client = 0;           // index into Record::clients
-    OptionalNumber<std::int32_t> line;  // of its step in the scenario
-    // Asked for, in the order asked; of Status, those that are on; of Destroy, those that were on.
-    std::optional<std::vector<int>> sensors;
+    RequestKind kind = RequestKind::Other;
+    TextId name = TextId::Empty;              // as people read it
+    std::uint32_t client = 0;                 // index into Record::clients
+    OptionalNumber<std::int32_t> line;        // of its step in the scenario
+    std::optional<std::vector<int>> sensors;  // that it names, in that order; of Destroy, those on
     Instant began;
     std::optional<Instant> ended;  // none: it had not ended by Record::end, or its end was not seen
     std::optional<bool> result;    // of PowerOn that has ended
+    std::optional<std::vector<int>> countedOn;  // of Status that has ended: the sensors that count as on
 };
 
 // Something that a scenario expects of a step.
@@ -206,9 +171,47 @@ struct Loss {
 
 // The record of one process.
 struct Record {
+    // A thread of the process that the record is of. The kernel gives an ended thread's id to another one: a
+    // source that sees that makes two of them, a source that cannot lets both be one.
+    struct Thread {
+        OptionalNumber<std::int32_t> id;          // the kernel's
+        TextId name = TextId::Empty;              // the kernel's too; Empty: unknown
+        OptionalNumber<std::uint32_t> startedBy;  // index into Record::threads
+    };
+
+    // An image sensor that the record tells of.
+    struct Sensor {
+        int id = 0;
+        TextId name = TextId::Empty;  // as the scenario says; Empty: unknown
+        // Whether it has power at the end, by whoever must know: the board.
+        std::optional<bool> powered;
+    };
+
+    // A controller of the library, by what its clients see.
+    struct Controller {
+        enum class End : std::uint8_t {
+            Unknown,
+            Destroyed,  // all of its clients let go of it
+            Held,       // `counts` tells
+        };
+
+        TextId name = TextId::Empty;  // Empty: unknown
+        std::vector<int> sensors;     // that it may drive, as far as known
+        End end = End::Unknown;
+        std::map<int, bool> counts;  // which sensors it counts as on at the end
+    };
+
+    // Whoever makes requests, one after another. Where the source knows only threads, each that makes
+    // requests is one.
+    struct Client {
+        TextId name = TextId::Empty;
+        OptionalNumber<std::uint32_t> controller;  // index into Record::controllers
+        OptionalNumber<std::uint32_t> thread;      // index into Record::threads
+    };
+
     // ---- Where it comes from ----
     std::vector<std::string> files;  // the scenario that was played, or the evidence that was read
-    Clock clock = Clock::Monotonic;
+    ClockKind clock = ClockKind::Monotonic;
     std::chrono::nanoseconds resolution{1};  // of the source's times
     // What to add to an instant for the time since 1970, where the source knows both clocks.
     std::optional<std::chrono::nanoseconds> toWallClock;

@@ -1,15 +1,26 @@
 #include "run/Run.h"
 
+#include "run/JournalRecord.h"
+
 #include <zeqcam/IPowerOnOffController.h>
 #include <zeqcam/ThreadSafety.h>
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <future>
+#include <map>
 #include <mutex>
-#include <string_view>
+#include <optional>
+#include <string>
 #include <thread>
 #include <utility>
+#include <variant>
+#include <vector>
 
 namespace zeqcam::tool {
 namespace {
@@ -23,51 +34,69 @@ std::map<int, bool> statusOf(NSCam::IPowerOnOffController& controller) {
     return status;
 }
 
+std::vector<int> countedOn(std::map<int, bool> const& status) {
+    std::vector<int> sensors;
+    for (auto const& [sensor, on] : status) {
+        if (on) sensors.push_back(sensor);
+    }
+    return sensors;
+}
+
+char const* trueOrFalse(bool value) {
+    return value ? "true" : "false";
+}
+
 char const* onOrOff(bool on) {
     return on ? "on" : "off";
 }
 
-std::chrono::microseconds between(Clock::time_point begin, Clock::time_point end) {
-    return std::chrono::duration_cast<std::chrono::microseconds>(end - begin);
-}
+// A step of a client that has begun.
+struct Played {
+    RequestKind kind = RequestKind::Other;
+    std::uint32_t client = 0;  // of the scenario
+    int line = 0;
+    std::vector<int> sensors;
+    Clock::time_point began = Clock::now();
+    std::optional<Clock::time_point> ended;
+    std::optional<bool> result;
+    std::optional<std::vector<int>> countedOn;
+    std::string unmet;  // what was expected and did not come; empty when all came
+};
 
-constexpr std::string_view kSleep = "sleep";
-
-// The requests of all clients, from their begin on. Thread-safe.
-class Requests {
+// The steps of all clients, from their begin on. Thread-safe.
+class PlayedSteps {
   public:
-    std::size_t begin(Request request) {
-        request.ended = false;
+    std::size_t begin(Played step) {
         std::lock_guard const hold(mLock);
-        mRequests.push_back(std::move(request));
-        return mRequests.size() - 1;
+        mSteps.push_back(std::move(step));
+        return mSteps.size() - 1;
     }
 
-    void end(std::size_t place, Request request) {
+    void end(std::size_t place, Played step) {
         std::lock_guard const hold(mLock);
-        mRequests[place] = std::move(request);
+        mSteps[place] = std::move(step);
     }
 
-    [[nodiscard]] std::vector<Request> all() const {
+    [[nodiscard]] std::vector<Played> all() const {
         std::lock_guard const hold(mLock);
-        return mRequests;
+        return mSteps;
     }
 
   private:
     mutable std::mutex mLock;
-    std::vector<Request> mRequests ZEQCAM_GUARDED_BY(mLock);
+    std::vector<Played> mSteps ZEQCAM_GUARDED_BY(mLock);
 };
 
 // One client, playing its steps on the thread that calls `play`.
 class Player {
   public:
     // `controller` is the client's own hold on it.
-    Player(Scenario const& scenario, Client const& client, board::Board& board, Requests& requests,
+    Player(Scenario const& scenario, std::uint32_t client, board::Board& board, PlayedSteps& steps,
            ControllerPointer& controller)
-        : mScenario(scenario), mClient(client), mBoard(board), mRequests(requests), mController(controller) {}
+        : mScenario(scenario), mClient(client), mBoard(board), mSteps(steps), mController(controller) {}
 
     void play() {
-        for (Step const& step : mClient.steps) {
+        for (Step const& step : mScenario.clients[mClient].steps) {
             mLine = step.line;
             std::visit([this](auto const& action) { play(action); }, step.action);
         }
@@ -75,59 +104,45 @@ class Player {
 
   private:
     void play(PowerOn const& action) {
-        ask("power on", action.sensors, action.expect.has_value(),
-            [&](Request& request, board::ClientRequest& journaled) {
-                bool const result = journaled.replies(mController->powerOn(action.sensors));
-                request.result = result ? "true" : "false";
-                if (action.expect.value_or(result) != result) {
-                    request.unmet = "the result is " + request.result + ", expected " +
-                                    (*action.expect ? "true" : "false");
-                }
-            });
-    }
-
-    void play(PowerOff const& action) {
-        ask("power off", action.sensors, false, [&](Request& request, auto&) {
-            mController->powerOff(action.sensors);
-            request.result = "done";
+        ask(RequestKind::PowerOn, action.sensors, [&](Played& step, board::ClientRequest& journaled) {
+            bool const result = journaled.replies(mController->powerOn(action.sensors));
+            step.result = result;
+            if (action.expect.value_or(result) != result) {
+                step.unmet = std::string("the result is ") + trueOrFalse(result) + ", expected " +
+                             trueOrFalse(!result);
+            }
         });
     }
 
+    void play(PowerOff const& action) {
+        ask(RequestKind::PowerOff, action.sensors,
+            [&](Played&, auto&) { mController->powerOff(action.sensors); });
+    }
+
     void play(Status const& action) {
-        ask("status", {}, !action.expect.empty(), [&](Request& request, auto&) {
+        ask(RequestKind::Status, {}, [&](Played& step, auto&) {
             std::map<int, bool> const status = statusOf(*mController);
-            for (auto const& [sensor, on] : status) {
-                if (on) request.sensors.push_back(sensor);
-            }
-            request.result = request.sensors.empty() ? "all off" : "on";
-            request.unmet = differences(status, action.expect);
+            step.countedOn = countedOn(status);
+            step.unmet = differences(status, action.expect);
         });
     }
 
     void play(Sleep const& action) {
-        Request request = requestOf(kSleep, {});
-        std::size_t const place = mRequests.begin(request);
+        Played step{.kind = RequestKind::Sleep, .client = mClient, .line = mLine};
+        std::size_t const place = mSteps.begin(step);
         std::this_thread::sleep_for(action.time);
-        request.wall = between(request.began, Clock::now());
-        mRequests.end(place, std::move(request));
+        step.ended = Clock::now();
+        mSteps.end(place, std::move(step));
     }
 
     void play(Wait const&) {
-        ask("wait", {}, false, [](Request& request, auto&) {
-            NSCam::IPowerOnOffController::waitSensorsPowerOff();
-            request.result = "done";
-        });
+        ask(RequestKind::Wait, {},
+            [](Played&, auto&) { NSCam::IPowerOnOffController::waitSensorsPowerOff(); });
     }
 
     void play(Destroy const&) {
-        std::vector<int> sensors;
-        for (auto const& [sensor, on] : statusOf(*mController)) {
-            if (on) sensors.push_back(sensor);
-        }
-        ask("destroy", sensors, false, [&](Request& request, auto&) {
-            mController.reset();
-            request.result = "let go";
-        });
+        ask(RequestKind::Destroy, countedOn(statusOf(*mController)),
+            [&](Played&, auto&) { mController.reset(); });
     }
 
     std::string differences(std::map<int, bool> const& status, std::map<int, bool> const& expectations) {
@@ -144,32 +159,24 @@ class Player {
         return text;
     }
 
-    [[nodiscard]] Request requestOf(std::string_view name, std::vector<int> const& sensors) const {
-        return {.line = mLine,
-                .client = mClient.name,
-                .name = std::string(name),
-                .sensors = sensors,
-                .began = Clock::now()};
-    }
-
     template <class Call>
-    void ask(std::string_view name, std::vector<int> const& sensors, bool expects, Call const& call) {
-        Request request = requestOf(name, sensors);
-        request.expects = expects;
-        std::size_t const place = mRequests.begin(request);
+    void ask(RequestKind kind, std::vector<int> const& sensors, Call const& call) {
+        Played step{.kind = kind, .client = mClient, .line = mLine, .sensors = sensors};
+        std::size_t const place = mSteps.begin(step);
         {
-            board::ClientRequest journaled(mBoard, mClient.name, request.name, sensors);
-            request.began = Clock::now();
-            call(request, journaled);
-            request.wall = between(request.began, Clock::now());
+            board::ClientRequest journaled(mBoard, mScenario.clients[mClient].name, std::string(nameOf(kind)),
+                                           sensors);
+            step.began = Clock::now();
+            call(step, journaled);
+            step.ended = Clock::now();
         }
-        mRequests.end(place, std::move(request));
+        mSteps.end(place, std::move(step));
     }
 
     Scenario const& mScenario;
-    Client const& mClient;
+    std::uint32_t const mClient;
     board::Board& mBoard;
-    Requests& mRequests;
+    PlayedSteps& mSteps;
     ControllerPointer& mController;
     int mLine = 0;
 };
@@ -198,27 +205,68 @@ class Countdown {
     std::function<void()> const mAtZero;
 };
 
-void addSensorTimes(std::vector<Request>& requests, Scenario const& scenario,
-                    std::vector<board::Entry> const& journal) {
-    for (Client const& client : scenario.clients) {
-        auto const times = sensorTimes(journal, client.name);
-        auto next = times.begin();
-        for (Request& request : requests) {
-            if (request.client == client.name && request.name != kSleep && next != times.end())
-                request.own = *next++;
+// As they stood at a time, while clients went on, in the order of their begin.
+void cutAt(Clock::time_point end, std::vector<Played>& steps) {
+    std::erase_if(steps, [end](Played const& step) { return step.began > end; });
+    for (Played& step : steps) {
+        if (step.ended.value_or(Clock::time_point::max()) > end) {
+            step.ended.reset();
+            step.result.reset();
+            step.countedOn.reset();
+            step.unmet = "has not ended";
         }
+    }
+    std::stable_sort(steps.begin(), steps.end(),
+                     [](Played const& left, Played const& right) { return left.began < right.began; });
+}
+
+bool expects(Step const& step) {
+    auto const* const powerOn = std::get_if<PowerOn>(&step.action);
+    auto const* const status = std::get_if<Status>(&step.action);
+    return (powerOn && powerOn->expect) || (status && !status->expect.empty());
+}
+
+void addClients(Record& record, Scenario const& scenario) {
+    for (Client const& client : scenario.clients) {
+        auto const controller =
+            std::find_if(scenario.controllers.begin(), scenario.controllers.end(),
+                         [&](Controller const& each) { return each.name == client.controller; });
+        record.clients.push_back(
+            {.name = record.texts.add(client.name),
+             .controller = static_cast<std::uint32_t>(controller - scenario.controllers.begin())});
     }
 }
 
-// As they stood at a time, while clients went on.
-void cutAt(Clock::time_point end, std::vector<Request>& requests) {
-    std::erase_if(requests, [end](Request const& request) { return request.began > end; });
-    for (Request& request : requests) {
-        if (request.ended && request.began + request.wall <= end) continue;
-        request.ended = false;
-        request.result = "pending";
-        request.wall = between(request.began, end);
-        request.unmet = request.expects ? "has not ended" : "";
+// Adds the steps that came to the library, or have not ended, and what the scenario expected of them.
+void addSteps(Record& record, Scenario const& scenario, std::vector<Played> const& steps) {
+    std::vector<std::size_t> reached(scenario.clients.size());  // the steps of each client
+    for (Played const& step : steps) {
+        bool const expected = expects(scenario.clients[step.client].steps[reached[step.client]++]);
+        if (step.kind == RequestKind::Sleep && step.ended) continue;
+        if (expected) {
+            record.expectations.push_back(
+                {.line = step.line,
+                 .client = step.client,
+                 .request = static_cast<std::uint32_t>(record.requests.size()),
+                 .state = step.unmet.empty() ? Expectation::State::Held : Expectation::State::Unmet,
+                 .unmet = record.texts.add(step.unmet)});
+        }
+        record.requests.push_back({.kind = step.kind,
+                                   .name = record.texts.add(nameOf(step.kind)),
+                                   .client = step.client,
+                                   .line = step.line,
+                                   .sensors = step.sensors,
+                                   .began = instantOf(step.began),
+                                   .ended = step.ended ? std::optional(instantOf(*step.ended)) : std::nullopt,
+                                   .result = step.result,
+                                   .countedOn = step.countedOn});
+    }
+    for (std::uint32_t client = 0; client < reached.size(); ++client) {
+        auto const& all = scenario.clients[client].steps;
+        for (auto step = all.begin() + static_cast<std::ptrdiff_t>(reached[client]); step != all.end();
+             ++step) {
+            if (expects(*step)) record.expectations.push_back({.line = step->line, .client = client});
+        }
     }
 }
 
@@ -242,14 +290,31 @@ struct Run::State {
     void startClients() {
         std::promise<void> start;
         std::shared_future<void> const started = start.get_future().share();
-        for (std::size_t index = 0; index < scenario.clients.size(); ++index) {
+        for (std::uint32_t index = 0; index < scenario.clients.size(); ++index) {
             players.push_back(std::async(std::launch::async, [this, index, started] {
                 started.get();
                 Countdown::One const one(countdown);
-                Player(scenario, scenario.clients[index], board, requests, holds[index]).play();
+                Player(scenario, index, board, steps, holds[index]).play();
             }));
         }
         start.set_value();
+    }
+
+    // The states in which sensors and controllers are now.
+    void addStates(Record& record) {
+        for (auto const& [id, sensor] : scenario.settings.sensors) {
+            record.sensors.push_back(
+                {.id = id, .name = record.texts.add(sensor.name), .powered = board.isPowered(id)});
+        }
+        for (Controller const& each : scenario.controllers) {
+            auto const& controller = asked.emplace_back(controllers.at(each.name).lock());
+            using End = Record::Controller::End;
+            record.controllers.push_back(
+                {.name = record.texts.add(each.name),
+                 .sensors = each.sensors,
+                 .end = controller ? End::Held : End::Destroyed,
+                 .counts = controller ? statusOf(*controller) : std::map<int, bool>()});
+        }
     }
 
     Scenario const& scenario;
@@ -261,7 +326,7 @@ struct Run::State {
     // Controllers whose states were asked for. Whoever lets go of one last powers its sensors off, which may
     // take for ever.
     std::vector<ControllerPointer> asked;
-    Requests requests;
+    PlayedSteps steps;
     Countdown countdown;
     std::vector<std::future<void>> players;
 };
@@ -286,26 +351,21 @@ void Run::join() {
     for (auto& player : mState->players) player.get();
 }
 
-Outcome Run::outcome() {
-    Outcome outcome;
-    outcome.end = Clock::now();
-    outcome.requests = mState->requests.all();
-    cutAt(outcome.end, outcome.requests);
-    outcome.journal = mState->board.journal().entries();
-    std::erase_if(outcome.journal, [&](board::Entry const& entry) { return entry.time > outcome.end; });
-    for (auto const& [id, sensor] : mState->scenario.settings.sensors) {
-        if (mState->board.isPowered(id)) outcome.powered.insert(id);
-    }
-    for (auto const& [name, weak] : mState->controllers) {
-        auto const& controller = mState->asked.emplace_back(weak.lock());
-        outcome.controllers[name] = controller ? std::optional(statusOf(*controller)) : std::nullopt;
-    }
-    std::erase_if(outcome.requests,
-                  [](Request const& request) { return request.name == kSleep && request.ended; });
-    addSensorTimes(outcome.requests, mState->scenario, outcome.journal);
-    std::stable_sort(outcome.requests.begin(), outcome.requests.end(),
-                     [](Request const& left, Request const& right) { return left.began < right.began; });
-    return outcome;
+Record Run::record() {
+    Record record;
+    auto const end = Clock::now();
+    record.end = instantOf(end);
+    record.process = getpid();
+    record.seed = mState->scenario.settings.seed;
+    std::vector<Played> steps = mState->steps.all();
+    cutAt(end, steps);
+    addClients(record, mState->scenario);
+    addSteps(record, mState->scenario, steps);
+    std::vector<board::Entry> journal = mState->board.journal().entries();
+    std::erase_if(journal, [&](board::Entry const& entry) { return entry.time > end; });
+    addJournal(record, journal);
+    mState->addStates(record);
+    return record;
 }
 
 }  // namespace zeqcam::tool

@@ -486,6 +486,13 @@ Reading unreadable(std::string reason) {
 
 }  // namespace
 
+std::string faultText(Fault const& fault, std::string_view file) {
+    std::string text(file);
+    if (fault.line > 0) text += ':' + std::to_string(fault.line);
+    if (!fault.field.empty()) text += ": " + fault.field;
+    return text + ": " + fault.message;
+}
+
 Reading readScenario(std::string_view text) {
     toml::parse_result const parsed = toml::parse(text);
     if (parsed) return Reader().read(parsed.table());

@@ -14,6 +14,9 @@ struct Fault {
     std::string message;
 };
 
+// The fault in one line: "phone.toml:3: sensor.id: must be …".
+std::string faultText(Fault const& fault, std::string_view file);
+
 // The scenario means something only when there are no faults. They stand in the order of their lines.
 struct Reading {
     Scenario scenario;

@@ -1,11 +1,20 @@
 #include "views/Report.h"
 
+#include "analysis/Pending.h"
+#include "analysis/SensorTimes.h"
 #include "text/Printable.h"
+#include "text/TimeText.h"
+#include "views/RequestText.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
 #include <cstddef>
-#include <iomanip>
-#include <sstream>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
 
 namespace zeqcam::tool {
 namespace {
@@ -79,22 +88,24 @@ class Table {
     std::vector<Row> mRows;
 };
 
-std::string milliseconds(std::chrono::microseconds time) {
-    std::ostringstream text;
-    text << std::fixed << std::setprecision(1) << std::chrono::duration<double, std::milli>(time).count();
-    return text.str();
-}
-
-std::string namesOf(Scenario const& scenario, std::vector<int> const& sensors) {
+std::string namesOf(Record const& record, std::vector<int> const& sensors) {
     std::string names;
     for (int const sensor : sensors) {
         if (!names.empty()) names += ' ';
-        names += printable(scenario.settings.sensors.at(sensor).name);
+        names += printable(record.nameOfSensor(sensor));
     }
     return names.empty() ? "-" : names;
 }
 
-Table requestsOf(Scenario const& scenario, Outcome const& outcome) {
+std::string clientOf(Record const& record, std::uint32_t client) {
+    return printable(record.textOf(record.clients[client].name));
+}
+
+bool isUnmet(Expectation const& expectation) {
+    return expectation.state == Expectation::State::Unmet;
+}
+
+Table requestsOf(Record const& record) {
     Table table({{"CLIENT"},
                  {"REQUEST"},
                  {"SENSORS"},
@@ -102,86 +113,92 @@ Table requestsOf(Scenario const& scenario, Outcome const& outcome) {
                  {"WALL", Align::Right},
                  {"SLOWEST", Align::Right},
                  {"IN TURN", Align::Right}});
-    for (Request const& request : outcome.requests) {
-        bool const called = request.own.calls > 0;
-        table.add(
-            {printable(request.client), request.name, namesOf(scenario, request.sensors), request.result,
-             milliseconds(request.wall), called ? milliseconds(request.own.slowest) : "-",
-             called ? milliseconds(request.own.oneAfterAnother) : "-"},
-            !request.unmet.empty() || !request.ended);
+    std::vector<bool> unmet(record.requests.size());
+    for (Expectation const& expectation : record.expectations) {
+        if (isUnmet(expectation)) unmet[*expectation.request] = true;
+    }
+    auto const times = sensorTimes(record);
+    for (std::size_t i = 0; i < record.requests.size(); ++i) {
+        Request const& request = record.requests[i];
+        bool const called = times[i].calls > 0;
+        table.add({clientOf(record, request.client), printable(record.textOf(request.name)),
+                   namesOf(record, sensorsOf(request)), resultText(request),
+                   millisecondsText(request.ended.value_or(record.end) - request.began),
+                   called ? millisecondsText(times[i].slowest) : "-",
+                   called ? millisecondsText(times[i].oneAfterAnother) : "-"},
+                  unmet[i] || !request.ended);
     }
     return table;
 }
 
 // What each controller that may drive the sensor counts it as.
-std::string countedBy(Scenario const& scenario, Outcome const& outcome, int sensor) {
+std::string countedBy(Record const& record, int sensor) {
+    using End = Record::Controller::End;
     std::string text;
-    for (Controller const& controller : scenario.controllers) {
+    for (Record::Controller const& controller : record.controllers) {
         auto const& drives = controller.sensors;
-        auto const end = outcome.controllers.find(controller.name);
-        if (std::find(drives.begin(), drives.end(), sensor) == drives.end() ||
-            end == outcome.controllers.end())
+        if (std::find(drives.begin(), drives.end(), sensor) == drives.end() || controller.end == End::Unknown)
             continue;
         if (!text.empty()) text += ", ";
-        text += printable(controller.name) + (!end->second              ? " destroyed"
-                                              : end->second->at(sensor) ? " on"
-                                                                        : " off");
+        text += printable(record.textOf(controller.name)) + (controller.end == End::Destroyed ? " destroyed"
+                                                             : controller.counts.at(sensor)   ? " on"
+                                                                                              : " off");
     }
     return text.empty() ? "-" : text;
 }
 
-Table statesOf(Scenario const& scenario, Outcome const& outcome) {
+Table statesOf(Record const& record) {
     Table table({{"ID", Align::Right}, {"SENSOR"}, {"POWER"}, {"CONTROLLERS"}});
-    for (auto const& [id, sensor] : scenario.settings.sensors) {
-        table.add({std::to_string(id), printable(sensor.name), outcome.powered.contains(id) ? "on" : "off",
-                   countedBy(scenario, outcome, id)});
+    for (auto const& [id, name, powered] : record.sensors) {
+        table.add({std::to_string(id), printable(record.textOf(name)),
+                   !powered   ? "-"
+                   : *powered ? "on"
+                              : "off",
+                   countedBy(record, id)});
     }
     return table;
 }
 
-// Also those of steps that a run that was cut off has not come to.
-std::ptrdiff_t expectationsIn(Scenario const& scenario) {
-    std::ptrdiff_t count = 0;
-    for (Client const& client : scenario.clients) {
-        count += std::count_if(client.steps.begin(), client.steps.end(), [](Step const& step) {
-            auto const* const powerOn = std::get_if<PowerOn>(&step.action);
-            auto const* const status = std::get_if<Status>(&step.action);
-            return (powerOn && powerOn->expect) || (status && !status->expect.empty());
-        });
-    }
-    return count;
-}
-
-std::string expectationsOf(Scenario const& scenario, Outcome const& outcome, std::string_view file, Ink ink) {
+// Those of steps that a run that was cut off has not come to are counted, and not told.
+std::string expectationsOf(Record const& record, Ink ink) {
     std::string text;
-    int held = 0;
-    for (Request const& request : outcome.requests) {
-        if (!request.expects) continue;
-        if (request.unmet.empty()) {
-            ++held;
-        } else {
-            text +=
-                ink.red(printable(file) + ':' + std::to_string(request.line) + ": " +
-                        printable(request.client) + ": " + request.name + ": " + printable(request.unmet)) +
-                '\n';
-        }
+    for (Expectation const& expectation : record.expectations) {
+        if (!isUnmet(expectation)) continue;
+        Request const& request = record.requests[*expectation.request];
+        text +=
+            ink.red(fmt::format("{}:{}: {}: {}: {}", printable(record.files.front()), expectation.line,
+                                clientOf(record, expectation.client), printable(record.textOf(request.name)),
+                                printable(record.textOf(expectation.unmet)))) +
+            '\n';
     }
-    return text + std::to_string(held) + " of " + std::to_string(expectationsIn(scenario)) +
-           " expectations held\n";
+    auto const held =
+        std::count_if(record.expectations.begin(), record.expectations.end(),
+                      [](Expectation const& each) { return each.state == Expectation::State::Held; });
+    return text + fmt::format("{} of {} expectations held\n", held, record.expectations.size());
 }
 
 }  // namespace
 
-bool allHeld(Outcome const& outcome) {
-    return std::all_of(outcome.requests.begin(), outcome.requests.end(),
-                       [](Request const& request) { return request.unmet.empty(); });
+void writeReport(Record const& record, Presentation const& presentation, std::ostream& out) {
+    Ink const ink{presentation.colours};
+    out << '\n'
+        << ink.bold("Requests, times in milliseconds") << '\n'
+        << requestsOf(record).text(ink) << '\n'
+        << ink.bold("Sensors at the end") << '\n'
+        << statesOf(record).text(ink) << '\n'
+        << expectationsOf(record, ink);
 }
 
-std::string report(Scenario const& scenario, Outcome const& outcome, std::string_view file, bool colours) {
-    Ink const ink{colours};
-    return '\n' + ink.bold("Requests, times in milliseconds") + '\n' +
-           requestsOf(scenario, outcome).text(ink) + '\n' + ink.bold("Sensors at the end") + '\n' +
-           statesOf(scenario, outcome).text(ink) + '\n' + expectationsOf(scenario, outcome, file, ink);
+void writePending(Record const& record, std::ostream& out) {
+    for (auto const& [thread, in] : pendingIn(record, timelineOf(record))) {
+        std::string_view separator = ": in ";
+        out << "  " << printable(thread);
+        for (auto const& [label, since] : in) {
+            out << std::exchange(separator, ", in ") << '"' << printable(label) << "\" for "
+                << timeText(record.end - since);
+        }
+        out << '\n';
+    }
 }
 
 }  // namespace zeqcam::tool

@@ -1,17 +1,14 @@
 #pragma once
 
-#include "run/Run.h"
-#include "scenario/Scenario.h"
-
-#include <string>
-#include <string_view>
+#include "views/View.h"
 
 namespace zeqcam::tool {
 
-// What a run came to, as text for a terminal or a file: the table of requests, the final states, and a line
-// for each expectation that did not hold. `file` is the scenario's name in those lines.
-std::string report(Scenario const& scenario, Outcome const& outcome, std::string_view file, bool colours);
+// What a record comes to, as text for a terminal or a file: the table of requests, the states at the end, and
+// a line for each expectation that did not hold.
+void writeReport(Record const& record, Presentation const& presentation, std::ostream& out);
 
-bool allHeld(Outcome const& outcome);
+// A line for each thread that was in something when the record ended, with the time that it had been in it.
+void writePending(Record const& record, std::ostream& out);
 
 }  // namespace zeqcam::tool

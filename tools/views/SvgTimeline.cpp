@@ -1,7 +1,12 @@
 #include "views/SvgTimeline.h"
 
+#include "analysis/Timeline.h"
 #include "text/Printable.h"
 #include "text/TextWidth.h"
+#include "text/TimeText.h"
+#include "views/Axis.h"
+
+#include <embedded/timeline.css.h>
 
 #include <algorithm>
 #include <array>
@@ -24,58 +29,6 @@ constexpr double kLane = 20;
 constexpr double kThinLane = 7;  // of slivers, which take no label
 constexpr double kSliver = 1.5;
 constexpr double kCountStep = 14;
-
-// Colours that hold on the picture's own ground, which follows the reader's choice of light or dark.
-constexpr std::string_view kStyle = R"(<style>
-text { font: 12px system-ui, -apple-system, 'Segoe UI', Helvetica, Arial, sans-serif; fill: #1f2328 }
-.title { font-size: 16px; font-weight: 600 }
-.muted { fill: #59636e }
-.label { font: 11px ui-monospace, SFMono-Regular, Menlo, Consolas, 'DejaVu Sans Mono', monospace }
-.ground { fill: #ffffff; stroke: #d0d7de }
-.band { fill: #f3f5f8 }
-.grid { stroke: #d8dee4 }
-.request { fill: #c3dcff; stroke: #1f6feb }
-.wait { fill: url(#waiting); stroke: #6e7781 }
-.trace { fill: #e2dafb; stroke: #7a5bd0 }
-.call { fill: #c5ebcf; stroke: #2c8c4c }
-.failed { fill: url(#failing); stroke: #cf222e }
-.open { stroke-dasharray: 4 3 }
-.halo { paint-order: stroke; stroke: #ffe9e7; stroke-width: 4; stroke-linejoin: round }
-.wait + .halo { stroke: #f3f5f8 }
-.paper { fill: #ffe9e7 }
-.hatch { stroke: #ffb4ad; stroke-width: 3 }
-.idle { fill: #f3f5f8 }
-.dot { fill: #8c959f }
-.sign, .error { fill: #cf222e }
-.cross { stroke: #ffffff; stroke-width: 1.6; stroke-linecap: round }
-.warning { fill: #bf8700 }
-.powered { fill: none; stroke: #bc4c00; stroke-width: 2; stroke-linejoin: round }
-.area { fill: #bc4c00; fill-opacity: .13 }
-@media (prefers-color-scheme: dark) {
-text { fill: #e6edf3 }
-.muted { fill: #9aa4af }
-.ground { fill: #0d1117; stroke: #30363d }
-.band { fill: #161b22 }
-.grid { stroke: #2b323b }
-.request { fill: #173a6b; stroke: #4c8dff }
-.wait { stroke: #9198a1 }
-.trace { fill: #352c66; stroke: #9d86e9 }
-.call { fill: #17452a; stroke: #46b868 }
-.failed { stroke: #ff6a61 }
-.halo { stroke: #4d1518 }
-.wait + .halo { stroke: #21262d }
-.paper { fill: #4d1518 }
-.hatch { stroke: #7d2226 }
-.idle { fill: #21262d }
-.dot { fill: #6e7681 }
-.sign, .error { fill: #ff6a61 }
-.cross { stroke: #0d1117 }
-.warning { fill: #d9a514 }
-.powered { stroke: #f0883e }
-.area { fill: #f0883e }
-}
-</style>
-)";
 
 // What must not depend on colour alone: a failure is hatched, a wait is dotted.
 constexpr std::string_view kPatterns = R"svg(<defs>
@@ -185,9 +138,9 @@ struct Lane {
 
 class Picture {
   public:
-    Picture(Timeline const& timeline, std::string const& title) : mTimeline(timeline), mTitle(title) {
+    Picture(Timeline timeline, std::string_view title) : mTimeline(std::move(timeline)), mTitle(title) {
         double names = widthOf(kPoweredName, kNameCharacter);
-        for (Row const& row : timeline.rows) {
+        for (Row const& row : mTimeline.rows) {
             if (!row.sections.empty()) names = std::max(names, widthOf(shownName(row), kNameCharacter));
         }
         mLeft = kMargin + 8 + names + 12;
@@ -230,7 +183,9 @@ class Picture {
         canvas << R"(<svg xmlns="http://www.w3.org/2000/svg" width=")" << kWidth << R"(" height=")" << height
                << R"(" viewBox="0 0 )" << kWidth << ' ' << height << "\" role=\"img\">\n<title>"
                << escaped(mTitle) << "</title>\n"
-               << kStyle << kPatterns;
+               << "<style>\n"
+               << embedded::kTimelineCss << "</style>\n"
+               << kPatterns;
         canvas.rect(0.5, 0.5, kWidth - 1, height - 1, R"(rx="8" class="ground")");
         canvas.text(kMargin + 8, kBaseline, R"(class="title")",
                     shortened(printable(mTitle), static_cast<int>(kRoomForTitle / kTitleCharacter), "…"));
@@ -306,7 +261,7 @@ class Picture {
     void addSection(Section const& section, double top, double height, double next) {
         double const x = xOf(section.begin);
         double const width = extentOf(section);
-        mShapes << "<g><title>" << escaped(section.label) << "\nstart "
+        mShapes << "<g><title>" << escaped(mTimeline.textOf(section.label)) << "\nstart "
                 << timeText(section.begin - mTimeline.begin) << ", "
                 << (section.open ? "not ended after " : "took ") << timeText(section.end - section.begin)
                 << (section.failed ? ", failed" : "") << "</title>";
@@ -327,7 +282,7 @@ class Picture {
 
     void addLabel(Section const& section, double x, double top, double next) {
         constexpr double kLeastColumns = 5;
-        std::string const label = printable(section.label);
+        std::string const label = printable(mTimeline.textOf(section.label));
         double const before = section.failed ? 20 : 4;
         double const needed = widthOf(label, kCharacter);
         double const room = extentOf(section) - before - 2;
@@ -345,11 +300,12 @@ class Picture {
     }
 
     void addMark(Mark const& mark) {
-        if (mark.level != "error" && mark.level != "warning") return;
-        mLooks.insert(mark.level);
-        mShapes << "<g><title>" << mark.level << " at " << timeText(mark.time - mTimeline.begin) << "\n"
-                << escaped(mark.text) << "</title>";
-        addPointer(xOf(mark.time), mY + 1, mark.level);
+        if (mark.level != Level::Error && mark.level != Level::Warning) return;
+        std::string_view const level = nameOf(mark.level);
+        mLooks.emplace(level);
+        mShapes << "<g><title>" << level << " at " << timeText(mark.time - mTimeline.begin) << "\n"
+                << escaped(mTimeline.textOf(mark.text)) << "</title>";
+        addPointer(xOf(mark.time), mY + 1, level);
         mShapes << "</g>\n";
     }
 
@@ -412,8 +368,8 @@ class Picture {
         return R"(rx="2" class=")" + std::string(look) + '"';
     }
 
-    Timeline const& mTimeline;
-    std::string const& mTitle;
+    Timeline const mTimeline;
+    std::string_view const mTitle;
     double mLeft = 0;
     double mY = 64;  // where the next row begins
     bool mBanded = false;
@@ -423,8 +379,8 @@ class Picture {
 
 }  // namespace
 
-std::string svgTimeline(Timeline const& timeline, std::string const& title) {
-    return Picture(timeline, title).text();
+void writeSvg(Record const& record, Presentation const& presentation, std::ostream& out) {
+    out << Picture(timelineOf(record), presentation.title).text();
 }
 
 }  // namespace zeqcam::tool

@@ -1,12 +1,10 @@
 #pragma once
 
-#include "analysis/Timeline.h"
-
-#include <string>
+#include "views/View.h"
 
 namespace zeqcam::tool {
 
 // The timeline as one self-contained picture, legible on light and on dark pages.
-std::string svgTimeline(Timeline const& timeline, std::string const& title);
+void writeSvg(Record const& record, Presentation const& presentation, std::ostream& out);
 
 }  // namespace zeqcam::tool

@@ -1,11 +1,17 @@
 #include "views/TerminalTimeline.h"
 
+#include "analysis/Timeline.h"
 #include "text/Printable.h"
 #include "text/TextWidth.h"
+#include "views/Axis.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cmath>
-#include <cstdlib>
+#include <cstddef>
+#include <string>
 #include <string_view>
 #include <utility>
 #include <vector>
@@ -186,13 +192,13 @@ class Levels {
 
 class Picture {
   public:
-    Picture(Timeline const& timeline, int columns, bool colours, Alphabet const& alphabet)
+    Picture(Timeline const& timeline, Presentation const& presentation)
         : mTimeline(timeline),
-          mColumns(columns),
-          mColours(colours),
-          mAlphabet(alphabet),
+          mColumns(presentation.columns),
+          mColours(presentation.colours),
+          mAlphabet(presentation.glyphs == Glyphs::Utf8 ? kUtf8 : kAscii),
           mNames(namesWidth()),
-          mScale(timeline, columns - mNames) {}
+          mScale(timeline, mColumns - mNames) {}
 
     std::string text() {
         addAxis();
@@ -294,7 +300,7 @@ class Picture {
         constexpr int kLeast = 4;
         int const begin = mNames + bar.cells.begin + (bar.failed ? 2 : 1);
         int const room = mNames + bar.cells.end - 1 - begin;
-        std::string const label = shownText(bar.section->label);
+        std::string const label = shownText(mTimeline.textOf(bar.section->label));
         int const width = columnsOf(label);
         if (width <= room) {
             line.put(begin, label, styleOf(bar));
@@ -315,7 +321,7 @@ class Picture {
         });
         Line line(mColumns);
         for (Bar const& bar : bars) {
-            std::string const label = shownText(bar.section->label);
+            std::string const label = shownText(mTimeline.textOf(bar.section->label));
             int const begin = mNames + bar.cells.begin;
             int const end = begin + 1 + columnsOf(label);
             if (end > mColumns || !line.isBlank(begin - 1, end + 1)) continue;
@@ -343,8 +349,8 @@ class Picture {
     void addLeftOut() {
         if (mLeftOut == 0) return;
         Line line(mColumns);
-        std::string const text = "too short or too deep for this width: " + std::to_string(mLeftOut) +
-                                 (mLeftOut == 1 ? " section" : " sections");
+        std::string const text = fmt::format("too short or too deep for this width: {} section{}", mLeftOut,
+                                             mLeftOut == 1 ? "" : "s");
         line.put(mNames, shortened(text, mColumns - mNames, mAlphabet.ellipsis), kDim);
         add(line);
     }
@@ -361,25 +367,12 @@ class Picture {
 
 }  // namespace
 
-Glyphs glyphsOfLocale() {
-    for (char const* const variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
-        // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing changes the environment
-        char const* const value = std::getenv(variable);
-        if (value == nullptr || *value == '\0') continue;
-        std::string_view const locale = value;
-        for (std::string_view const codeset : {"UTF-8", "utf-8", "UTF8", "utf8"}) {
-            if (locale.find(codeset) != std::string_view::npos) return Glyphs::Utf8;
-        }
-        return Glyphs::Ascii;
-    }
-    return Glyphs::Ascii;
-}
-
-std::string terminalTimeline(Timeline const& timeline, int columns, bool colours, Glyphs glyphs) {
+void writeTerminalTimeline(Record const& record, Presentation const& presentation, std::ostream& out) {
+    Timeline const timeline = timelineOf(record);
     bool const empty = std::all_of(timeline.rows.begin(), timeline.rows.end(),
                                    [](Row const& row) { return row.sections.empty(); });
-    if (empty || columns < 2) return {};
-    return Picture(timeline, columns, colours, glyphs == Glyphs::Utf8 ? kUtf8 : kAscii).text();
+    if (empty || presentation.columns < 2) return;
+    out << Picture(timeline, presentation).text();
 }
 
 }  // namespace zeqcam::tool

@@ -1,8 +1,12 @@
 #include "views/TraceFile.h"
 
-#include <unistd.h>
+#include "analysis/Timeline.h"
+
 #include <nlohmann/json.hpp>
 
+#include <chrono>
+#include <string>
+#include <string_view>
 #include <utility>
 
 namespace zeqcam::tool {
@@ -27,7 +31,9 @@ char const* categoryOf(SectionKind kind) {
 
 class Events {
   public:
-    Events(Timeline const& timeline, std::string const& process) : mBegin(timeline.begin) {
+    Events(Record const& record, std::string const& process)
+        : mTimeline(timelineOf(record)), mProcess(record.process.value_or(1)) {
+        Timeline const& timeline = mTimeline;
         mEvents.push_back(metadata("process_name", mProcess, {{"name", process}}));
         for (std::size_t row = 0; row < timeline.rows.size(); ++row) {
             mEvents.push_back(metadata("thread_name", threadOf(row), {{"name", timeline.rows[row].name}}));
@@ -51,8 +57,8 @@ class Events {
     // of its own.
     [[nodiscard]] int threadOf(std::size_t row) const { return mProcess + 1 + static_cast<int>(row); }
 
-    [[nodiscard]] json event(char const* phase, std::string const& name, Instant time, int thread) const {
-        double const microseconds = std::chrono::duration<double, std::micro>(time - mBegin).count();
+    [[nodiscard]] json event(char const* phase, std::string_view name, Instant time, int thread) const {
+        double const microseconds = std::chrono::duration<double, std::micro>(time - mTimeline.begin).count();
         return {{"ph", phase}, {"name", name}, {"ts", microseconds}, {"pid", mProcess}, {"tid", thread}};
     }
 
@@ -65,7 +71,7 @@ class Events {
     }
 
     void addSlice(char const* phase, Section const& section, Instant time, int thread) {
-        json slice = event(phase, section.label, time, thread);
+        json slice = event(phase, mTimeline.textOf(section.label), time, thread);
         slice["cat"] = categoryOf(section.kind);
         if (section.failed) slice["args"]["failed"] = true;
         if (section.open) slice["args"]["open"] = true;
@@ -73,10 +79,10 @@ class Events {
     }
 
     void add(Mark const& mark) {
-        json instant = event("i", mark.text, mark.time, threadOf(mark.row));
+        json instant = event("i", mTimeline.textOf(mark.text), mark.time, threadOf(mark.row));
         instant["s"] = "t";
-        instant["cat"] = mark.level == "profile" ? "profile" : "log";
-        instant["args"] = {{"level", mark.level}};
+        instant["cat"] = mark.level == Level::Profile ? "profile" : "log";
+        instant["args"] = {{"level", nameOf(mark.level)}};
         mEvents.push_back(std::move(instant));
     }
 
@@ -86,16 +92,16 @@ class Events {
         mEvents.push_back(std::move(counter));
     }
 
-    Instant const mBegin;
-    int const mProcess = getpid();
+    Timeline const mTimeline;
+    int const mProcess;
     json mEvents = json::array();
 };
 
 }  // namespace
 
-std::string traceFile(Timeline const& timeline, std::string const& process) {
-    json const file{{"displayTimeUnit", "ms"}, {"traceEvents", Events(timeline, process).take()}};
-    return file.dump(-1, ' ', false, json::error_handler_t::replace) + '\n';
+void writeTrace(Record const& record, Presentation const& presentation, std::ostream& out) {
+    json const file{{"displayTimeUnit", "ms"}, {"traceEvents", Events(record, presentation.title).take()}};
+    out << file.dump(-1, ' ', false, json::error_handler_t::replace) << '\n';
 }
 
 }  // namespace zeqcam::tool

@@ -1,12 +1,10 @@
 #pragma once
 
-#include "analysis/Timeline.h"
-
-#include <string>
+#include "views/View.h"
 
 namespace zeqcam::tool {
 
-// The timeline in the Trace Event Format (JSON). `process` is the name that viewers show above the threads.
-std::string traceFile(Timeline const& timeline, std::string const& process);
+// The timeline in the Trace Event Format (JSON). The title is the name that viewers show above the threads.
+void writeTrace(Record const& record, Presentation const& presentation, std::ostream& out);
 
 }  // namespace zeqcam::tool

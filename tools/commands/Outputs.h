@@ -1,0 +1,42 @@
+#pragma once
+
+#include "files/OutputFile.h"
+#include "views/View.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace zeqcam::tool {
+
+// The files that a command line asks views to be written to.
+class Outputs {
+  public:
+    Outputs();
+
+    // An option for each view that goes to a file. This object outlives the reading of the command line.
+    void addOptions(CLI::App& app);
+
+    // Before anything runs: what cannot be written is known then. `input` is a file that none may replace.
+    // Throws CannotOpen.
+    void open(std::string const& input);
+
+    // Writes them all, whatever becomes of the others, and complains of what cannot be written. Whether all
+    // was.
+    [[nodiscard]] bool write(Record const& record, Presentation const& presentation);
+
+  private:
+    struct Output {
+        View const* view;
+        std::string path;  // empty: not asked for
+        std::optional<OutputFile> file;
+    };
+
+    std::vector<Output> mOutputs;
+};
+
+}  // namespace zeqcam::tool

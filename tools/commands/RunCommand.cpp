@@ -1,0 +1,201 @@
+#include "commands/RunCommand.h"
+
+#include "commands/Outputs.h"
+#include "commands/Terminal.h"
+#include "rules/Verdict.h"
+#include "run/LogOutput.h"
+#include "run/Run.h"
+#include "run/TraceMarker.h"
+#include "run/Watch.h"
+#include "scenario/ScenarioReader.h"
+#include "text/TimeText.h"
+#include "views/Report.h"
+#include "views/ResultFile.h"
+#include "views/TerminalTimeline.h"
+
+#include <zeqcam/board/QosFile.h>
+
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <cmath>
+#include <cstdint>
+#include <cstdlib>
+#include <exception>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace zeqcam::tool {
+namespace {
+
+constexpr auto kFooter =
+    "A run that is cut off, by --timeout or a signal, is told like one that has ended, and what each of its\n"
+    "threads was in, since when, goes to standard error.\n";
+
+// The unified logger's levels, which details are logged up to.
+constexpr std::uint32_t kErrors = 1;
+constexpr std::uint32_t kWarnings = 2;
+constexpr std::uint32_t kAll = 5;
+
+constexpr double kMostSeconds = 1e6;
+constexpr std::uint64_t kMostSeed = 0xffffffff;
+
+struct Options {
+    std::string file;
+    Outputs outputs;
+    bool kernelTrace = false;
+    bool json = false;
+    std::optional<std::uint32_t> detailsLevel;  // else what the file says, like the seed
+    std::optional<std::uint64_t> seed;
+    std::optional<double> timeoutSeconds;
+};
+
+// Unlike a comparison with both ends, not a number is wrong here.
+CLI::Validator secondsCheck() {
+    return {[](std::string& text) {
+                double seconds = 0;
+                bool const isNumber = CLI::detail::lexical_cast(text, seconds);
+                return isNumber && seconds > 0 && seconds <= kMostSeconds
+                           ? std::string()
+                           : "must be more than 0 and at most 1000000 seconds, not " + text;
+            },
+            ""};
+}
+
+void addOptions(CLI::App& app, Options& options) {
+    app.add_option("FILE", options.file, "The scenario, in TOML.")->required();
+    options.outputs.addOptions(app);
+    app.add_flag("--ftrace", options.kernelTrace,
+                 "Write trace sections to the kernel's tracer too, as the device's tracer does.");
+    app.add_flag("--json", options.json,
+                 "Print the requests and final states as JSON, and nothing else; log lines go to standard "
+                 "error.");
+    app.add_option("--seed", options.seed,
+                   "The seed of the faults that happen by chance, instead of the file's.")
+        ->type_name("N")
+        ->check(CLI::Range(std::uint64_t{0}, kMostSeed).description(""));
+    app.add_option("--timeout", options.timeoutSeconds, "Cut the run off when it has not ended by then.")
+        ->type_name("SECONDS")
+        ->check(secondsCheck());
+    auto* const verbose = app.add_flag(
+        "-v,--verbose", [&options](std::int64_t) { options.detailsLevel = kAll; },
+        "Log debug lines too, whatever the file says.");
+    app.add_flag(
+           "-q,--quiet",
+           [&options](std::int64_t times) { options.detailsLevel = times > 1 ? kErrors : kWarnings; },
+           "Log warnings and errors only; -qq: errors only.")
+        ->excludes(verbose);
+    app.footer(kFooter + ('\n' + std::string(kExitCodes)));
+}
+
+struct CutOff {
+    ExitStatus status;
+    std::string why;
+};
+
+// Empty when the run came to its end.
+std::optional<CutOff> cutOff(End end, Options const& options) {
+    switch (end) {
+        case End::TimedOut:
+            return CutOff{kTimedOut, "has not ended within " + timeText(std::chrono::nanoseconds(std::llround(
+                                                                   *options.timeoutSeconds * 1e9)))};
+        case End::Interrupted:
+            return CutOff{kInterrupted, "was interrupted"};
+        case End::Terminated:
+            return CutOff{kTerminated, "was terminated"};
+        case End::AllDone:
+            break;
+    }
+    return {};
+}
+
+// Tells what a run came to in every form that was asked for. False when not all of it could be told.
+bool tell(Record const& record, Options& options) {
+    Presentation presentation = presentationOnOutput();
+    presentation.title = std::filesystem::path(options.file).filename();
+    if (options.json) {
+        writeResult(record, presentation, std::cout);
+    } else {
+        std::cout << '\n';
+        writeTerminalTimeline(record, presentation, std::cout);
+        writeReport(record, presentation, std::cout);
+    }
+    std::cout.flush();
+    if (record.cutOff) {
+        complain(options.file + ": the run " + *record.cutOff + "; at that time");
+        writePending(record, std::cerr);
+    }
+    bool const written = options.outputs.write(record, presentation);
+    if (!std::cout) complain("the output cannot be written");
+    return written && std::cout;
+}
+
+// Client threads may be stuck in the library, and nothing that they use may go: nobody waits for them, and
+// nothing is destroyed.
+[[noreturn]] void leave(int status) {
+    std::cout.flush();
+    std::_Exit(status);
+}
+
+int play(Scenario const& scenario, Options& options, LogOutput& log) {
+    Watch watch;
+    auto run = std::make_unique<Run>(scenario, [&watch] { watch.allDone(); });
+    auto const cut = cutOff(
+        watch.wait(options.timeoutSeconds ? Watch::Limit(*options.timeoutSeconds) : Watch::Limit()), options);
+    auto const record = [&] {
+        Record taken = run->record();
+        taken.files = {options.file};
+        if (cut) taken.cutOff = cut->why;
+        return taken;
+    };
+    if (cut) {
+        log.close();
+        try {
+            tell(record(), options);
+        } catch (std::exception const& error) {
+            complain(error.what());
+        }
+        leave(cut->status);
+    }
+    run->join();
+    Record const taken = record();
+    run.reset();
+    bool const isTold = tell(taken, options);
+    return isTold && allHeld(taken) ? kAllHeld : kFailed;
+}
+
+int run(Options& options) try {
+    auto [scenario, faults] = readScenarioFile(options.file);
+    if (!faults.empty()) {
+        complain(faultText(faults.front(), options.file));
+        return kWrongInput;
+    }
+    options.outputs.open(options.file);
+    std::optional<Descriptor> traceMarker;
+    if (options.kernelTrace) traceMarker.emplace(openTraceMarker());
+    if (std::string const reason = board::QosFile::provide(); !reason.empty()) {
+        complain("no QoS file, as on a device without it: " + reason);
+    }
+    LogOutput log(options.json ? std::cerr : std::cout);
+    std::ostream logStream(&log);
+    scenario.settings.logStream = &logStream;
+    if (traceMarker) scenario.settings.traceMarker = traceMarker->get();
+    if (options.seed) scenario.settings.seed = *options.seed;
+    if (options.detailsLevel) scenario.settings.log.detailsLevel = *options.detailsLevel;
+    return play(scenario, options, log);
+} catch (CannotOpen const& error) {
+    complain(error.what());
+    return kWrongInput;
+}
+
+}  // namespace
+
+std::function<int()> addRun(CLI::App& app) {
+    auto const options = std::make_shared<Options>();
+    addOptions(app, *options);
+    return [options] { return run(*options); };
+}
+
+}  // namespace zeqcam::tool

@@ -1,0 +1,49 @@
+#include "commands/Terminal.h"
+
+#include <sys/ioctl.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <string_view>
+
+namespace zeqcam::tool {
+namespace {
+
+bool wantsColours() {
+    auto const variable = [](char const* name) {
+        char const* const value = std::getenv(name);
+        return std::string_view(value ? value : "");
+    };
+    std::string_view const terminal = variable("TERM");
+    return isatty(STDOUT_FILENO) == 1 && variable("NO_COLOR").empty() && !terminal.empty() &&
+           terminal != "dumb";
+}
+
+int terminalColumns() {
+    constexpr int kColumns = 80;  // of text that goes elsewhere
+    winsize size{};
+    bool const known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return known ? size.ws_col : kColumns;
+}
+
+}  // namespace
+
+Glyphs glyphsOfLocale() {
+    for (char const* const variable : {"LC_ALL", "LC_CTYPE", "LANG"}) {
+        // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing changes the environment
+        char const* const value = std::getenv(variable);
+        if (value == nullptr || *value == '\0') continue;
+        std::string_view const locale = value;
+        for (std::string_view const codeset : {"UTF-8", "utf-8", "UTF8", "utf8"}) {
+            if (locale.find(codeset) != std::string_view::npos) return Glyphs::Utf8;
+        }
+        return Glyphs::Ascii;
+    }
+    return Glyphs::Ascii;
+}
+
+Presentation presentationOnOutput() {
+    return {.columns = terminalColumns(), .colours = wantsColours(), .glyphs = glyphsOfLocale()};
+}
+
+}  // namespace zeqcam::tool

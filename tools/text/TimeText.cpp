@@ -1,0 +1,30 @@
+#include "text/TimeText.h"
+
+#include <fmt/format.h>
+
+namespace zeqcam::tool {
+
+using std::chrono::nanoseconds;
+
+TimeUnit unitOf(nanoseconds time) {
+    using namespace std::chrono_literals;
+    if (time >= 1s) return {1s, "s"};
+    if (time >= 1ms) return {1ms, "ms"};
+    return {1us, "us"};
+}
+
+double countOf(nanoseconds time, TimeUnit unit) {
+    return std::chrono::duration<double>(time) / std::chrono::duration<double>(unit.one);
+}
+
+std::string timeText(nanoseconds time) {
+    TimeUnit const unit = unitOf(time);
+    double const count = countOf(time, unit);
+    return fmt::format("{:.{}f} {}", count, count < 10 ? 2 : count < 100 ? 1 : 0, unit.name);
+}
+
+std::string millisecondsText(nanoseconds time) {
+    return fmt::format("{:.1f}", std::chrono::duration<double, std::milli>(time).count());
+}
+
+}  // namespace zeqcam::tool

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "analysis/Timeline.h"
+
+#include <string>
+#include <vector>
+
+namespace zeqcam::tool {
+
+struct Tick {
+    Instant time;
+    std::string label;  // the time since the begin, with its unit
+};
+
+// Round times for an axis along the timeline, the begin first: as close together as `most` of them allow.
+std::vector<Tick> ticksOf(Timeline const& timeline, int most);
+
+}  // namespace zeqcam::tool

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "record/Record.h"
+
+#include <cstdint>
+#include <ostream>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace zeqcam::tool {
+
+enum class Glyphs : std::uint8_t { Ascii, Utf8 };
+
+// How a record is to be shown; each view takes what concerns it.
+struct Presentation {
+    std::string title;  // what it is of, for a picture's head
+    int columns = 80;   // of the terminal
+    bool colours = false;
+    Glyphs glyphs = Glyphs::Ascii;
+};
+
+// A way to show a record. It reads the record and nothing else, and writes to `out` alone; the same record
+// and presentation give the same bytes. Any number may run at once.
+struct View {
+    std::string_view option;  // of the command line, after "--"
+    std::string_view help;
+    void (*write)(Record const& record, Presentation const& presentation, std::ostream& out);
+};
+
+// Those that a command writes to a file where its option asks for that, in the order of the help text.
+std::span<View const> fileViews();
+
+}  // namespace zeqcam::tool
