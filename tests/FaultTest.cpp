@@ -1,7 +1,6 @@
 #include "FailsAllocation.h"
 #include "FailsThread.h"
 #include "PowerTest.h"
-#include "model/JournalRules.h"
 
 #include <algorithm>
 #include <functional>

@@ -1,5 +1,8 @@
 #include "PowerTest.h"
 
+#include "rules/Rule.h"
+#include "run/JournalRecord.h"
+
 #include <sys/resource.h>
 
 #include <algorithm>
@@ -86,6 +89,15 @@ std::vector<int> threadsOf(std::vector<Entry> const& entries, Kind kind) {
     std::vector<int> threads;
     for (Entry const& entry : ofKinds(entries, {kind})) threads.push_back(entry.thread);
     return threads;
+}
+
+std::vector<std::string> brokenRules(std::vector<Entry> const& entries) {
+    std::vector<std::string> broken;
+    for (tool::Judgement const& judgement : tool::judge(tool::recordOf(entries, {}))) {
+        for (tool::Breach const& breach : judgement.breaches.value())
+            broken.push_back(std::string(judgement.rule->name) + ": " + breach.text);
+    }
+    return broken;
 }
 
 LineWatch::LineWatch(std::function<void(std::string const& line)> see)

@@ -33,6 +33,9 @@ std::vector<std::string> logLines(std::vector<Entry> const& entries);
 // The threads of the entries of a kind, in order.
 std::vector<int> threadsOf(std::vector<Entry> const& entries, Kind kind);
 
+// What breaks the rules that hold for every record, in the journal of one request or of several.
+std::vector<std::string> brokenRules(std::vector<Entry> const& entries);
+
 // A board with sensors 0, 1 and 2 that answer at once and have both services. After each test, whatever it
 // did: every section is closed on the thread that opened it, no handle or service is left, the process-wide
 // lock is free and the calling thread has its priority back.

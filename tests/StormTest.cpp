@@ -1,5 +1,4 @@
 #include "PowerTest.h"
-#include "model/JournalRules.h"
 
 #include <malloc.h>
 #include <unistd.h>

@@ -1,7 +1,6 @@
 #include "SideBySide.h"
 
 #include "FailsThread.h"
-#include "JournalRules.h"
 #include "PowerTest.h"
 
 #include <sys/resource.h>

@@ -1,0 +1,11 @@
+#pragma once
+
+#include "rules/Rule.h"
+
+#include <vector>
+
+namespace zeqcam::tool {
+
+std::vector<Breach> sectionsThatDoNotNest(Record const& record);
+
+}  // namespace zeqcam::tool
