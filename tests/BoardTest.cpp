@@ -1,3 +1,5 @@
+#include "StrictBoard.h"
+
 #include <gtest/gtest.h>
 #include <zeqcam/board/Board.h>
 #include <zeqcam/board/QosFile.h>
@@ -27,9 +29,14 @@ using namespace zeqcam::board;
 using namespace std::chrono_literals;
 using NSCam::CTM::CentralTaskMgr;
 using NSCam::Utils::ULog::ULogger;
+using zeqcam::tests::StrictBoard;
 
 std::int32_t powerOn(NSCam::IHalSensor* handle, std::uint32_t sensor) {
     return handle->powerOn("test", 1, &sensor);
+}
+
+std::int32_t powerOff(NSCam::IHalSensor* handle, std::uint32_t sensor) {
+    return handle->powerOff("test", 1, &sensor);
 }
 
 NSCam::IHalSensor* makeHandle(int sensor) {
@@ -64,7 +71,7 @@ TEST(Journal, ShowsNoEntryWithoutAllThatEndedBeforeIt) {
 
 TEST(Board, LetsAHangingSensorGoWhenItsSettingChangesAndWhenTheBoardGoes) {
     for (bool const boardGoes : {false, true}) {
-        auto board = std::make_unique<Board>(Settings{.sensors = {{0, {.powerOnHangs = true}}}});
+        auto board = std::make_unique<StrictBoard>(Settings{.sensors = {{0, {.powerOnHangs = true}}}});
         NSCam::IHalSensor* const handle = makeHandle(0);
         auto result = std::async(std::launch::async, [=] { return powerOn(handle, 0); });
         board->journal().waitFor(Kind::SensorPowerOn);
@@ -76,19 +83,24 @@ TEST(Board, LetsAHangingSensorGoWhenItsSettingChangesAndWhenTheBoardGoes) {
         }
         EXPECT_EQ(result.get(), 1);
         EXPECT_EQ(board && board->isPowered(0), !boardGoes);
+        powerOff(handle, 0);
         handle->release("test");
     }
 }
 
 std::vector<std::int32_t> results(Settings settings, bool amongOthers) {
-    Board const board(std::move(settings));
+    StrictBoard const board(std::move(settings));
     NSCam::IHalSensor* const handle = makeHandle(0);
+    NSCam::IHalSensor* const other = makeHandle(1);
     std::vector<std::int32_t> all;
     for (int i = 0; i < 64; ++i) {
-        if (amongOthers) powerOn(handle, 1);
+        if (amongOthers) powerOn(other, 1);
         all.push_back(powerOn(handle, 0));
+        powerOff(handle, 0);
+        if (amongOthers) powerOff(other, 1);
     }
     handle->release("test");
+    other->release("test");
     return all;
 }
 
@@ -136,7 +148,7 @@ TEST(Board, RunsATaskAsTheQueueIsSet) {
         };
         std::shared_future<void> future;
         {
-            Board board({.queue = queue});
+            StrictBoard board({.queue = queue});
             auto taskQueue = CentralTaskMgr::createQueue({.name = "queue"});
             auto const handle = CentralTaskMgr::asyncPost(taskQueue, 1, [&, onQueueThread = onQueueThread] {
                 char name[16] = {};
@@ -166,7 +178,7 @@ TEST(Board, RunsATaskAsTheQueueIsSet) {
 }
 
 TEST(Board, RunsALateTaskInItsTimeAlthoughTheQueueIsGone) {
-    Board board({.queue = {.runs = TaskRuns::Late, .lateBy = 1ms}});
+    StrictBoard board({.queue = {.runs = TaskRuns::Late, .lateBy = 1ms}});
     std::atomic<bool> ran = false;
     auto queue = CentralTaskMgr::createQueue({.name = "queue"});
     CentralTaskMgr::asyncPost(queue, 1, [&] { ran = true; });
@@ -177,7 +189,7 @@ TEST(Board, RunsALateTaskInItsTimeAlthoughTheQueueIsGone) {
 
 TEST(Board, RunsTheRestInOrderWhenATaskReleasesItsOwnQueue) {
     constexpr int kTasks = 20;
-    Board board({});
+    StrictBoard board({});
     auto queue = CentralTaskMgr::createQueue({.name = "queue"});
     std::promise<void> posted;
     CentralTaskMgr::asyncPost(queue, 0, [&] {
@@ -192,7 +204,7 @@ TEST(Board, RunsTheRestInOrderWhenATaskReleasesItsOwnQueue) {
 }
 
 TEST(Board, IsHarmlessWhenItHasGone) {
-    auto board = std::make_unique<Board>(Settings{.sensors = {{0, {}}}});
+    auto board = std::make_unique<StrictBoard>(Settings{.sensors = {{0, {}}}});
     NSCam::IHalSensor* const handle = makeHandle(0);
     auto hal3a = zeq::hal3a::IHal3AAssist::createInstance(0);
     auto peripheral = zeq::hal3a::IPeripheralController::GetInstance(0);
@@ -222,7 +234,7 @@ TEST(Board, IsHarmlessWhenItHasGone) {
 
 TEST(Board, NamesTheSectionThatATraceEndCloses) {
     for (bool const second : {false, true}) {
-        Board board({});
+        StrictBoard board({});
         if (second) atrace_end_body();  // the section left open on the first board is not this one's
         atrace_begin_body("outer");
         atrace_begin_body("inner");
@@ -248,7 +260,7 @@ struct Probe : std::stringbuf {
 TEST(Board, LogsInThreadtimeFormatUnlessTurnedOff) {
     Probe probe;
     std::ostream stream(&probe);
-    Board board({.logStream = &stream});
+    StrictBoard board({.logStream = &stream});
     std::string const text(600, 'x');
     log_dbg_print("zeqcam-test", CAM_DEBUG_LEVEL_WARNING, "%s %d", text.c_str(), 7);
     ULogger::sULogger->text(1, "zeqcam-test", 5, "cut", 2000);

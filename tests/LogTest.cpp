@@ -97,13 +97,13 @@ TEST_F(LogTest, ComposesTheDebugPrintFormatWithoutExpandingTheMessage) {
     });
     auto const printed = ofKinds(told, {Kind::DebugPrint});
     ASSERT_EQ(printed.size(), 3U);
-    EXPECT_THAT(printed[0].detail, EndsWith("operator()() [LogTest::%s] fault %d (%s){#%d:%s}"));
+    EXPECT_THAT(printed[0].format, EndsWith("operator()() [LogTest::%s] fault %d (%s){#%d:%s}"));
     EXPECT_THAT(printed[0].shown, MatchesRegex(".*operator\\(\\)\\(\\) \\[LogTest::operator\\(\\)\\] fault 7 "
                                                "\\(operator\\(\\)\\)\\{#[0-9]+:/.*tests/LogTest.cpp\\}"));
     EXPECT_THAT(
-        printed[1].detail,
+        printed[1].format,
         MatchesRegex(".+\\[test-tag\\] LogTest.cpp:[0-9]+ operator\\(\\)\\(\\) \\[LogTest::%s\\] %s"));
-    EXPECT_THAT(printed[2].detail, EndsWith("operator()() [own] %s"));
+    EXPECT_THAT(printed[2].format, EndsWith("operator()() [own] %s"));
     EXPECT_EQ(printed[0].text, "test-tag");
 }
 

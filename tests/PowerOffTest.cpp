@@ -16,8 +16,6 @@ using testing::IsEmpty;
 using testing::Not;
 using testing::UnorderedElementsAre;
 
-std::vector<Kind> const kNoise = {Kind::DebugPrint, Kind::FilenameText, Kind::AndroidLog, Kind::PropertyGet};
-
 std::string notQueued(int sensor) {
     return "W [PowerOnOffController::powerOff] sensorId(" + std::to_string(sensor) +
            ") power-off not queued, runs on the caller's thread";
@@ -80,6 +78,7 @@ TEST_F(PowerOffTest, RunsEveryEntryOnceWhateverTheQueueDoes) {
         std::size_t onCallersThread;
         std::size_t warnings;
     };
+    std::vector<std::string> repeated;
     for (Case const& c : std::vector<Case>{
              {"missing", {.present = false}, 3, 3},
              {"drops", {.runs = TaskRuns::Dropped}, 3, 3},
@@ -108,7 +107,9 @@ TEST_F(PowerOffTest, RunsEveryEntryOnceWhateverTheQueueDoes) {
                     Each(testing::Field(&std::pair<unsigned const, bool>::second, false)));
         controller.reset();
         EXPECT_THAT(ofKinds(entriesOf([&] { board().runHeldTasks(); }), {Kind::SensorPowerOff}), IsEmpty());
+        repeated.push_back("power-off of a sensor that is off: 0");
     }
+    board().expectFaults(repeated);
 }
 
 TEST_F(PowerOffTest, WaitsForATaskThatTheQueueHasBegunWithoutAHandle) {

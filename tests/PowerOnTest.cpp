@@ -15,8 +15,6 @@ using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
 
-std::vector<Kind> const kNoise = {Kind::DebugPrint, Kind::FilenameText, Kind::AndroidLog, Kind::PropertyGet};
-
 class PowerOnTest : public PowerTest {
   protected:
     // What a call did on this thread.
@@ -57,7 +55,8 @@ TEST_F(PowerOnTest, RunsEachWorkerInOrderOnItsOwnThread) {
     auto const told = without(entriesOf([&] {
                                   controller->powerOn({0, 1});
                               }),
-                              {Kind::DebugPrint, Kind::FilenameText});
+                              {Kind::DebugPrint, Kind::FilenameText, Kind::TraceTags, Kind::QosOpen,
+                               Kind::QosWrite, Kind::QosWriteDone, Kind::QosClose});
     auto const threads = threadsOf(told, Kind::SensorPowerOn);
     ASSERT_EQ(threads.size(), 2U);
     // What the QoS hint leaves in the journal: success asks a property, failure is logged.
@@ -158,7 +157,7 @@ TEST_F(PowerOnTest, ReportsAFailedSensorAndGoesOnWithTheOthers) {
     EXPECT_THAT(controller->getStatus(), UnorderedElementsAre(std::pair(0U, true), std::pair(2U, true)));
     auto const print = ofKinds(journal().entries(Kind::DebugPrint), {Kind::DebugPrint});
     EXPECT_TRUE(std::any_of(print.begin(), print.end(), [](Entry const& entry) {
-        return testing::Matches(testing::EndsWith("operator()() [initSensor] %s (%s){#%d:%s}"))(entry.detail);
+        return testing::Matches(testing::EndsWith("operator()() [initSensor] %s (%s){#%d:%s}"))(entry.format);
     }));
 }
 
@@ -207,6 +206,7 @@ TEST_F(PowerOnTest, EndsWhenARecordCannotBeMade) {
         EXPECT_TRUE(controller->powerOn({0, 1}));
         controller->powerOff({0, 1});
     }
+    board().expectFaults(ElementsAre("power-off of a sensor that is off: 0"));  // it had a record
 }
 
 TEST_F(PowerOnTest, AdmitsEachSensorOnceAndKeepsTheOrder) {

@@ -47,6 +47,10 @@ std::string unbalancedSections(std::vector<Entry> const& entries) {
 
 }  // namespace
 
+std::vector<Kind> const kNoise = {Kind::DebugPrint, Kind::FilenameText, Kind::AndroidLog, Kind::PropertyGet,
+                                  Kind::TraceTags,  Kind::QosOpen,      Kind::QosWrite,   Kind::QosWriteDone,
+                                  Kind::QosClose,   Kind::TaskSetFuture};
+
 std::string tell(Entry const& entry) {
     switch (entry.kind) {
         case Kind::TraceBegin:

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "StrictBoard.h"
+
 #include <zeqcam/IPowerOnOffController.h>
 #include <zeqcam/board/Board.h>
 
@@ -28,6 +30,8 @@ std::vector<std::string> tell(std::vector<Entry> const& entries);
 std::vector<Entry> ofThread(std::vector<Entry> const& entries, int thread);
 std::vector<Entry> ofKinds(std::vector<Entry> const& entries, std::vector<Kind> const& kinds);
 std::vector<Entry> without(std::vector<Entry> const& entries, std::vector<Kind> const& kinds);
+// What tells how the library goes about its calls, not what it does with sensors and listeners.
+extern std::vector<Kind> const kNoise;
 // The lines of the unified log, in order.
 std::vector<std::string> logLines(std::vector<Entry> const& entries);
 // The threads of the entries of a kind, in order.
@@ -38,7 +42,7 @@ std::vector<std::string> brokenRules(std::vector<Entry> const& entries);
 
 // A board with sensors 0, 1 and 2 that answer at once and have both services. After each test, whatever it
 // did: every section is closed on the thread that opened it, no handle or service is left, the process-wide
-// lock is free and the calling thread has its priority back.
+// lock is free, the calling thread has its priority back, and no caller was at fault.
 class PowerTest : public testing::Test {
   protected:
     PowerTest();
@@ -49,7 +53,7 @@ class PowerTest : public testing::Test {
     using Controller = std::shared_ptr<NSCam::IPowerOnOffController>;
     static Controller create(std::vector<int> sensorIds);
 
-    board::Board& board() { return *mBoard; }
+    StrictBoard& board() { return *mBoard; }
     board::Journal& journal() { return mBoard->journal(); }
     std::vector<Entry> entries() { return mBoard->journal().entries(); }
     // What `call` added to the journal.
@@ -59,7 +63,7 @@ class PowerTest : public testing::Test {
     board::Settings mSettings;
 
   private:
-    std::optional<board::Board> mBoard;
+    std::optional<StrictBoard> mBoard;
     int mNice = 0;
 };
 

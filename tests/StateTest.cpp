@@ -37,7 +37,7 @@ TEST_F(StateTest, ADestroyedControllerTellsAndPowersOffWhatIsStillOn) {
     controller->powerOff({1});
     auto const told = entriesOf([&] { controller.reset(); });
     EXPECT_THAT(
-        tell(without(told, {Kind::DebugPrint, Kind::FilenameText})),
+        tell(without(told, kNoise)),
         ElementsAre("W [PowerOnOffController::~PowerOnOffController] release but something(0) still in list",
                     "{ 3A notifyPowerOff", "Hal3APowerOff 0", "} 3A notifyPowerOff", "{ CamHw notifyPowerOff",
                     "PeripheralPowerOff 0", "} CamHw notifyPowerOff", "SensorPowerOff 0",

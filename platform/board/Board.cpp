@@ -36,7 +36,7 @@ Board::Board(Settings settings)
 
 Board::~Board() {
     mState->device->retire();
-    setLogControls({.detailsLevel = 0, .normalDetailsMask = 0, .mode = 0, .hasUnifiedLogger = false});
+    clearLogControls();
     gStanding.store(nullptr, std::memory_order_release);
 }
 
@@ -62,6 +62,10 @@ int Board::openServices() const {
 
 std::vector<ExceptionReport> Board::exceptionReports() const {
     return mState->device->exceptionReports();
+}
+
+std::vector<CallerFault> Board::callerFaults() const {
+    return mState->device->callerFaults();
 }
 
 void Board::runHeldTasks() {

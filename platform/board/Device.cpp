@@ -1,6 +1,9 @@
 #include "Device.h"
 
+#include <unistd.h>
+
 #include <algorithm>
+#include <stdexcept>
 
 namespace zeqcam::board {
 
@@ -38,12 +41,12 @@ void Device::change(std::function<void(Settings&)> const& edit) {
     edit(edited->settings);
     publish(std::move(edited));
     setLogControls(settings().log);
-    wakeSensors();
+    wake();
 }
 
 void Device::retire() {
     mRetired.store(true, std::memory_order_release);
-    wakeSensors();
+    wake();
     std::vector<std::weak_ptr<WorkQueue>> queues;
     {
         std::lock_guard const hold(mQueuesLock);
@@ -63,8 +66,10 @@ void Device::publish(std::unique_ptr<Version> version) {
     mPresent.store(mVersions.back().get(), std::memory_order_release);
 }
 
-void Device::wakeSensors() const {
+void Device::wake() {
     for (auto const& [id, sensor] : present().sensors) sensor->wake();
+    std::lock_guard const hold(mQosLock);
+    mQosGoesOn.notify_all();
 }
 
 void Device::add(std::shared_ptr<WorkQueue> const& queue) {
@@ -91,6 +96,37 @@ void Device::add(ExceptionReport report) {
 std::vector<ExceptionReport> Device::exceptionReports() const {
     std::lock_guard const hold(mReportsLock);
     return mReports;
+}
+
+void Device::addFault(char const* what, int sensor) noexcept {
+    note(journal, [&] { return Entry{.kind = Kind::CallerFault, .sensor = sensor, .text = what}; });
+    withoutThrowing([&] {
+        std::lock_guard const hold(mFaultsLock);
+        mFaults.push_back({what, sensor, gettid(), std::chrono::steady_clock::now()});
+    });
+}
+
+std::vector<CallerFault> Device::callerFaults() const {
+    std::lock_guard const hold(mFaultsLock);
+    return mFaults;
+}
+
+void Device::hangQosWrite() {
+    std::lock_guard const hold(mQosLock);
+    while (settings().qosWrites.hang && !isRetired()) mQosGoesOn.wait(mQosLock);
+}
+
+bool isAbsent(std::vector<int> const& absent, std::atomic<int>& requests) {
+    int const nth = requests.fetch_add(1, std::memory_order_relaxed) + 1;
+    return std::count(absent.begin(), absent.end(), nth) > 0;
+}
+
+void throwIfSet(Device const& device, int sensor, Kind call) {
+    Sensor const* const settings = device.settingsOf(sensor);
+    if (settings && settings->throws.count(call) > 0) {
+        throw std::runtime_error(std::string(nameOf(call)) + " of sensor " + std::to_string(sensor) +
+                                 " is set to throw");
+    }
 }
 
 }  // namespace zeqcam::board

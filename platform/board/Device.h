@@ -8,6 +8,7 @@
 #include <zeqcam/board/Journal.h>
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdarg>
 #include <cstdint>
 #include <functional>
@@ -15,12 +16,18 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
+namespace NSCam::CTM {
+class TaskQueue;
+}
+
 namespace zeqcam::board {
 
-extern constinit thread_local bool tInBoard;
+// Asked in every call, so it is where no lookup is needed: the board is there from the start of its process.
+extern constinit thread_local bool tInBoard [[gnu::tls_model("initial-exec")]];
 
 // What inBoard() answers on this thread until the scope ends.
 class InBoard {
@@ -69,6 +76,9 @@ class Device : public std::enable_shared_from_this<Device> {
     Journal journal;
     std::atomic<int> openHandles = 0;
     std::atomic<int> openServices = 0;
+    std::atomic<int> sensorListRequests = 0;
+    std::atomic<int> powerBudgetRequests = 0;
+    std::atomic<int> qosWrites = 0;
 
     // Stays valid, with its present values, as long as the device.
     [[nodiscard]] Settings const& settings() const { return present().settings; }
@@ -89,8 +99,24 @@ class Device : public std::enable_shared_from_this<Device> {
     void add(ExceptionReport report);
     [[nodiscard]] std::vector<ExceptionReport> exceptionReports() const;
 
-    // One line in logcat's threadtime format to the stream of the settings.
-    void writeLogLine(char level, char const* tag, std::string const& message);
+    // `what` as in CallerFault. Leaves an entry in the journal too.
+    void addFault(char const* what, int sensor) noexcept;
+    [[nodiscard]] std::vector<CallerFault> callerFaults() const;
+
+    // Waits while the settings let writes to the QoS file hang.
+    void hangQosWrite();
+
+    // The queue that has this name already, or the one that `make` makes and that has it from now on.
+    template <class Make>
+    std::shared_ptr<NSCam::CTM::TaskQueue> sharedQueue(std::string const& name, Make const& make) {
+        std::lock_guard const hold(mSharedLock);
+        auto queue = mShared[name].lock();
+        if (!queue) mShared[name] = queue = make();
+        return queue;
+    }
+
+    // Its lines in logcat's threadtime format to the stream of the settings.
+    void writeLogText(char level, char const* tag, std::string_view text);
 
   private:
     struct Version {
@@ -100,7 +126,8 @@ class Device : public std::enable_shared_from_this<Device> {
 
     [[nodiscard]] Version const& present() const { return *mPresent.load(std::memory_order_acquire); }
     void publish(std::unique_ptr<Version> version) ZEQCAM_REQUIRES(mChanging);
-    void wakeSensors() const;
+    // Lets whoever hangs look at the settings again.
+    void wake();
 
     std::atomic<Version const*> mPresent = nullptr;
     std::atomic<bool> mRetired = false;
@@ -116,14 +143,32 @@ class Device : public std::enable_shared_from_this<Device> {
     mutable std::mutex mReportsLock;
     std::vector<ExceptionReport> mReports ZEQCAM_GUARDED_BY(mReportsLock);
 
-    std::mutex mStreamLock;  // held while a line is written
+    mutable std::mutex mFaultsLock;
+    std::vector<CallerFault> mFaults ZEQCAM_GUARDED_BY(mFaultsLock);
+
+    std::mutex mSharedLock;
+    std::map<std::string, std::weak_ptr<NSCam::CTM::TaskQueue>> mShared ZEQCAM_GUARDED_BY(mSharedLock);
+
+    std::mutex mQosLock;
+    std::condition_variable_any mQosGoesOn;
+
+    std::mutex mStreamLock;  // held while a text is written
 };
 
 // The device of the board that stands, or null. It stays until the call across the boundary ends: whoever
 // destroys a board guarantees that.
 Device* standing();
 
-// Sets the process-wide controls that the camera's logging reads.
+// Whether the settings leave out the request that is made now, the n-th of `requests`.
+bool isAbsent(std::vector<int> const& absent, std::atomic<int>& requests);
+
+// Throws if the settings say so of this call on a sensor or its services.
+void throwIfSet(Device const& device, int sensor, Kind call);
+
+// Sets the process-wide controls that the camera's logging reads. They refer to `controls` until they are
+// set anew or cleared.
 void setLogControls(LogControls const& controls);
+// Makes them those of a process without a board.
+void clearLogControls();
 
 }  // namespace zeqcam::board

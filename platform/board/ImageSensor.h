@@ -4,27 +4,44 @@
 #include <zeqcam/board/Board.h>
 #include <zeqcam/platform/Hal3A.h>
 
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <deque>
 #include <memory>
 #include <mutex>
+#include <vector>
 
 namespace zeqcam::board {
 
 class Device;
+class SensorHandle;
 
 // One image sensor of the board: whether it is powered, how often it was powered on, and its one peripheral
 // controller. Thread-safe; two power changes at once take their time side by side.
 class ImageSensor {
   public:
-    // Both take their time and answer whether the sensor obeyed.
-    bool powerOn(Device const& device, int id);
-    bool powerOff(Device const& device, int id);
+    ImageSensor();
+    ~ImageSensor();
+    ImageSensor(ImageSensor const&) = delete;
+    ImageSensor& operator=(ImageSensor const&) = delete;
+
+    std::atomic<int> hal3aRequests = 0;
+    std::atomic<int> peripheralRequests = 0;
+
+    // Both take their time and answer whether the sensor obeyed. A call that no caller may make is a fault.
+    bool powerOn(Device& device, int id);
+    bool powerOff(Device& device, int id);
 
     [[nodiscard]] bool isPowered() const;
 
     // Lets the calls that wait look at the settings again.
     void wake();
+
+    // A handle for a caller. It is the sensor's for ever, so that a use after its release is seen.
+    SensorHandle& makeHandle(std::shared_ptr<Device> device, int id, char const* caller);
+    // The handle was released, and may become another one's when a good many others have been.
+    void retire(SensorHandle& handle) noexcept;
 
     // The peripheral controller that is handed out already, or else a new one.
     std::shared_ptr<zeq::hal3a::IPeripheralController> peripheral(Device& device, int id);
@@ -37,6 +54,10 @@ class ImageSensor {
     std::condition_variable_any mWoken;
     bool mPowered ZEQCAM_GUARDED_BY(mLock) = false;
     int mPowerOns ZEQCAM_GUARDED_BY(mLock) = 0;
+    int mPoweringOn ZEQCAM_GUARDED_BY(mLock) = 0;    // power-ons under way
+    bool mAskedOn ZEQCAM_GUARDED_BY(mLock) = false;  // by the last power change, whatever became of it
+    std::vector<std::unique_ptr<SensorHandle>> mHandles ZEQCAM_GUARDED_BY(mLock);
+    std::deque<SensorHandle*> mRetired ZEQCAM_GUARDED_BY(mLock);  // the longest first
     std::weak_ptr<zeq::hal3a::IPeripheralController> mPeripheral ZEQCAM_GUARDED_BY(mLock);
 };
 

@@ -13,6 +13,7 @@ namespace zeqcam::board {
 namespace {
 
 constexpr std::size_t kShards = 64;
+constexpr std::size_t kBlock = 64;  // entries: an earlier one is never moved to make room
 
 // An order number is drawn under the lock of the entry's shard: whoever reads the counter and then takes
 // every lock in turn has seen all entries below what was read. Released, but not acquired: the counter must
@@ -35,7 +36,12 @@ int threadId() {
 struct Journal::State {
     struct alignas(64) Shard {
         mutable std::mutex lock;
-        std::vector<Entry> entries ZEQCAM_GUARDED_BY(lock);
+        std::vector<std::vector<Entry>> blocks ZEQCAM_GUARDED_BY(lock);
+
+        void add(Entry entry) ZEQCAM_REQUIRES(lock) {
+            if (blocks.empty() || blocks.back().size() == kBlock) blocks.emplace_back().reserve(kBlock);
+            blocks.back().push_back(std::move(entry));
+        }
     };
 
     template <class Visit>
@@ -43,8 +49,10 @@ struct Journal::State {
         std::uint64_t const end = gNextOrder.load(std::memory_order_acquire);
         for (Shard const& shard : shards) {
             std::lock_guard const hold(shard.lock);
-            for (Entry const& entry : shard.entries) {
-                if (entry.order < end) visit(entry);
+            for (auto const& block : shard.blocks) {
+                for (Entry const& entry : block) {
+                    if (entry.order < end) visit(entry);
+                }
             }
         }
     }
@@ -81,7 +89,7 @@ void Journal::add(Entry entry) {
         std::lock_guard const hold(shard.lock);
         entry.time = std::chrono::steady_clock::now();
         entry.order = gNextOrder.fetch_add(1, std::memory_order_release);
-        shard.entries.push_back(std::move(entry));
+        shard.add(std::move(entry));
     }
     mState->added.fetch_add(1, std::memory_order_release);
     mState->added.notify_all();
@@ -104,8 +112,10 @@ void Journal::clear() {
     std::uint64_t const end = gNextOrder.load(std::memory_order_acquire);
     for (State::Shard& shard : mState->shards) {
         std::lock_guard const hold(shard.lock);
-        std::erase_if(shard.entries, [end](Entry const& entry) { return entry.order < end; });
-        shard.entries.shrink_to_fit();
+        for (auto& block : shard.blocks) {
+            std::erase_if(block, [end](Entry const& entry) { return entry.order < end; });
+        }
+        std::erase_if(shard.blocks, [](auto const& block) { return block.empty(); });
     }
 }
 
@@ -147,6 +157,7 @@ std::string_view nameOf(Kind kind) {
         NAME(QueueCreate);
         NAME(QueueRelease);
         NAME(TaskPost);
+        NAME(TaskSetFuture);
         NAME(TaskFuture);
         NAME(TaskRun);
         NAME(TaskRunDone);
@@ -155,10 +166,15 @@ std::string_view nameOf(Kind kind) {
         NAME(CriticalTask);
         NAME(PowerBudgetGet);
         NAME(PowerBudget);
+        NAME(QosOpen);
+        NAME(QosWrite);
+        NAME(QosWriteDone);
+        NAME(QosClose);
         NAME(DebugPrint);
         NAME(FilenameText);
         NAME(UnifiedLog);
         NAME(AndroidLog);
+        NAME(TraceTags);
         NAME(TraceBegin);
         NAME(TraceEnd);
         NAME(ProfileBegin);
@@ -166,6 +182,7 @@ std::string_view nameOf(Kind kind) {
         NAME(ProfileEnd);
         NAME(PropertyGet);
         NAME(ExceptionReport);
+        NAME(CallerFault);
     }
 #undef NAME
     return "?";

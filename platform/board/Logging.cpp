@@ -16,11 +16,17 @@
 
 using NSCam::Utils::ULog::ULogger;
 
+namespace {
+
+constexpr char const* kPrefixes[] = {"D", "E", "W", "I"};  // while no board stands
+
+}  // namespace
+
 cam_debug_level_record g_logInfoLv[] = {
-    {.prefix = "D"},
-    {.prefix = "E"},
-    {.prefix = "W"},
-    {.prefix = "I"},
+    {.prefix = kPrefixes[0]},
+    {.prefix = kPrefixes[1]},
+    {.prefix = kPrefixes[2]},
+    {.prefix = kPrefixes[3]},
 };
 
 std::uint32_t ULogger::sDetailsLevel = 0;
@@ -33,6 +39,8 @@ namespace {
 
 constexpr std::uint8_t kLevelEnabled = 0x80;
 constexpr std::size_t kTagColumn = 8;
+constexpr std::size_t kPayload = 4068;    // what logd takes of one entry: level, tag and text
+constexpr std::size_t kLevelAndEnds = 3;  // the level's byte and a zero behind either text
 
 char letterAt(std::string_view letters, std::int64_t level) {
     return level >= 0 && level < std::ssize(letters) ? letters[static_cast<std::size_t>(level)] : '?';
@@ -70,7 +78,7 @@ class UnifiedLogger final : public ULogger {
                              .text = textOf(tag),
                              .shown = shown};
             });
-            device->writeLogLine(unifiedLetter(level), tag, shown);
+            device->writeLogText(unifiedLetter(level), tag, shown);
         });
     }
 };
@@ -87,10 +95,14 @@ void logFormatted(Kind kind, int level, char letter, char const* tag, char const
         std::string const shown = expand(format, values);
         note(device->journal, [&] {
             return Entry{
-                .kind = kind, .number = level, .text = textOf(tag), .detail = format, .shown = shown};
+                .kind = kind, .number = level, .text = textOf(tag), .format = format, .shown = shown};
         });
-        device->writeLogLine(letter, tag, shown);
+        device->writeLogText(letter, tag, shown);
     });
+}
+
+void setPrefix(int level, char const* prefix) {
+    __atomic_store_n(&g_logInfoLv[level].prefix, prefix, __ATOMIC_RELAXED);
 }
 
 // "MM-DD HH:MM:SS.mmm", local time.
@@ -119,17 +131,24 @@ std::string expand(char const* format, std::va_list values) {
     return text;
 }
 
-void Device::writeLogLine(char level, char const* tag, std::string const& message) {
+void Device::writeLogText(char level, char const* tag, std::string_view text) {
     std::ostream* const stream = settings().logStream;
     if (!stream) return;
     std::array<char, 32> ids{};
     std::snprintf(ids.data(), ids.size(), " %5d %5d %c ", getpid(), gettid(), level);
     std::string column = textOf(tag);
+    std::size_t const taken = std::min(column.size() + kLevelAndEnds, kPayload);
     column.resize(std::max(column.size(), kTagColumn), ' ');
-    std::string line = timeOfDay().data() + (ids.data() + column) + ": " + message;
-    if (!line.ends_with('\n')) line += '\n';
+    std::string const header = timeOfDay().data() + (ids.data() + column) + ": ";
+    text = text.substr(0, kPayload - taken);
+    std::string lines;
+    do {
+        std::size_t const end = std::min(text.find('\n'), text.size());
+        lines.append(header).append(text.substr(0, end)).append("\n");
+        text.remove_prefix(std::min(end + 1, text.size()));
+    } while (!text.empty());
     std::lock_guard const hold(mStreamLock);
-    *stream << line << std::flush;
+    *stream << lines << std::flush;
 }
 
 // Written like the library reads them, word by word: a change while others log is no race.
@@ -142,8 +161,19 @@ void setLogControls(LogControls const& controls) {
     for (int level = 0; level < std::ssize(g_logInfoLv); ++level) {
         auto const& off = controls.debugPrintLevelsOff;
         bool const enabled = std::count(off.begin(), off.end(), level) == 0;
-        std::uint8_t const flags = enabled ? kLevelEnabled : std::uint8_t{0};
+        auto const flags = static_cast<std::uint8_t>((enabled ? kLevelEnabled : 0) |
+                                                     (controls.debugPrintOtherFlags & ~kLevelEnabled));
         __atomic_store_n(&g_logInfoLv[level].flags, flags, __ATOMIC_RELAXED);
+        // The same text is not set anew: prefixes are read without regard to other threads, as on a device.
+        char const* const prefix = controls.debugPrintPrefixes[static_cast<std::size_t>(level)].c_str();
+        if (std::strcmp(g_logInfoLv[level].prefix, prefix) != 0) setPrefix(level, prefix);
+    }
+}
+
+void clearLogControls() {
+    setLogControls({.detailsLevel = 0, .normalDetailsMask = 0, .mode = 0, .hasUnifiedLogger = false});
+    for (int level = 0; level < std::ssize(g_logInfoLv); ++level) {
+        if (g_logInfoLv[level].prefix != kPrefixes[level]) setPrefix(level, kPrefixes[level]);
     }
 }
 
@@ -170,6 +200,7 @@ char const* get_filename_log_control(char const* path) {
     InBoard const inside;
     if (Device* const device = standing()) {
         note(device->journal, [&] { return Entry{.kind = Kind::FilenameText, .text = textOf(path)}; });
+        if (auto const& text = device->settings().log.fileText) return text->c_str();
     }
     if (!path) return "";
     char const* const slash = std::strrchr(path, '/');

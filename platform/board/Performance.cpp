@@ -66,7 +66,9 @@ NSCam::IPowerBudgetHelper* NSCam::IPowerBudgetHelper::getInstance() {
     static PowerBudget budget;
     Device* const device = standing();
     if (!device) return nullptr;
-    bool const present = device->settings().hasPowerBudget;
+    Settings const& settings = device->settings();
+    bool const present =
+        !isAbsent(settings.powerBudgetAbsent, device->powerBudgetRequests) && settings.hasPowerBudget;
     note(device->journal, [&] { return Entry{.kind = Kind::PowerBudgetGet, .number = present}; });
     return present ? &budget : nullptr;
 }

@@ -18,8 +18,12 @@ std::int32_t Properties::property_get_int32(char const* name, std::int32_t defau
     auto const found = std::find_if(properties.begin(), properties.end(),
                                     [name](auto const& property) { return name && property.first == name; });
     std::int32_t const value = found == properties.end() ? defaultValue : found->second;
-    note(device->journal,
-         [&] { return Entry{.kind = Kind::PropertyGet, .number = value, .text = textOf(name)}; });
+    note(device->journal, [&] {
+        return Entry{.kind = Kind::PropertyGet,
+                     .number = value,
+                     .text = textOf(name),
+                     .detail = std::to_string(defaultValue)};
+    });
     return value;
 }
 
@@ -35,6 +39,7 @@ void Ulx::triggerUlxException(char const* module, char const* reserved, char con
             return Entry{.kind = Kind::ExceptionReport,
                          .text = report.module,
                          .detail = textOf(reserved),
+                         .format = textOf(message),
                          .shown = report.message};
         });
         device->add(std::move(report));

@@ -1,3 +1,5 @@
+#include "Device.h"
+
 #include <zeqcam/ThreadSafety.h>
 #include <zeqcam/board/QosFile.h>
 
@@ -221,6 +223,7 @@ void make(QosFile::Is is) ZEQCAM_REQUIRES(gLock) {
 }  // namespace
 
 std::string QosFile::provide() {
+    InBoard const inside;
     std::lock_guard const hold(gLock);
     if (gProvided) return {};
     try {
@@ -242,6 +245,7 @@ bool QosFile::provided() {
 }
 
 void QosFile::set(Is is) {
+    InBoard const inside;
     std::lock_guard const hold(gLock);
     if (!gProvided) return;
     makeWritableAgain();
@@ -252,12 +256,14 @@ void QosFile::set(Is is) {
 }
 
 std::vector<std::string> QosFile::takeLines() {
+    InBoard const inside;
     std::lock_guard const hold(gLock);
     if (gProvided) gather();
     return std::exchange(gLines, {});
 }
 
 std::string QosFile::bytes() {
+    InBoard const inside;
     std::lock_guard const hold(gLock);
     return gProvided ? gTaken + written().text : std::string();
 }

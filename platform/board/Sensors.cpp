@@ -5,12 +5,17 @@
 #include <sys/resource.h>
 
 #include <algorithm>
+#include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <random>
 #include <span>
 
 namespace zeqcam::board {
 namespace {
+
+// A handle is not handed out again before so many others of its sensor have been released after it.
+constexpr std::size_t kRetiredHandles = 64;
 
 // Drawn from the seed, the sensor and the number of the power-on alone: which power-ons fail does not depend
 // on how threads interleave.
@@ -27,36 +32,51 @@ bool fails(PowerOnFault const& fault, std::uint64_t seed, int id, int powerOns) 
            failsByChance(fault.probability, seed, id, powerOns);
 }
 
+}  // namespace
+
+// Every call is noted first, then looked at for faults of its caller.
 class SensorHandle final : public NSCam::IHalSensor {
   public:
-    SensorHandle(std::shared_ptr<Device> device, int id) : mDevice(std::move(device)), mId(id) {
-        mDevice->openHandles.fetch_add(1, std::memory_order_relaxed);
+    SensorHandle(Device& device, ImageSensor& sensor, int id) : mDevice(device), mSensor(sensor), mId(id) {}
+
+    // Makes it the caller's, and keeps the device until it is released.
+    void giveTo(char const* caller, std::shared_ptr<Device> device) {
+        mCaller = textOf(caller);
+        mOpen = std::move(device);
+        mPoweredOn.store(false, std::memory_order_relaxed);
+        mReleased.store(false, std::memory_order_relaxed);
+        mDevice.openHandles.fetch_add(1, std::memory_order_relaxed);
     }
 
     void release(char const* caller) override {
         InBoard const inside;
         noteCall(Kind::SensorRelease, caller, mId);
-        delete this;
+        if (!mayCall(caller)) return;
+        if (mPoweredOn.load(std::memory_order_relaxed) && mSensor.isPowered()) {
+            mDevice.addFault("a handle released while its sensor is powered", mId);
+        }
+        mReleased.store(true, std::memory_order_relaxed);
+        mDevice.openHandles.fetch_sub(1, std::memory_order_relaxed);
+        auto const device = std::move(mOpen);  // its end may be this handle's
+        mSensor.retire(*this);
     }
 
     std::int32_t powerOn(char const* caller, std::uint32_t count, std::uint32_t const* indices) override {
         InBoard const inside;
-        note(mDevice->journal, [&] {
-            return Entry{.kind = Kind::SensorPowerOn,
-                         .sensor = first(count, indices),
-                         .number = count,
-                         .text = textOf(caller),
-                         .detail = std::to_string(getpriority(PRIO_PROCESS, 0))};
-        });
-        bool const up = forEach(count, indices, &ImageSensor::powerOn);
+        noteChange(Kind::SensorPowerOn, caller, count, indices,
+                   [] { return std::to_string(getpriority(PRIO_PROCESS, 0)); });
+        bool const up = mayChange(caller, count, indices) && forEach(count, indices, &ImageSensor::powerOn);
+        if (up) mPoweredOn.store(true, std::memory_order_relaxed);
         noteCall(Kind::SensorPowerOnDone, caller, first(count, indices), up);
         return up ? 1 : 0;
     }
 
     std::int32_t powerOff(char const* caller, std::uint32_t count, std::uint32_t const* indices) override {
         InBoard const inside;
-        noteCall(Kind::SensorPowerOff, caller, first(count, indices), count);
-        bool const down = forEach(count, indices, &ImageSensor::powerOff);
+        noteChange(Kind::SensorPowerOff, caller, count, indices, [] { return std::string(); });
+        bool const may = mayChange(caller, count, indices);
+        if (may) mPoweredOn.store(false, std::memory_order_relaxed);
+        bool const down = may && forEach(count, indices, &ImageSensor::powerOff);
         noteCall(Kind::SensorPowerOffDone, caller, first(count, indices), down);
         return down ? 1 : 0;
     }
@@ -64,37 +84,79 @@ class SensorHandle final : public NSCam::IHalSensor {
     std::int32_t afterPowerOn(char const* caller, std::uint32_t index) override {
         InBoard const inside;
         noteCall(Kind::SensorAfterPowerOn, caller, static_cast<int>(index));
+        if (mayChange(caller, 1, &index)) throwIfSet(mDevice, mId, Kind::SensorAfterPowerOn);
         return 0;
     }
 
   private:
-    ~SensorHandle() { mDevice->openHandles.fetch_sub(1, std::memory_order_relaxed); }
-
     void noteCall(Kind kind, char const* caller, int sensor, std::int64_t number = 0) {
-        note(mDevice->journal,
+        note(mDevice.journal,
              [&] { return Entry{.kind = kind, .sensor = sensor, .number = number, .text = textOf(caller)}; });
+    }
+
+    template <class Detail>
+    void noteChange(Kind kind, char const* caller, std::uint32_t count, std::uint32_t const* indices,
+                    Detail const& detail) {
+        note(mDevice.journal, [&] {
+            std::vector<int> all;
+            if (indices) all.assign(indices, indices + count);
+            return Entry{.kind = kind,
+                         .sensor = first(count, indices),
+                         .number = count,
+                         .text = textOf(caller),
+                         .detail = detail(),
+                         .sensors = std::move(all)};
+        });
     }
 
     [[nodiscard]] int first(std::uint32_t count, std::uint32_t const* indices) const {
         return count > 0 && indices ? static_cast<int>(indices[0]) : mId;
     }
 
-    // Whether there was at least one sensor to change and every one obeyed.
+    // False when the call must not be carried out.
+    bool mayCall(char const* caller) {
+        if (mReleased.load(std::memory_order_relaxed)) {
+            mDevice.addFault("a handle used after its release", mId);
+            return false;
+        }
+        if (mCaller != textOf(caller)) mDevice.addFault("a handle used in another caller's name", mId);
+        return true;
+    }
+
+    bool mayChange(char const* caller, std::uint32_t count, std::uint32_t const* indices) {
+        if (!mayCall(caller)) return false;
+        if (count == 0 || !indices) {
+            mDevice.addFault("a call for no sensor", mId);
+            return false;
+        }
+        bool const onlyOwn = std::all_of(indices, indices + count,
+                                         [this](auto index) { return static_cast<int>(index) == mId; });
+        if (!onlyOwn) mDevice.addFault("a handle used for another sensor", mId);
+        return true;
+    }
+
+    // Whether every sensor obeyed.
     bool forEach(std::uint32_t count, std::uint32_t const* indices,
-                 bool (ImageSensor::*change)(Device const&, int)) {
-        if (count == 0 || !indices) return false;
+                 bool (ImageSensor::*change)(Device&, int)) {
         bool all = true;
         for (std::uint32_t const index : std::span(indices, count)) {
             int const id = static_cast<int>(index);
-            ImageSensor* const sensor = mDevice->sensor(id);
-            all = sensor && (sensor->*change)(*mDevice, id) && all;
+            ImageSensor* const sensor = mDevice.sensor(id);
+            all = sensor && (sensor->*change)(mDevice, id) && all;
         }
         return all;
     }
 
-    std::shared_ptr<Device> const mDevice;
+    Device& mDevice;
+    ImageSensor& mSensor;
     int const mId;
+    std::string mCaller;
+    std::shared_ptr<Device> mOpen;  // empty once it is released
+    std::atomic<bool> mReleased = false;
+    std::atomic<bool> mPoweredOn = false;  // through this handle, and not off since
 };
+
+namespace {
 
 class SensorList final : public NSCam::IHalSensorList {
   public:
@@ -103,34 +165,49 @@ class SensorList final : public NSCam::IHalSensorList {
         Device* const device = standing();
         if (!device) return nullptr;
         Sensor const* const settings = device->settingsOf(index);
-        bool const makes = device->settings().hasSensorList && settings && settings->hasHandle;
+        bool const throws = settings && settings->throws.count(Kind::SensorCreate) > 0;
+        bool const makes = device->settings().hasSensorList && settings && settings->hasHandle && !throws;
         NSCam::IHalSensor* const handle =
-            makes ? new SensorHandle(device->shared_from_this(), index) : nullptr;
+            makes ? &device->sensor(index)->makeHandle(device->shared_from_this(), index, caller) : nullptr;
         note(device->journal, [&] {
             return Entry{
                 .kind = Kind::SensorCreate, .sensor = index, .number = makes, .text = textOf(caller)};
         });
+        throwIfSet(*device, index, Kind::SensorCreate);
         return handle;
     }
 };
 
 }  // namespace
 
-bool ImageSensor::powerOn(Device const& device, int id) {
+ImageSensor::ImageSensor() = default;
+ImageSensor::~ImageSensor() = default;
+
+bool ImageSensor::powerOn(Device& device, int id) {
     Sensor const* const settings = device.settingsOf(id);
     if (!settings) return false;
     std::lock_guard const hold(mLock);
+    if (mAskedOn && (mPowered || mPoweringOn > 0)) {
+        device.addFault("power-on of a sensor that is on", id);
+    }
+    mAskedOn = true;
+    throwIfSet(device, id, Kind::SensorPowerOn);
     bool const up = !fails(settings->powerOnFails, device.settings().seed, id, ++mPowerOns);
+    ++mPoweringOn;
     takeTime(device, settings->powerOnTime);
     if (settings->powerOnHangs) hangWhile(device, id, &Sensor::powerOnHangs);
+    --mPoweringOn;
     if (up) mPowered = true;
     return up;
 }
 
-bool ImageSensor::powerOff(Device const& device, int id) {
+bool ImageSensor::powerOff(Device& device, int id) {
     Sensor const* const settings = device.settingsOf(id);
     if (!settings) return false;
     std::lock_guard const hold(mLock);
+    if (!mAskedOn && !mPowered) device.addFault("power-off of a sensor that is off", id);
+    mAskedOn = false;
+    throwIfSet(device, id, Kind::SensorPowerOff);
     takeTime(device, settings->powerOffTime);
     if (settings->powerOffHangs) hangWhile(device, id, &Sensor::powerOffHangs);
     if (!settings->powerOffFails) mPowered = false;
@@ -145,6 +222,24 @@ bool ImageSensor::isPowered() const {
 void ImageSensor::wake() {
     std::lock_guard const hold(mLock);
     mWoken.notify_all();
+}
+
+SensorHandle& ImageSensor::makeHandle(std::shared_ptr<Device> device, int id, char const* caller) {
+    std::lock_guard const hold(mLock);
+    SensorHandle* handle = nullptr;
+    if (mRetired.size() > kRetiredHandles) {
+        handle = mRetired.front();
+        mRetired.pop_front();
+    } else {
+        handle = mHandles.emplace_back(std::make_unique<SensorHandle>(*device, *this, id)).get();
+    }
+    handle->giveTo(caller, std::move(device));
+    return *handle;
+}
+
+void ImageSensor::retire(SensorHandle& handle) noexcept {
+    std::lock_guard const hold(mLock);
+    withoutThrowing([&] { mRetired.push_back(&handle); });
 }
 
 void ImageSensor::hangWhile(Device const& device, int id, bool Sensor::*hangs) {
@@ -168,7 +263,9 @@ NSCam::IHalSensorList* NSCam::IHalSensorList::get() {
     static SensorList list;
     Device* const device = standing();
     if (!device) return nullptr;
-    bool const present = device->settings().hasSensorList;
+    Settings const& settings = device->settings();
+    bool const present =
+        !isAbsent(settings.sensorListAbsent, device->sensorListRequests) && settings.hasSensorList;
     note(device->journal, [&] { return Entry{.kind = Kind::SensorListGet, .number = present}; });
     return present ? &list : nullptr;
 }

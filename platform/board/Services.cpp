@@ -11,6 +11,8 @@ namespace {
 struct Hal3A {
     using Interface = zeq::hal3a::IHal3AAssist;
     static constexpr auto kSettings = &Sensor::hal3a;
+    static constexpr auto kAbsent = &Sensor::hal3aAbsent;
+    static constexpr auto kRequests = &ImageSensor::hal3aRequests;
     static constexpr Kind kGet = Kind::Hal3AGet;
     static constexpr Kind kPowerOn = Kind::Hal3APowerOn;
     static constexpr Kind kPowerOff = Kind::Hal3APowerOff;
@@ -20,6 +22,8 @@ struct Hal3A {
 struct Peripheral {
     using Interface = zeq::hal3a::IPeripheralController;
     static constexpr auto kSettings = &Sensor::peripheral;
+    static constexpr auto kAbsent = &Sensor::peripheralAbsent;
+    static constexpr auto kRequests = &ImageSensor::peripheralRequests;
     static constexpr Kind kGet = Kind::PeripheralGet;
     static constexpr Kind kPowerOn = Kind::PeripheralPowerOn;
     static constexpr Kind kPowerOff = Kind::PeripheralPowerOff;
@@ -32,6 +36,15 @@ template <class Traits>
 std::optional<Service> settingsOf(Device const& device, int sensor) {
     Sensor const* const settings = device.settingsOf(sensor);
     return settings ? settings->*Traits::kSettings : std::nullopt;
+}
+
+// To be asked once for each request.
+template <class Traits>
+bool isProvided(Device const& device, int id) {
+    ImageSensor* const sensor = device.sensor(id);
+    Sensor const* const settings = device.settingsOf(id);
+    return sensor && settings && !isAbsent(settings->*Traits::kAbsent, sensor->*Traits::kRequests) &&
+           settings->*Traits::kSettings;
 }
 
 template <class Traits>
@@ -57,6 +70,7 @@ class SensorService final : public Traits::Interface {
         std::optional<Service> const settings = settingsOf<Traits>(*mDevice, mSensor);
         std::int32_t const result = settings ? (*settings).*status : kServiceGone;
         noteCall(kind, result);
+        throwIfSet(*mDevice, mSensor, kind);
         return result;
     }
 
@@ -76,9 +90,10 @@ std::shared_ptr<typename Traits::Interface> get(unsigned int sensorIndex, Make c
     if (!device) return {};
     int const sensor = static_cast<int>(sensorIndex);
     std::shared_ptr<typename Traits::Interface> service;
-    if (settingsOf<Traits>(*device, sensor)) service = make(*device, sensor);
+    if (isProvided<Traits>(*device, sensor)) service = make(*device, sensor);
     note(device->journal,
          [&] { return Entry{.kind = Traits::kGet, .sensor = sensor, .number = service != nullptr}; });
+    throwIfSet(*device, sensor, Traits::kGet);
     return service;
 }
 

@@ -7,6 +7,8 @@
 #include <pthread.h>
 
 #include <algorithm>
+#include <latch>
+#include <stdexcept>
 #include <system_error>
 #include <thread>
 #include <utility>
@@ -35,6 +37,12 @@ class Handle final : public NSCam::CTM::TaskHandle {
 
     void setFuture(std::shared_future<void> future) override {
         InBoard const inside;
+        note(mDevice->journal, [&] {
+            return Entry{.kind = Kind::TaskSetFuture,
+                         .number = mValue,
+                         .text = mQueue,
+                         .detail = future.valid() ? "" : "none"};
+        });
         std::lock_guard const hold(mLock);
         mFuture = std::move(future);
     }
@@ -56,6 +64,8 @@ char const* nameOf(TaskHandles handles) {
             return "none";
         case TaskHandles::NoFuture:
             return "no future";
+        case TaskHandles::Throws:
+            return "throws";
     }
     return "?";
 }
@@ -97,15 +107,35 @@ class Threads {
     std::vector<std::thread> mThreads;
 };
 
-}  // namespace
-
-void runTask(Device& device, Task const& task) {
+void runOnce(Device& device, Task const& task) {
     note(device.journal, [&] { return taskEntry(Kind::TaskRun, task); });
     {
         InBoard const outside(false);
         (*task.function)();
     }
     note(device.journal, [&] { return taskEntry(Kind::TaskRunDone, task); });
+}
+
+void runOnTwoThreads(Device& device, Task const& task) {
+    std::latch bothAreThere(2);
+    auto const run = [&] {
+        bothAreThere.arrive_and_wait();
+        runOnce(device, task);
+    };
+    std::thread other([&] {
+        InBoard const inside;
+        run();
+    });
+    run();
+    other.join();
+}
+
+}  // namespace
+
+void runTask(Device& device, Task const& task) {
+    if (task.runs == TaskRuns::TwiceAtOnce) return runOnTwoThreads(device, task);
+    runOnce(device, task);
+    if (task.runs == TaskRuns::Twice) runOnce(device, task);
 }
 
 void noteDropped(Device& device, Task const& task) {
@@ -202,21 +232,25 @@ class TaskQueue {
         Device& device = mWork->device();
         Queue const& settings = device.settings().queue;
         std::shared_ptr<TaskHandle> handle;
-        if (settings.handles != TaskHandles::NoHandle) {
+        if (settings.handles == TaskHandles::Given || settings.handles == TaskHandles::NoFuture) {
             bool const givesFuture = settings.handles == TaskHandles::Given;
             handle = std::make_shared<Handle>(device.shared_from_this(), mWork->name(), value, givesFuture);
         }
-        Task task{std::move(function), mWork->name(), value};
+        TaskRuns const runs = device.isRetired() ? TaskRuns::Queued : settings.runs;
+        Task task{std::move(function), mWork->name(), value, runs};
         note(device.journal, [&] { return taskEntry(Kind::TaskPost, task, nameOf(settings.handles)); });
-        take(std::move(task), device.isRetired() ? TaskRuns::Queued : settings.runs, settings.lateBy);
+        take(std::move(task), settings.lateBy);
+        if (settings.handles == TaskHandles::Throws) throw std::runtime_error("a post is set to throw");
         return handle;
     }
 
   private:
-    void take(Task task, TaskRuns runs, std::chrono::microseconds lateBy) {
+    void take(Task task, std::chrono::microseconds lateBy) {
         Device& device = mWork->device();
-        switch (runs) {
+        switch (task.runs) {
             case TaskRuns::Queued:
+            case TaskRuns::Twice:
+            case TaskRuns::TwiceAtOnce:
                 return mWork->post(std::move(task), std::chrono::microseconds(0));
             case TaskRuns::Late:
                 return mWork->post(std::move(task), lateBy);
@@ -254,7 +288,11 @@ std::shared_ptr<TaskQueue> CentralTaskMgr::createQueue(QueueParam const& param) 
     InBoard const inside;
     Device* const device = standing();
     if (!device) return {};
-    auto queue = device->settings().queue.present ? makeQueue(*device, param.name) : nullptr;
+    Queue const& settings = device->settings().queue;
+    auto const make = [&] { return makeQueue(*device, param.name); };
+    auto queue = !settings.present ? nullptr
+                 : settings.shared ? device->sharedQueue(param.name, make)
+                                   : make();
     note(device->journal, [&] {
         return Entry{.kind = Kind::QueueCreate,
                      .number = param.type,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <zeqcam/ThreadSafety.h>
+#include <zeqcam/board/Board.h>
 
 #include <chrono>
 #include <condition_variable>
@@ -19,9 +20,10 @@ struct Task {
     std::unique_ptr<std::function<void()>> function;
     std::string queue;
     unsigned int value = 0;
+    TaskRuns runs = TaskRuns::Queued;  // how often, and on how many threads
 };
 
-// Runs it as its owner's code, on the calling thread.
+// Runs it as its owner's code, on the calling thread; where it is to run on two at once, on another too.
 void runTask(Device& device, Task const& task);
 // Notes that it will never run. The caller destroys it.
 void noteDropped(Device& device, Task const& task);

@@ -52,8 +52,13 @@ static_assert(sizeof(Profile) <= sizeof(NSCam::Utils::CamProfile) && std::is_tri
 using namespace zeqcam::board;
 
 std::uint64_t atrace_get_enabled_tags() {
-    Device const* const device = standing();
-    return device ? device->settings().traceTags : 0;
+    InBoard const inside;
+    Device* const device = standing();
+    if (!device) return 0;
+    std::uint64_t const tags = device->settings().traceTags;
+    note(device->journal,
+         [&] { return Entry{.kind = Kind::TraceTags, .number = static_cast<std::int64_t>(tags)}; });
+    return tags;
 }
 
 void atrace_begin_body(char const* label) {
@@ -111,8 +116,10 @@ void CamProfile::print(char const* format, ...) const {
     if (!device) return;
     std::va_list values;
     va_start(values, format);
-    note(device->journal,
-         [&] { return Entry{.kind = Kind::ProfileMark, .text = expand(textOf(format), values)}; });
+    note(device->journal, [&] {
+        return Entry{
+            .kind = Kind::ProfileMark, .text = expand(textOf(format), values), .format = textOf(format)};
+    });
     va_end(values);
 }
 

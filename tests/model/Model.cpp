@@ -22,7 +22,8 @@ std::string sensorId(int sensor) {
 
 bool Outcome::operator==(Outcome const& other) const {
     return result == other.result && callersLines == other.callersLines &&
-           workersLines == other.workersLines && unorderedLines == other.unorderedLines;
+           workersLines == other.workersLines && unorderedLines == other.unorderedLines &&
+           callerFaults == other.callerFaults;
 }
 
 void Model::create(int controller, std::vector<int> const& sensorIds, bool hasQueue) {
@@ -37,7 +38,7 @@ Outcome Model::destroy(int controller, StepFaults const& faults) {
         outcome.unorderedLines.insert(
             line('W', "~PowerOnOffController",
                  "release but something(" + std::to_string(sensor) + ") still in list"));
-        switchOff(sensor, faults);
+        switchOff(sensor, faults, outcome);
     }
     if (mHolder == controller) mHolder.reset();
     mControllers.erase(controller);
@@ -115,6 +116,9 @@ bool Model::powerOnOps(Controller& controller, std::vector<int> const& admitted,
 
 void Model::work(int sensor, StepFaults const& faults, Outcome& outcome) {
     outcome.workersLines.insert("D [initSensor] powerOnSensor: " + widened(sensor));
+    if (!mAskedOn.insert(sensor).second && mPowered.count(sensor) != 0) {
+        outcome.callerFaults.insert("power-on of a sensor that is on: " + std::to_string(sensor));
+    }
     if (faults.failsPowerOn.count(sensor) != 0) {
         outcome.workersLines.insert("E [initSensor] sensorIndex:" + widened(sensor) + " powerOn failed");
         return;
@@ -138,7 +142,7 @@ Outcome Model::powerOff(int controller, std::vector<int> const& sensorIds, StepF
         if (posts && (faults.tasksAreLeft || !called.hasQueue)) {
             tell('W', sensorId(sensor) + " power-off not queued, runs on the caller's thread");
         }
-        if (called.records.count(sensor) != 0) switchOff(sensor, faults);
+        if (called.records.count(sensor) != 0) switchOff(sensor, faults, outcome);
     }
     for (int const sensor : sensorIds) called.records.erase(sensor);
     if (called.records.empty()) {
@@ -153,7 +157,10 @@ Outcome Model::powerOff(int controller, std::vector<int> const& sensorIds, StepF
     return outcome;
 }
 
-void Model::switchOff(int sensor, StepFaults const& faults) {
+void Model::switchOff(int sensor, StepFaults const& faults, Outcome& outcome) {
+    if (mAskedOn.erase(sensor) == 0 && mPowered.count(sensor) == 0) {
+        outcome.callerFaults.insert("power-off of a sensor that is off: " + std::to_string(sensor));
+    }
     if (faults.failsPowerOff.count(sensor) == 0) mPowered.erase(sensor);
 }
 

@@ -30,6 +30,7 @@ struct Outcome {
     std::vector<std::string> callersLines;      // in order
     std::multiset<std::string> workersLines;    // of several threads at once
     std::multiset<std::string> unorderedLines;  // of the caller, in the order of a hash map
+    std::multiset<std::string> callerFaults;    // that the board sees, with the sensor
     bool operator==(Outcome const& other) const;
 };
 
@@ -58,11 +59,12 @@ class Model {
     bool powerOnOps(Controller& controller, std::vector<int> const& admitted, StepFaults const& faults,
                     Outcome& outcome);
     void work(int sensor, StepFaults const& faults, Outcome& outcome);
-    void switchOff(int sensor, StepFaults const& faults);
+    void switchOff(int sensor, StepFaults const& faults, Outcome& outcome);
 
     std::map<int, Controller> mControllers;
     std::optional<int> mHolder;  // the controller whose power-on has taken the lock
     std::set<int> mPowered;
+    std::set<int> mAskedOn;  // by the last power change, whatever became of it
 };
 
 }  // namespace zeqcam::tests

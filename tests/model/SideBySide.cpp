@@ -45,6 +45,9 @@ Outcome outcomeOf(std::vector<Entry> const& told, std::optional<bool> result, bo
             outcome.callersLines.push_back(line);
         }
     }
+    for (Entry const& entry : ofKinds(told, {Kind::CallerFault})) {
+        outcome.callerFaults.insert(entry.text + ": " + std::to_string(entry.sensor));
+    }
     return outcome;
 }
 
@@ -54,12 +57,14 @@ std::string shown(Outcome const& outcome) {
     for (auto const& line : outcome.callersLines) text << "  " << line << '\n';
     for (auto const& line : outcome.workersLines) text << "  (worker) " << line << '\n';
     for (auto const& line : outcome.unorderedLines) text << "  (any order) " << line << '\n';
+    for (auto const& fault : outcome.callerFaults) text << "  (fault) " << fault << '\n';
     return text.str();
 }
 
 }  // namespace
 
-SideBySide::SideBySide(Choose choose) : mChoose(std::move(choose)), mBoard(settings()) {
+SideBySide::SideBySide(Choose choose)
+    : mChoose(std::move(choose)), mNice(getpriority(PRIO_PROCESS, 0)), mBoard(settings()) {
     for (int controller = 0; controller < kControllers; ++controller) create(controller);
 }
 
@@ -174,7 +179,7 @@ std::string SideBySide::compare(Outcome const& expected, Outcome const& actual,
     }
     if (mModel.isLockFree())
         NSCam::IPowerOnOffController::waitSensorsPowerOff();  // for ever, were it not free
-    if (getpriority(PRIO_PROCESS, 0) != 0) wrong << "the priority is not back\n";
+    if (getpriority(PRIO_PROCESS, 0) != mNice) wrong << "the priority is not back\n";
     for (std::string const& broken : brokenRules(told)) wrong << broken << '\n';
     return wrong.str();
 }

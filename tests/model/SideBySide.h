@@ -17,7 +17,8 @@ namespace zeqcam::tests {
 using Choose = std::function<unsigned int(unsigned int most)>;
 
 // The library on a board and the model, taking the same steps. After each step their results, states,
-// records, sensors, lock and log lines must agree, and the journal must keep its order rules.
+// records, sensors, lock, log lines and faults against the board must agree, and the journal must keep its
+// order rules.
 class SideBySide {
   public:
     explicit SideBySide(Choose choose);
@@ -39,6 +40,7 @@ class SideBySide {
                         std::vector<board::Entry> const& told);
 
     Choose mChoose;
+    int const mNice;
     board::Board mBoard;
     Model mModel;
     std::map<int, std::shared_ptr<NSCam::IPowerOnOffController>> mControllers;

@@ -3,6 +3,7 @@
 #include <zeqcam/board/Journal.h>
 #include <zeqcam/board/Visibility.h>
 
+#include <array>
 #include <chrono>
 #include <cstdint>
 #include <functional>
@@ -10,6 +11,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -66,15 +68,23 @@ struct Sensor {
     bool hasHandle = true;                      ///< false: the sensor list makes no handle for it
     std::optional<Service> hal3a = Service{};   ///< empty: the sensor has no 3A control
     std::optional<Service> peripheral = Service{};  ///< empty: the sensor has no peripheral controller
+    std::vector<int> hal3aAbsent;       ///< the n-th requests for it, counted from 1, that find no 3A control
+    std::vector<int> peripheralAbsent;  ///< the same of its peripheral controller
+    /// The calls that throw std::runtime_error when they have been noted, without any other effect. Any of
+    /// SensorCreate, SensorPowerOn, SensorPowerOff, SensorAfterPowerOn, Hal3AGet, Hal3APowerOn,
+    /// Hal3APowerOff, PeripheralGet, PeripheralPowerOn and PeripheralPowerOff; others are passed over.
+    std::set<Kind> throws;
 };
 
 /// When the tasks posted to a queue run.
 enum class TaskRuns : std::uint8_t {
-    Queued,   ///< on the queue's threads, in the order of the posts
-    AtOnce,   ///< inside the post, on the posting thread
-    Late,     ///< on the queue's threads, Queue::lateBy after the post, whatever has become of the queue
-    Held,     ///< when Board::runHeldTasks is called, whatever has become of the queue
-    Dropped,  ///< never: the queue destroys the task
+    Queued,       ///< on the queue's threads, in the order of the posts
+    AtOnce,       ///< inside the post, on the posting thread
+    Late,         ///< on the queue's threads, Queue::lateBy after the post, whatever has become of the queue
+    Held,         ///< when Board::runHeldTasks is called, whatever has become of the queue
+    Dropped,      ///< never: the queue destroys the task
+    Twice,        ///< as Queued, and once more after that
+    TwiceAtOnce,  ///< as Queued, and on another thread at the same time
 };
 
 /// What a post answers.
@@ -82,6 +92,7 @@ enum class TaskHandles : std::uint8_t {
     Given,     ///< a handle with the future of the task
     NoHandle,  ///< no handle, though the task is taken
     NoFuture,  ///< a handle without a future
+    Throws,    ///< none: the post throws std::runtime_error, though the task is taken
 };
 
 /// The task manager's queues. `present` and `threads` count when a queue is made, the rest when a task is
@@ -92,6 +103,16 @@ struct Queue {
     TaskRuns runs = TaskRuns::Queued;          ///< when tasks run
     std::chrono::microseconds lateBy{0};       ///< of TaskRuns::Late
     TaskHandles handles = TaskHandles::Given;  ///< what a post answers
+    bool shared = false;  ///< true: who asks for a queue under a name that one has is given that one
+};
+
+/// What becomes of the writes to the kernel's task QoS file. By default they do what the file does
+/// (see QosFile). A write that is refused writes nothing.
+struct QosWrites {
+    std::vector<int> times;  ///< the n-th writes of the board's time that are meant, from 1; empty: all
+    int error = 0;           ///< the error number of a refusal: EINTR, EIO, …; 0: not refused
+    int atMost = -1;         ///< the bytes that a write takes at most: it may be short; negative: all
+    bool hang = false;       ///< a write does not go on until this is changed to false
 };
 
 /// The process-wide controls of the camera's logging. By default every line goes to both sinks.
@@ -101,22 +122,32 @@ struct LogControls {
     std::uint32_t mode = 0x3;                    ///< bit 0: the debug print; bit 1 or 3: the unified logger
     bool hasUnifiedLogger = true;                ///< false: there is no instance, whatever the mode says
     std::vector<int> debugPrintLevelsOff;        ///< debug-print level numbers whose record is not enabled
+    std::uint8_t debugPrintOtherFlags = 0;  ///< further bits of each record's flags; 0x80 is of no effect
+    /// The prefixes of the records, by debug-print level number. Part of a format: without '%'.
+    std::array<std::string, 4> debugPrintPrefixes = {"D", "E", "W", "I"};
+    /// The text that stands for every source file; empty: the last component of its path. Part of a format:
+    /// without '%'.
+    std::optional<std::string> fileText;
 };
 
 /// What a board is. The default is a board without sensors on which everything else is present.
 struct Settings {
-    std::map<int, Sensor> sensors;                   ///< by sensor id
-    bool hasSensorList = true;                       ///< false: the process has no sensor list
-    bool hasPowerBudget = true;                      ///< false: there is no power budget
-    Queue queue;                                     ///< of all controllers
-    std::vector<int> affinityCpus;                   ///< empty: all that the process may use
-    LogControls log;                                 ///< of the whole process, while the board stands
-    std::uint64_t traceTags = 0x400;                 ///< the tags that are traced: the camera's
+    std::map<int, Sensor> sensors;       ///< by sensor id
+    bool hasSensorList = true;           ///< false: the process has no sensor list
+    std::vector<int> sensorListAbsent;   ///< the n-th requests for it, counted from 1, that find none
+    bool hasPowerBudget = true;          ///< false: there is no power budget
+    std::vector<int> powerBudgetAbsent;  ///< the n-th requests for it that find none
+    Queue queue;                         ///< of all controllers
+    QosWrites qosWrites;                 ///< of the whole process, while the board stands
+    std::vector<int> affinityCpus;       ///< empty: all that the process may use
+    LogControls log;                     ///< of the whole process, while the board stands
+    std::uint64_t traceTags = 0x400;     ///< the tags that are traced: the camera's
     std::map<std::string, std::int32_t> properties;  ///< the system properties that are set, by name
     std::uint64_t seed = 1;                          ///< of the faults by chance
     /// Lines of the unified logger, the debug print and the Android log go here in logcat's threadtime
-    /// format; null: nowhere but the journal. The board writes whole lines, one at a time; the stream
-    /// outlives the board.
+    /// format; null: nowhere but the journal. As with logd, a text is cut so that it takes 4,068 bytes with
+    /// its tag, its level and the ends of both; each line of a text has a header of its own. The board writes
+    /// whole texts, one at a time; the stream outlives the board.
     std::ostream* logStream = nullptr;
     /// A descriptor of the kernel tracer's trace_marker: trace sections are written there too, as a device's
     /// tracer does; -1: nowhere but the journal. It stays open as long as the board.
@@ -127,6 +158,25 @@ struct Settings {
 struct ExceptionReport {
     std::string module;   ///< who raised it
     std::string message;  ///< as expanded
+};
+
+/// A call that no caller may make. The board carries it out all the same, a call on a handle that was
+/// released excepted: that one is refused.
+struct CallerFault {
+    /// One of
+    /// - "power-on of a sensor that is on": also asked for by the last power change; one that refused to go
+    ///   off may be powered on
+    /// - "power-off of a sensor that is off": also asked for by the last power change, if any; one that
+    ///   failed to come up may be powered off
+    /// - "a call for no sensor": a count of 0, or no indices
+    /// - "a handle used for another sensor"
+    /// - "a handle used in another caller's name": than the one that it was made for
+    /// - "a handle released while its sensor is powered": without a power-off through it since its power-on
+    /// - "a handle used after its release": detected for the last 64 handles of each sensor
+    std::string what;
+    int sensor = 0;                              ///< the handle's
+    int thread = 0;                              ///< the kernel's id of the calling thread
+    std::chrono::steady_clock::time_point time;  ///< of the call
 };
 
 /// Stands behind the platform boundary from its construction to its destruction. All members may be called
@@ -161,6 +211,9 @@ class ZEQCAM_BOARD_API Board {
     [[nodiscard]] int openServices() const;
     /// All reports raised so far, in order, also while the journal is off.
     [[nodiscard]] std::vector<ExceptionReport> exceptionReports() const;
+    /// All faults of callers so far, in order, also while the journal is off. A test ends by asking that it
+    /// is empty.
+    [[nodiscard]] std::vector<CallerFault> callerFaults() const;
 
     /// Runs the tasks held so far (TaskRuns::Held), on the calling thread, in the order of their posts.
     void runHeldTasks();

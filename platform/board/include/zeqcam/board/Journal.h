@@ -18,6 +18,8 @@ namespace zeqcam::board {
 ///
 /// - Of all kinds of a sensor and of its services, Entry::sensor is the sensor's id.
 /// - Of all calls on the sensor list and on handles, Entry::text is the caller name given.
+/// - Of a call with a count and indices, Entry::number is the count and Entry::sensors are the indices, empty
+///   where none were given; Entry::sensor is the first of them, or else the handle's.
 /// - Of all kinds of a task, Entry::text is the queue's name and Entry::number the value posted.
 enum class Kind : std::uint8_t {
     Request,  ///< of a client, by ClientRequest. text: the client; detail: the request; sensors: its list
@@ -27,9 +29,9 @@ enum class Kind : std::uint8_t {
     SensorListGet,       ///< number: 1 when there is a list; no caller name
     SensorCreate,        ///< number: 1 when a handle was made
     SensorRelease,       ///< a handle was given back
-    SensorPowerOn,       ///< number: the count given; detail: the nice value of the calling thread
+    SensorPowerOn,       ///< count and indices; detail: the nice value of the calling thread
     SensorPowerOnDone,   ///< number: 1 when the sensors came up, else 0
-    SensorPowerOff,      ///< number: the count given
+    SensorPowerOff,      ///< count and indices
     SensorPowerOffDone,  ///< number: 1 when the sensors went down, else 0
     SensorAfterPowerOn,  ///< the call that follows a power-on that succeeded
 
@@ -42,31 +44,41 @@ enum class Kind : std::uint8_t {
     PeripheralPowerOff,  ///< number: the status answered
     PeripheralRelease,   ///< the last hold on a peripheral controller has gone
 
-    QueueCreate,   ///< number: the type asked for; detail: "missing" when none was made
-    QueueRelease,  ///< the last hold on a queue has gone; number: 0
-    TaskPost,      ///< detail: what became of the handle: "given", "none", "no future"
-    TaskFuture,    ///< a handle was asked for its future
-    TaskRun,       ///< a task begins, on the thread that runs it
-    TaskRunDone,   ///< it has ended
-    TaskDrop,      ///< the board destroyed a task without running it
+    QueueCreate,    ///< number: the type asked for; detail: "missing" when none was made
+    QueueRelease,   ///< the last hold on a queue has gone; number: 0
+    TaskPost,       ///< detail: what became of the handle: "given", "none", "no future", "throws"
+    TaskSetFuture,  ///< a handle was given its future; detail: "none" when that is without a task
+    TaskFuture,     ///< a handle was asked for its future
+    TaskRun,        ///< a task begins, on the thread that runs it
+    TaskRunDone,    ///< it has ended
+    TaskDrop,       ///< the board destroyed a task without running it
 
     Affinity,        ///< number: 0, or the error number of the call that set it
     CriticalTask,    ///< the calling thread was marked critical
     PowerBudgetGet,  ///< number: 1 when there is an instance
     PowerBudget,     ///< the budget was asked for
 
-    DebugPrint,       ///< number: the level; text: the tag; detail: the format as given; shown: the line
+    QosOpen,       ///< the task QoS file was opened; number: the descriptor, or the error number, negated;
+                   ///< detail: the flags as given, hexadecimal
+    QosWrite,      ///< a write to it begins; number: the descriptor; text: the bytes given
+    QosWriteDone,  ///< number: the bytes written, or the error number, negated
+    QosClose,      ///< number: the descriptor
+
+    DebugPrint,       ///< number: the level; text: the tag; format; shown: the line
     FilenameText,     ///< text: the path
     UnifiedLog,       ///< number: the level; text: the tag; shown: the line; length and module as given
-    AndroidLog,       ///< number: the priority; text: the tag; detail: the format as given; shown: the line
+    AndroidLog,       ///< number: the priority; text: the tag; format; shown: the line
+    TraceTags,        ///< the tags were asked for; number: the answer
     TraceBegin,       ///< text: the label
     TraceEnd,         ///< text: the label of the section that it closes; empty when none was open
     ProfileBegin,     ///< text: the function; detail: the tag
-    ProfileMark,      ///< text: the mark as expanded
+    ProfileMark,      ///< text: the mark as expanded; format
     ProfileEnd,       ///< text: the function
-    PropertyGet,      ///< text: the name; number: the value answered
-    ExceptionReport,  ///< text: the module; detail: the second argument, "(null)" when null; shown: the
-                      ///< message
+    PropertyGet,      ///< text: the name; number: the value answered; detail: the default given
+    ExceptionReport,  ///< text: the module; detail: the second argument, "(null)" when null; format; shown:
+                      ///< the message
+
+    CallerFault,  ///< the call before it on this thread is a fault of the caller; text: which one
 };
 
 /// The enumerator's name, such as "SensorPowerOn"; "?" when it is none.
@@ -85,8 +97,9 @@ struct Entry {
     std::uint32_t module = 0;                    ///< of a line of the unified log
     std::string text;                            ///< who or what it is about
     std::string detail;                          ///< what else was given
+    std::string format;                          ///< as given, its values not yet filled in
     std::string shown;                           ///< a line or message as a reader sees it
-    std::vector<int> sensors;                    ///< the list of a client's request
+    std::vector<int> sensors;                    ///< the list of a client's request, or a call's indices
 };
 
 /// All calls across the boundary, of all threads, in order. Every member may be called from any thread at any
