@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <zeqcam/board/Board.h>
-#include <zeqcam/board/QosFile.h>
 #include <zeqcam/platform/AndroidLog.h>
 #include <zeqcam/platform/Atrace.h>
 #include <zeqcam/platform/CentralTaskMgr.h>
@@ -13,14 +12,15 @@
 #include <zeqcam/platform/Properties.h>
 #include <zeqcam/platform/ULogger.h>
 
-#include <fcntl.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
-#include <cerrno>
 #include <future>
+#include <latch>
+#include <mutex>
 #include <sstream>
+#include <stdexcept>
 #include <thread>
 
 namespace {
@@ -177,6 +177,75 @@ TEST(Board, RunsATaskAsTheQueueIsSet) {
     }
 }
 
+std::shared_ptr<NSCam::CTM::TaskHandle> postRaw(std::shared_ptr<NSCam::CTM::TaskQueue>& queue,
+                                                std::function<void()> task) {
+    auto function = std::make_unique<std::function<void()>>(std::move(task));
+    return CentralTaskMgr::_asyncPost(queue, 1, function);
+}
+
+TEST(Board, RunsATaskTwiceInTurnOrAtOnce) {
+    for (TaskRuns const runs : {TaskRuns::Twice, TaskRuns::TwiceAtOnce}) {
+        StrictBoard board({.queue = {.runs = runs}});
+        auto queue = CentralTaskMgr::createQueue({.name = "queue"});
+        std::latch both(runs == TaskRuns::Twice ? 1 : 2);  // at once: neither ends before the other has begun
+        int count = 0;
+        std::mutex counting;
+        postRaw(queue, [&] {
+            if (!both.try_wait()) both.arrive_and_wait();
+            EXPECT_FALSE(inBoard());
+            std::lock_guard const hold(counting);
+            ++count;
+        });
+        queue.reset();
+        EXPECT_EQ(count, 2);
+        auto const told = board.journal().entries(Kind::TaskRun);
+        ASSERT_EQ(told.size(), 2U);
+        EXPECT_EQ(told[0].thread == told[1].thread, runs == TaskRuns::Twice);
+    }
+}
+
+TEST(Board, ThrowsFromAPostWhateverBecomesOfItsTask) {
+    for (bool const taken : {true, false}) {
+        StrictBoard board({.queue = {.runs = taken ? TaskRuns::AtOnce : TaskRuns::Dropped,
+                                     .handles = TaskHandles::Throws}});
+        auto queue = CentralTaskMgr::createQueue({.name = "queue"});
+        bool ran = false;
+        EXPECT_THROW(postRaw(queue, [&] { ran = true; }), std::runtime_error);
+        EXPECT_EQ(ran, taken);
+    }
+}
+
+TEST(Board, SharesAQueueUnderItsNameWhileSomebodyHasIt) {
+    StrictBoard board({.queue = {.shared = true}});
+    auto first = CentralTaskMgr::createQueue({.name = "queue"});
+    EXPECT_EQ(CentralTaskMgr::createQueue({.name = "queue"}), first);
+    EXPECT_NE(CentralTaskMgr::createQueue({.name = "another"}), first);
+    first.reset();
+    EXPECT_EQ(board.journal().entries(Kind::QueueRelease).size(), 2U);
+    EXPECT_NE(CentralTaskMgr::createQueue({.name = "queue"}), nullptr);
+    board.change([](Settings& settings) { settings.queue.shared = false; });
+    auto const own = CentralTaskMgr::createQueue({.name = "queue"});
+    EXPECT_NE(CentralTaskMgr::createQueue({.name = "queue"}), own);
+}
+
+TEST(Board, LeavesOutWhatIsAbsentAtThatRequest) {
+    StrictBoard board({.sensors = {{0, {.hal3aAbsent = {2}, .peripheralAbsent = {1, 3}}}},
+                       .sensorListAbsent = {1},
+                       .powerBudgetAbsent = {2, 3}});
+    auto const present = [](auto const& request) {
+        std::vector<bool> all;
+        for (int i = 0; i < 4; ++i) all.push_back(request() != nullptr);
+        return all;
+    };
+    using Answers = std::vector<bool>;
+    EXPECT_EQ(present(NSCam::IHalSensorList::get), (Answers{false, true, true, true}));
+    EXPECT_EQ(present(NSCam::IPowerBudgetHelper::getInstance), (Answers{true, false, false, true}));
+    EXPECT_EQ(present([] { return zeq::hal3a::IHal3AAssist::createInstance(0); }),
+              (Answers{true, false, true, true}));
+    EXPECT_EQ(present([] { return zeq::hal3a::IPeripheralController::GetInstance(0); }),
+              (Answers{false, true, false, true}));
+}
+
 TEST(Board, RunsALateTaskInItsTimeAlthoughTheQueueIsGone) {
     StrictBoard board({.queue = {.runs = TaskRuns::Late, .lateBy = 1ms}});
     std::atomic<bool> ran = false;
@@ -204,7 +273,8 @@ TEST(Board, RunsTheRestInOrderWhenATaskReleasesItsOwnQueue) {
 }
 
 TEST(Board, IsHarmlessWhenItHasGone) {
-    auto board = std::make_unique<StrictBoard>(Settings{.sensors = {{0, {}}}});
+    auto board = std::make_unique<StrictBoard>(Settings{
+        .sensors = {{0, {}}}, .log = {.debugPrintPrefixes = {"d", "e", "w", "i"}, .fileText = "gone"}});
     NSCam::IHalSensor* const handle = makeHandle(0);
     auto hal3a = zeq::hal3a::IHal3AAssist::createInstance(0);
     auto peripheral = zeq::hal3a::IPeripheralController::GetInstance(0);
@@ -229,6 +299,8 @@ TEST(Board, IsHarmlessWhenItHasGone) {
     EXPECT_EQ(NSCam::Utils::Properties::property_get_int32("name", 7), 7);
     EXPECT_EQ(ULogger::sULogger, nullptr);
     EXPECT_EQ(ULogger::sMode, 0u);
+    EXPECT_STREQ(g_logInfoLv[CAM_DEBUG_LEVEL_ERROR].prefix, "E");
+    EXPECT_STREQ(get_filename_log_control("path/File.cpp"), "File.cpp");
     EXPECT_EQ(atrace_get_enabled_tags(), 0u);
 }
 
@@ -264,12 +336,18 @@ TEST(Board, LogsInThreadtimeFormatUnlessTurnedOff) {
     std::string const text(600, 'x');
     log_dbg_print("zeqcam-test", CAM_DEBUG_LEVEL_WARNING, "%s %d", text.c_str(), 7);
     ULogger::sULogger->text(1, "zeqcam-test", 5, "cut", 2000);
-    __android_log_print(3, "zeqcam-test", "with a line feed\n");
+    __android_log_print(3, "zeqcam-test", "two lines,\n\none of them empty\n");
+    std::string const longText(5000, 'y');
+    __android_log_print(6, "zeqcam-test", "%s", longText.c_str());
+    __android_log_print(2, "zeqcam-test", "%s", "");
     char ids[32];
     snprintf(ids, sizeof ids, " %5d %5d ", getpid(), gettid());
     std::istringstream lines(probe.str());
-    for (std::string const& rest : {"W zeqcam-test: " + text + " 7", std::string("D zeqcam-test: cut"),
-                                    std::string("D zeqcam-test: with a line feed")}) {
+    for (std::string const& rest :
+         {"W zeqcam-test: " + text + " 7", std::string("D zeqcam-test: cut"),
+          std::string("D zeqcam-test: two lines,"), std::string("D zeqcam-test: "),
+          std::string("D zeqcam-test: one of them empty"),
+          "E zeqcam-test: " + longText.substr(0, 4068 - 3 - 11), std::string("V zeqcam-test: ")}) {
         std::string line;
         std::getline(lines, line);
         std::string time = line.substr(0, line.find(' ', 6));
@@ -279,53 +357,24 @@ TEST(Board, LogsInThreadtimeFormatUnlessTurnedOff) {
         EXPECT_EQ(line.substr(time.size()), ids + rest);
     }
     EXPECT_TRUE(probe.wasInBoard);
+    EXPECT_EQ(lines.peek(), EOF);
 
     board.change([](Settings& settings) {
         settings.logStream = nullptr;
-        settings.log = {.detailsLevel = 2, .hasUnifiedLogger = false, .debugPrintLevelsOff = {0, 3}};
+        settings.log = {.detailsLevel = 2,
+                        .hasUnifiedLogger = false,
+                        .debugPrintLevelsOff = {0, 3},
+                        .debugPrintOtherFlags = 0x81,
+                        .debugPrintPrefixes = {"d", "e", "w", "i"},
+                        .fileText = "elsewhere"};
     });
     EXPECT_EQ(ULogger::sULogger, nullptr);
     EXPECT_EQ(ULogger::sDetailsLevel, 2u);
-    int const expectedFlags[] = {0, 0x80, 0x80, 0};
+    int const expectedFlags[] = {1, 0x81, 0x81, 1};
     for (int level = 0; level < 4; ++level)
         EXPECT_EQ(g_logInfoLv[level].flags, expectedFlags[level]) << level;
-}
-
-int openQosFile() {
-    return open("/sys/rsc/qos/set_task_qos", O_WRONLY | O_CLOEXEC);
-}
-
-TEST(QosFile, IsAsSet) {
-    if (!QosFile::provided()) GTEST_SKIP() << "this process may not have a QoS file";
-    struct Case {
-        QosFile::Is is;
-        int openError;
-        int writeError;  // of a descriptor that was opened while the file was writable
-    };
-    Case const cases[] = {
-        {QosFile::Is::Writable, 0, 0},  {QosFile::Is::Missing, ENOENT, 0}, {QosFile::Is::ReadOnly, EROFS, 0},
-        {QosFile::Is::Full, 0, ENOSPC}, {QosFile::Is::Writable, 0, 0},
-    };
-    QosFile::set(QosFile::Is::Writable);
-    QosFile::takeLines();
-    int const earlier = openQosFile();
-    for (auto const& [is, openError, writeError] : cases) {
-        SCOPED_TRACE(static_cast<int>(is));
-        QosFile::set(is);
-        int const now = openQosFile();
-        EXPECT_EQ(now < 0 ? errno : 0, openError);
-        for (int const writer : {earlier, now}) {
-            if (writer < 0) continue;
-            EXPECT_EQ(write(writer, "1 129 1 0", 10) < 0 ? errno : 0, writeError);
-            EXPECT_EQ(QosFile::takeLines(), std::vector<std::string>(writeError == 0 ? 1 : 0, "1 129 1 0"));
-        }
-        close(now);
-    }
-    QosFile::set(QosFile::Is::Writable);
-    EXPECT_EQ(write(earlier, "1 129 1 0\0002 129", 15), 15);
-    EXPECT_EQ(QosFile::takeLines().size(), 1u) << "the second line has not ended";
-    EXPECT_EQ(QosFile::bytes(), std::string("1 129 1 0\0002 129", 15));
-    close(earlier);
+    EXPECT_STREQ(g_logInfoLv[CAM_DEBUG_LEVEL_INFO].prefix, "i");
+    EXPECT_STREQ(get_filename_log_control("path/File.cpp"), "elsewhere");
 }
 
 }  // namespace

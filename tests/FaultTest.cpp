@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <functional>
 #include <new>
+#include <stdexcept>
 
 namespace zeqcam::tests {
 namespace {
@@ -95,6 +96,11 @@ std::vector<NamedFault> const kFaults = {
     {"no task handle",
      [](board::Settings& settings) { settings.queue.handles = board::TaskHandles::NoHandle; }},
     {"no future", [](board::Settings& settings) { settings.queue.handles = board::TaskHandles::NoFuture; }},
+    {"posts throw", [](board::Settings& settings) { settings.queue.handles = board::TaskHandles::Throws; }},
+    {"tasks run twice", [](board::Settings& settings) { settings.queue.runs = board::TaskRuns::Twice; }},
+    {"tasks run twice at once",
+     [](board::Settings& settings) { settings.queue.runs = board::TaskRuns::TwiceAtOnce; }},
+    {"a queue of all", [](board::Settings& settings) { settings.queue.shared = true; }},
     {"no logger", [](board::Settings& settings) { settings.log.hasUnifiedLogger = false; }},
     {"no tracing", [](board::Settings& settings) { settings.traceTags = 0; }},
 };
@@ -128,6 +134,57 @@ TEST_F(FaultTest, EachFaultOfThePlatformAloneAndInPairsLeavesACleanController) {
                 }
                 journal().clear();
             }
+        }
+    }
+}
+
+TEST_F(FaultTest, ASensorListThatComesAndGoesDuringAPowerOnLeavesACleanController) {
+    expectFaultsOfUntriedSensorsOnly();
+    int lists = 0;  // asked for so far
+    for (int nth = 1; nth <= 3; ++nth) {
+        board().change([&](board::Settings& settings) { settings.sensorListAbsent = {lists + nth}; });
+        auto const controller = create(mSensors);
+        auto const told = entriesOf([&] { EXPECT_FALSE(controller->powerOn(mSensors)); });
+        lists += nth;
+        EXPECT_EQ(ofKinds(told, {Kind::SensorCreate}).size(), static_cast<std::size_t>(nth) - 1);
+        expectOffAfterPowerOff(controller);
+        expectACycleWorks(controller);
+        lists += static_cast<int>(mSensors.size());
+    }
+}
+
+// A platform that throws where the library does not expect it.
+TEST_F(FaultTest, ACallThatThrowsLeavesAControllerThatCanPowerOff) {
+    expectFaultsOfUntriedSensorsOnly();
+    struct Case {
+        Kind call;
+        bool inPowerOn;
+    };
+    for (Case const& c : std::vector<Case>{
+             {Kind::SensorCreate, true},
+             {Kind::SensorPowerOn, true},
+             {Kind::SensorAfterPowerOn, true},
+             {Kind::PeripheralGet, true},
+             {Kind::PeripheralPowerOn, true},
+             {Kind::Hal3AGet, true},
+             {Kind::Hal3APowerOn, true},
+             {Kind::Hal3APowerOff, false},
+             {Kind::PeripheralPowerOff, false},
+             {Kind::SensorPowerOff, false},
+         }) {
+        for (std::vector<int> const& sensors : {std::vector<int>{1}, mSensors}) {
+            SCOPED_TRACE(std::string(nameOf(c.call)) + (sensors.size() == 1 ? " alone" : " among others"));
+            board().change([&](board::Settings& settings) { settings.sensors[1].throws = {c.call}; });
+            auto const controller = create(mSensors);
+            if (c.inPowerOn) {
+                EXPECT_THROW(controller->powerOn(sensors), std::runtime_error);
+            } else {
+                EXPECT_TRUE(controller->powerOn(sensors));
+                EXPECT_THROW(controller->powerOff(sensors), std::runtime_error);
+            }
+            board().change([&](board::Settings& settings) { settings.sensors[1].throws.clear(); });
+            expectOffAfterPowerOff(controller);
+            expectACycleWorks(controller);
         }
     }
 }

@@ -69,6 +69,7 @@ TEST_F(LogTest, SelectsSinksByMode) {
         bool hasUnifiedLogger;
         std::string unified;
         std::string debugPrint;
+        std::uint8_t otherFlags = 0;
     };
     for (Case const& c : std::vector<Case>{
              {0x0, {}, true, "", ""},
@@ -80,8 +81,13 @@ TEST_F(LogTest, SelectsSinksByMode) {
              {0x1, {0, 1}, true, "", "23"},
              {0x9, {0, 1, 2, 3}, true, "1235", ""},
              {0x3, {}, false, "", "1230"},
+             {0x1, {0, 1}, true, "", "23", 0x7f},
+             {0x1, {0, 1, 2, 3}, true, "", "", 0x7f},
          }) {
-        control({.mode = c.mode, .hasUnifiedLogger = c.hasUnifiedLogger, .debugPrintLevelsOff = c.levelsOff});
+        control({.mode = c.mode,
+                 .hasUnifiedLogger = c.hasUnifiedLogger,
+                 .debugPrintLevelsOff = c.levelsOff,
+                 .debugPrintOtherFlags = c.otherFlags});
         auto const told = statementOfEachLevel();
         EXPECT_EQ(levels(told, Kind::UnifiedLog), c.unified) << c.mode;
         EXPECT_EQ(levels(told, Kind::DebugPrint), c.debugPrint) << c.mode;
@@ -105,6 +111,28 @@ TEST_F(LogTest, ComposesTheDebugPrintFormatWithoutExpandingTheMessage) {
         MatchesRegex(".+\\[test-tag\\] LogTest.cpp:[0-9]+ operator\\(\\)\\(\\) \\[LogTest::%s\\] %s"));
     EXPECT_THAT(printed[2].format, EndsWith("operator()() [own] %s"));
     EXPECT_EQ(printed[0].text, "test-tag");
+}
+
+TEST_F(LogTest, ComposesEachLevelsPrefixAndTheFilesTextWhole) {
+    for (std::size_t const size : {10U, 256U, 900U, 5000U}) {
+        std::string const file(size, 'f');
+        control({.debugPrintPrefixes = {"<debug>", "<error>", "<warning>", "<info>"}, .fileText = file});
+        auto const printed = ofKinds(statementOfEachLevel(), {Kind::DebugPrint});
+        ASSERT_EQ(printed.size(), 4U);
+        std::vector<std::string> const prefixes = {"<error>", "<warning>", "<info>", "<debug>"};
+        for (std::size_t i = 0; i < printed.size(); ++i) {
+            std::string const start = prefixes[i] + "[test-tag] " + file + ":";
+            EXPECT_EQ(printed[i].format.substr(0, start.size()), start.substr(0, 1023));
+            EXPECT_EQ(printed[i].format.size() == 1023, size > 1023) << printed[i].format.size();
+        }
+    }
+}
+
+TEST_F(LogTest, RecordsNothingThatCannotBeFormatted) {
+    wchar_t const noCharacter[] = {wchar_t{0xd800}, 0};
+    auto const told = entriesOf([&] { logError("%ls", noCharacter); });
+    EXPECT_THAT(ofKinds(told, {Kind::DebugPrint}), testing::SizeIs(1));
+    EXPECT_THAT(logLines(told), IsEmpty());
 }
 
 TEST_F(LogTest, GivesTheUnifiedLoggerTheMessageAlone) {

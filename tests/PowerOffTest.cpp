@@ -46,6 +46,7 @@ TEST_F(PowerOffTest, RunsOneSensorOnTheCallersThread) {
                     "SensorRelease 0", "D [PowerOnOffController::powerOff] gSensorPowerOnLock unlock",
                     "I [PowerOnOffController::powerOff] powerOff -", "} LogicalDev powerOff"));
     EXPECT_THAT(told.at(9).text, "zeqcam-PowerOnOffController");
+    EXPECT_THAT(told.at(9).sensors, ElementsAre(0));
     EXPECT_FALSE(board().isPowered(0));
 }
 
@@ -90,6 +91,10 @@ TEST_F(PowerOffTest, RunsEveryEntryOnceWhateverTheQueueDoes) {
              {"held, no future", {.runs = TaskRuns::Held, .handles = TaskHandles::NoFuture}, 3, 3},
              {"late", {.runs = TaskRuns::Late, .lateBy = std::chrono::milliseconds(1)}, 0, 0},
              {"two threads", {.threads = 2}, 0, 0},
+             {"twice", {.runs = TaskRuns::Twice}, 0, 0},
+             {"twice at once", {.runs = TaskRuns::TwiceAtOnce}, 0, 0},
+             {"at once, throws", {.runs = TaskRuns::AtOnce, .handles = TaskHandles::Throws}, 3, 0},
+             {"throws", {.runs = TaskRuns::Dropped, .handles = TaskHandles::Throws}, 3, 3},
          }) {
         SCOPED_TRACE(c.name);
         setQueue(c.queue);

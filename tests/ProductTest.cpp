@@ -100,6 +100,17 @@ TEST_F(ProductTest, ARefusalEndsThatSensorsNotificationsAndFailsThePowerOn) {
     EXPECT_THAT(mTold, ElementsAre("a off", "b off", "c off"));
 }
 
+TEST_F(ProductTest, PrintsAListenersNameAsAFormat) {
+    EXPECT_TRUE(powerOnWith({std::make_shared<Listener>("100%%", true, mTold)}));
+    auto const marks = journal().entries(Kind::ProfileMark);
+    ASSERT_EQ(marks.size(), 4U);
+    for (Entry const& mark : {marks[0], marks[1]}) {
+        bool const isOwn = mark.text == "100% -";
+        EXPECT_EQ(mark.format, isOwn ? "100%% -" : "Hal3A -");
+        EXPECT_TRUE(isOwn || mark.text == "Hal3A -") << mark.text;
+    }
+}
+
 TEST_F(ProductTest, ReleasesListenersFromTheLastToTheFirstAndThenTheHandle) {
     EXPECT_TRUE(powerOnWith({std::make_shared<Listener>("a", true, mTold), nullptr,
                              std::make_shared<Listener>("b", true, mTold)}));

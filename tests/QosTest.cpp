@@ -7,6 +7,8 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <string>
 
@@ -46,11 +48,18 @@ class QosTest : public PowerTest {
         cycle({0});
         QosFile::set(QosFile::Is::Writable);
         static_cast<void>(QosFile::takeLines());
+        mEarlierWrites = static_cast<int>(journal().entries(Kind::QosWrite).size());
         journal().clear();
     }
     void TearDown() override {
         if (QosFile::provided()) QosFile::set(QosFile::Is::Writable);
         PowerTest::TearDown();
+    }
+    // `times` count from the next write on.
+    void setWrites(board::QosWrites writes, std::vector<int> const& times) {
+        int const earlier = mEarlierWrites + static_cast<int>(journal().entries(Kind::QosWrite).size());
+        for (int const time : times) writes.times.push_back(earlier + time);
+        board().change([&](board::Settings& settings) { settings.qosWrites = writes; });
     }
     std::vector<Entry> cycle(std::vector<int> const& sensors) {
         auto const controller = create(sensors);
@@ -67,6 +76,9 @@ class QosTest : public PowerTest {
         }
         return lines;
     }
+
+  private:
+    int mEarlierWrites = 0;
 };
 
 TEST_F(QosTest, WritesOneLineForTheCallerAndForEachWorker) {
@@ -86,9 +98,11 @@ TEST_F(QosTest, EndsEachLineWithAZeroByte) {
                                   hintOf(threadsOf(told, Kind::SensorPowerOn).at(0)) + zero));
 }
 
-TEST_F(QosTest, OpensTheFileOnceAndKeepsItOpen) {
+TEST_F(QosTest, OpensTheFileOnceForWritingOnlyAndKeepsItOpen) {
     EXPECT_EQ(openDescriptors(), 0);
-    cycle({0, 1, 2});
+    auto const opens = ofKinds(cycle({0, 1, 2}), {Kind::QosOpen});
+    ASSERT_EQ(opens.size(), 1U);
+    EXPECT_EQ(opens[0].detail, "0x1");
     EXPECT_EQ(openDescriptors(), 1);
     cycle({0, 1, 2});
     EXPECT_EQ(openDescriptors(), 1);
@@ -136,7 +150,46 @@ TEST_F(QosTest, OpensTheFileAgainAfterAFailedWrite) {
     EXPECT_EQ(openDescriptors(), 1);
 }
 
+TEST_F(QosTest, WritesEachHintOnceWhateverBecomesOfIt) {
+    struct Case {
+        board::QosWrites writes;
+        bool fails;
+    };
+    cycle({0});
+    for (Case const& c : std::vector<Case>{
+             {{.atMost = 3}, false},
+             {{.atMost = 0}, false},
+             {{.error = EINTR}, true},
+             {{.error = EAGAIN}, true},
+             {{.error = EIO}, true},
+         }) {
+        SCOPED_TRACE(c.writes.error);
+        setWrites(c.writes, {1});
+        auto const told = cycle({0});
+        EXPECT_EQ(ofKinds(told, {Kind::QosWrite}).size(), 2U);
+        EXPECT_EQ(ofKinds(told, {Kind::QosOpen}).size(), c.fails ? 1U : 0U);
+        EXPECT_EQ(ofKinds(told, {Kind::QosClose}).size(), c.fails ? 1U : 0U);
+        EXPECT_EQ(ofKinds(told, {Kind::PropertyGet}).size(), c.fails ? 1U : 2U);
+        std::string const line =
+            std::string("write camera_ux failed.:") + std::strerror(c.writes.error) + "\n";
+        EXPECT_EQ(androidLines(told), std::vector<std::string>(c.fails ? 1 : 0, line));
+    }
+}
+
+TEST_F(QosTest, WritesTheHintsOfAllWorkersAtOnce) {
+    auto const controller = create({0, 1, 2});
+    setWrites({.hang = true}, {2, 3, 4});
+    Background powerOn([&] { controller->powerOn({0, 1, 2}); });
+    journal().waitFor(Kind::QosWrite, 4);
+    EXPECT_THAT(journal().entries(Kind::SensorPowerOn), IsEmpty());
+    board().change([](board::Settings& settings) { settings.qosWrites = {}; });
+    powerOn.join();
+    controller->powerOff({0, 1, 2});
+}
+
 TEST_F(QosTest, TellsASuccessOnlyWhenThePropertyAsksForIt) {
+    auto const asked = ofKinds(cycle({0}), {Kind::PropertyGet});
+    EXPECT_THAT(asked, AllOf(testing::SizeIs(2), Each(testing::Field(&Entry::detail, "0")))) << "the default";
     for (int const value : {-1, 0, 1, 2}) {
         board().change(
             [&](board::Settings& settings) { settings.properties["vendor.debug.camera.log"] = value; });

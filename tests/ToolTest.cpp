@@ -480,7 +480,10 @@ TEST(Tool, EndsWithTwoWhereTheKernelsTracerIsOutOfReach) {
     TemporaryFile const file(".toml", scenarioWith());
     TemporaryFile const script(
         ".sh",
-        "umount -a -t tracefs\nfor folder in tracing debug; do mount -t tmpfs none /sys/kernel/$folder; done\n"
+        "for folder in tracing debug; do mount -t tmpfs none /sys/kernel/$folder; done\n"
+        "awk '$3 == \"tracefs\" { print $2 }' /proc/mounts | while read -r folder; do\n"
+        "  mount -t tmpfs none \"$folder\"\n"
+        "done\n"
         "\"" ZEQCAM_POWER_PATH "\" run --ftrace " +
             file.path + " 2>&1");
     auto const [status, output] = runCommand("unshare -m sh " + script.path);
