@@ -8,6 +8,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -275,7 +276,7 @@ std::string readByXml(std::string const& file, std::string const& path) {
 }
 
 TEST(SvgTimeline, IsXmlThatHoldsEveryNameAndMarksFailures) {
-    std::string const file = testing::TempDir() + "timeline-test.svg";
+    std::string const file = testing::TempDir() + "zeqcam-" + std::to_string(getpid()) + ".svg";
     for (auto const& [name, shown] : std::vector<std::pair<std::string, std::string>>{
              {"app", "app"},
              {"<b>&amp;\"'", "<b>&amp;\"'"},
@@ -292,6 +293,7 @@ TEST(SvgTimeline, IsXmlThatHoldsEveryNameAndMarksFailures) {
         EXPECT_THAT(readByXml(file, "string(" + failed + "/*[local-name()=\"title\"])"),
                     HasSubstr("sensor 3 on\nstart 3.00 ms, took 17.0 ms, failed"));
     }
+    std::remove(file.c_str());
 }
 
 }  // namespace

@@ -95,32 +95,37 @@ int openQosFile(int flags, mode_t mode) {
     return answer.result();
 }
 
-bool isMeant(QosWrites const& writes, int nth) {
-    return writes.times.empty() || std::count(writes.times.begin(), writes.times.end(), nth) > 0;
-}
-
-ssize_t writeAsSet(Device& device, int descriptor, void const* bytes, std::size_t size) {
+// What becomes of the write that begins now; null: what the file does.
+QosWrites const* nextFault(Device& device) {
     int const nth = device.qosWrites.fetch_add(1, std::memory_order_relaxed) + 1;
     QosWrites const& writes = device.settings().qosWrites;
-    if (!isMeant(writes, nth)) return nextWrite()(descriptor, bytes, size);
-    if (writes.hang) device.hangQosWrite();
-    if (writes.error != 0) {
-        errno = writes.error;
+    auto const& times = writes.times;
+    return times.empty() || std::count(times.begin(), times.end(), nth) > 0 ? &writes : nullptr;
+}
+
+ssize_t writeWithFault(QosWrites const* fault, int descriptor, void const* bytes, std::size_t size) {
+    if (fault && fault->error != 0) {
+        errno = fault->error;
         return -1;
     }
-    if (writes.atMost >= 0) size = std::min(size, static_cast<std::size_t>(writes.atMost));
+    if (fault && fault->atMost >= 0) size = std::min(size, static_cast<std::size_t>(fault->atMost));
     return nextWrite()(descriptor, bytes, size);
 }
 
 ssize_t writeQosFile(int descriptor, void const* bytes, std::size_t size) {
     Device* const device = standing();
     if (!device) return nextWrite()(descriptor, bytes, size);
+    QosWrites const* const fault = nextFault(*device);
+    bool const hangs = fault && fault->hang;
+    // Who sees in the journal that it hangs may let the board go.
+    auto const kept = hangs ? device->shared_from_this() : nullptr;
     note(device->journal, [&] {
         return Entry{.kind = Kind::QosWrite,
                      .number = descriptor,
                      .text = std::string(static_cast<char const*>(bytes), size)};
     });
-    Answer const answer(writeAsSet(*device, descriptor, bytes, size));
+    if (hangs) device->hangQosWrite();
+    Answer const answer(writeWithFault(fault, descriptor, bytes, size));
     note(device->journal, [&] { return Entry{.kind = Kind::QosWriteDone, .number = answer.number()}; });
     return answer.result();
 }
