@@ -47,12 +47,14 @@ std::vector<std::vector<board::Kind>> callsOf(board::Journal& journal, std::func
 ByHand::ByHand(std::vector<int> ids)
     : mIds(std::move(ids)), mQueue(CentralTaskMgr::createQueue({.name = "byHand", .type = 0})) {}
 
-void ByHand::powerOn(Run& run) {
+void ByHand::powerOn(Run& run, Hints hints) {
     int const nice = getpriority(PRIO_PROCESS, 0);
-    setpriority(PRIO_PROCESS, 0, -20);
+    if (hints == Hints::Given) setpriority(PRIO_PROCESS, 0, -20);
     Section const section("LogicalDev powerOn");
-    mQosLine.write();
-    C2PSMachine::markCriticalTask();
+    if (hints == Hints::Given) {
+        mQosLine.write();
+        C2PSMachine::markCriticalTask();
+    }
     NSCam::Utils::CamProfile const profile("powerOnOps", kCaller);
 
     std::vector<Record*> records;
@@ -65,19 +67,21 @@ void ByHand::powerOn(Run& run) {
         mRecords.insert_or_assign(record->id, std::move(record));
     }
     NSCam::IPowerBudgetHelper::getInstance()->requestBudget();
-    run(records.size(), [&](std::size_t i) { powerOnSensor(*records[i], profile); });
+    run(records.size(), [&](std::size_t i) { powerOnSensor(*records[i], profile, hints); });
     profile.print("Sensor powerOn -");
 
     for (std::size_t i = 0; i < records.size(); ++i) Section const notification("3A notifyPowerOn");
     profile.print("3A notifyPowerOn -");
-    setpriority(PRIO_PROCESS, 0, nice);
+    if (hints == Hints::Given) setpriority(PRIO_PROCESS, 0, nice);
 }
 
-void ByHand::powerOnSensor(Record& record, NSCam::Utils::CamProfile const& profile) const {
+void ByHand::powerOnSensor(Record& record, NSCam::Utils::CamProfile const& profile, Hints hints) const {
     Section const section("powerOnSensor");
-    zeqcam_perfctrl_set_affinity();
-    mQosLine.write();
-    C2PSMachine::markCriticalTask();
+    if (hints == Hints::Given) {
+        zeqcam_perfctrl_set_affinity();
+        mQosLine.write();
+        C2PSMachine::markCriticalTask();
+    }
 
     if (record.sensor->powerOn(kCaller, 1, &record.id) == 0) return;
     {
@@ -146,10 +150,17 @@ void ByHand::powerOffSensor(Record const& record) {
 }
 
 void onPlainThreads(std::size_t count, std::function<void(std::size_t)> const& job) {
-    std::vector<std::thread> threads;
-    threads.reserve(count);
-    for (std::size_t i = 0; i < count; ++i) threads.emplace_back([&job, i] { job(i); });
-    for (auto& thread : threads) thread.join();
+    std::vector<std::future<void>> ends;
+    ends.reserve(count);
+    for (std::size_t i = 0; i < count; ++i) {
+        std::promise<void> end;
+        ends.push_back(end.get_future());
+        std::thread([&job, i, end = std::move(end)]() mutable {
+            job(i);
+            end.set_value();
+        }).detach();
+    }
+    for (auto const& end : ends) end.wait();
 }
 
 void oneAfterAnother(std::size_t count, std::function<void(std::size_t)> const& job) {

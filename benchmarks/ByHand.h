@@ -32,7 +32,9 @@ class ByHand {
 
     // How the jobs 0 to `count` - 1 are run.
     using Run = void(std::size_t count, std::function<void(std::size_t)> const& job);
-    void powerOn(Run& run);
+    // Whether the threads are given what makes the scheduler prefer them.
+    enum class Hints { Given, None };
+    void powerOn(Run& run, Hints hints = Hints::Given);
 
     // One sensor on the calling thread, more on the task queue.
     void powerOff();
@@ -45,7 +47,7 @@ class ByHand {
         std::shared_ptr<zeq::hal3a::IPeripheralController> peripheral;
     };
 
-    void powerOnSensor(Record& record, NSCam::Utils::CamProfile const& profile) const;
+    void powerOnSensor(Record& record, NSCam::Utils::CamProfile const& profile, Hints hints) const;
     static void powerOffSensor(Record const& record);
     void runOnQueue(std::vector<std::shared_ptr<std::packaged_task<void()>>> const& tasks);
 

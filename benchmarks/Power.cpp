@@ -1,5 +1,5 @@
-#include "ByHand.h"
 #include "SideBySide.h"
+#include "Ways.h"
 
 #include <sys/resource.h>
 
@@ -16,72 +16,7 @@
 namespace zeqcam::benchmarks {
 namespace {
 
-using Bench = std::shared_ptr<PowerBench>;
-
 constexpr std::chrono::milliseconds kSlowSensor{5};
-
-// Who powers the sensors of a bench on and off.
-struct Way {
-    std::string name;
-    void (*on)(PowerBench&);
-    void (*off)(PowerBench&);
-};
-
-void byHandOff(PowerBench& bench) {
-    bench.byHand.powerOff();
-}
-
-template <ByHand::Run& run>
-void byHandOn(PowerBench& bench) {
-    bench.byHand.powerOn(run);
-}
-
-Way const kLibrary{"library", [](PowerBench& bench) { bench.controller->powerOn(bench.ids); },
-                   [](PowerBench& bench) { bench.controller->powerOff(bench.ids); }};
-Way const kPlainThreads{"plain threads", byHandOn<onPlainThreads>, byHandOff};
-Way const kPackagedTasks{"packaged tasks", byHandOn<onPlainThreads>, byHandOff};
-Way const kOneAfterAnother{"one after another", byHandOn<oneAfterAnother>, byHandOff};
-#ifdef ZEQCAM_HAVE_TBB
-Way const kTaskGroup{"oneTBB task group", byHandOn<inTaskGroup>, byHandOff};
-#endif
-
-Bench benchOf(int sensors, std::chrono::microseconds powerOnTime = {}) {
-    return std::make_shared<PowerBench>(boardOf(sensors, powerOnTime), idsFrom(0, sensors));
-}
-
-// What the sides leave behind: sensors that are off, an empty QoS file.
-void leaveOff(PowerBench& bench, Way const& way) {
-    way.off(bench);
-    emptyQosFile();
-}
-
-Side powerOn(Bench const& bench, Way const& way) {
-    return {.name = way.name,
-            .job = [bench, way] { way.on(*bench); },
-            .undo = [bench, way] { leaveOff(*bench, way); }};
-}
-
-Side powerOff(Bench const& bench, Way const& way) {
-    return {.name = way.name,
-            .job = [bench, way] { way.off(*bench); },
-            .prepare = [bench, way] { way.on(*bench); },
-            .undo = emptyQosFile};
-}
-
-Side cycle(Bench const& bench, Way const& way) {
-    return {.name = way.name,
-            .job =
-                [bench, way] {
-                    way.on(*bench);
-                    way.off(*bench);
-                },
-            .undo = emptyQosFile};
-}
-
-Side withTarget(Side side, double atMostRatio) {
-    side.atMostRatio = atMostRatio;
-    return side;
-}
 
 // The call on one sensor, at the priority of a power-on: no power-on can be shorter.
 Side slowestAlone(Bench const& bench) {
@@ -93,16 +28,16 @@ Side slowestAlone(Bench const& bench) {
         sensor->release("alone");
         setpriority(PRIO_PROCESS, 0, 0);
     };
-    return {.name = "the slowest sensor alone", .job = job, .atMostRatio = 1.05};
+    return {.name = "the slowest sensor alone", .job = job};
 }
 
-// No platform call at all: what the machine asks for the threads.
+// No platform call at all: what this kernel can do.
 Side sleepingThreads(int sensors) {
     auto const job = [sensors] {
         onPlainThreads(static_cast<std::size_t>(sensors),
                        [](std::size_t) { std::this_thread::sleep_for(kSlowSensor); });
     };
-    return {.name = "threads that only sleep as long", .job = job};
+    return {.name = "threads that only sleep as long", .job = job, .atMostRatio = 1.05};
 }
 
 std::vector<Side> slowSensors(int sensors) {

@@ -7,6 +7,8 @@ Comparisons allComparisons() {
     addInside(all);
     addStatus(all);
     addPower(all);
+    addLoad(all);
+    addKernel(all);
     return all;
 }
 

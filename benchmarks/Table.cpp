@@ -4,6 +4,8 @@
 #include <cstddef>
 #include <cstdio>
 #include <iostream>
+#include <iterator>
+#include <optional>
 
 namespace zeqcam::benchmarks {
 namespace {
@@ -14,10 +16,11 @@ std::string number(char const* format, double value) {
     return text;
 }
 
-std::string timeOf(double nanoseconds) {
-    if (nanoseconds < 1e3) return number("%.2f ns", nanoseconds);
-    if (nanoseconds < 1e6) return number("%.2f µs", nanoseconds / 1e3);
-    return number("%.2f ms", nanoseconds / 1e6);
+std::string textOf(double cost, Unit unit) {
+    if (unit == Unit::Number) return number("%.2f", cost);
+    if (cost < 1e3) return number("%.2f ns", cost);
+    if (cost < 1e6) return number("%.2f µs", cost / 1e3);
+    return number("%.2f ms", cost / 1e6);
 }
 
 // Of an odd number of repetitions, sorted.
@@ -38,6 +41,34 @@ char const* verdict(double value, double target) {
     return value <= target ? "met" : "**missed**";
 }
 
+struct Row {
+    std::string name;
+    std::vector<double> const& library;
+    Side const& against;
+    std::vector<double> const& other;
+    std::optional<double> atMostRatio;
+};
+
+void print(std::ostream& out, Row const& row) {
+    auto const pairs = [&row](auto combine) { return sortedPairs(row.library, row.other, combine); };
+    auto const ratios = pairs([](double a, double b) { return a / b; });
+    auto const longer = pairs([](double a, double b) { return a - b; });
+    auto const itself = pairs([](double a, double) { return a; });
+    auto const others = pairs([](double, double b) { return b; });
+    out << "| " << row.name << " | " << textOf(median(itself), row.against.unit) << " | " << row.against.name
+        << " | " << textOf(median(others), row.against.unit) << " | " << number("%.2f", median(ratios))
+        << " | " << number("%.2f", ratios.front()) << " to " << number("%.2f", ratios.back()) << " | ";
+    if (row.atMostRatio) {
+        out << "at most " << number("%.2f", *row.atMostRatio) << " | "
+            << verdict(median(ratios), *row.atMostRatio);
+    } else if (auto const most = row.against.atMostLonger) {
+        out << "at most " << textOf(*most, Unit::Time) << " longer | " << verdict(median(longer), *most);
+    } else {
+        out << "shown | ";
+    }
+    out << " |\n";
+}
+
 }  // namespace
 
 bool Table::ReportContext(Context const& /*context*/) {
@@ -47,47 +78,34 @@ bool Table::ReportContext(Context const& /*context*/) {
 void Table::ReportRuns(std::vector<Run> const& runs) {
     for (Run const& run : runs) {
         if (run.run_type != Run::RT_Iteration) continue;
-        for (auto const& [side, time] : run.counters) {
-            mTimes[run.run_name.function_name][side].push_back(time);
-        }
+        std::string const& name = run.run_name.function_name;
+        if (run.error_occurred) mSkipped[name] = run.error_message;
+        for (auto const& [side, cost] : run.counters) mCosts[name][side].push_back(cost);
         std::cerr << '.' << std::flush;
     }
 }
 
 void Table::print(std::ostream& out) const {
     std::cerr << '\n';
-    out << "| what | time | against | time | ratio | lowest to highest | target | |\n"
+    for (auto const& [name, reason] : mSkipped)
+        std::cerr << "not measured: " << name << ": " << reason << '\n';
+    out << "| what | cost | against | cost | ratio | lowest to highest | target | |\n"
            "|---|---|---|---|---|---|---|---|\n";
     for (Comparison const& comparison : mComparisons) {
-        auto const times = mTimes.find(comparison.name);
-        if (times == mTimes.end()) continue;
+        auto const found = mCosts.find(comparison.name);
+        if (found == mCosts.end()) continue;
+        Costs const& costs = found->second;
         std::vector<Side> const sides = comparison.sides();
         for (std::size_t i = 1; i < sides.size(); ++i) {
-            printRow(out, comparison.name, times->second.at(sides[0].name), sides[i],
-                     times->second.at(sides[i].name));
+            Side const& library = sides[0];
+            Side const& other = sides[i];
+            benchmarks::print(out, {comparison.name, costs.at(library.name), other, costs.at(other.name),
+                                    other.atMostRatio});
+            if (!comparison.tails) continue;
+            benchmarks::print(out, {comparison.name + kTail, costs.at(library.name + kTail), other,
+                                    costs.at(other.name + kTail), other.atMostTailRatio});
         }
     }
-}
-
-void Table::printRow(std::ostream& out, std::string const& name, std::vector<double> const& library,
-                     Side const& against, std::vector<double> const& other) const {
-    auto const ratios = sortedPairs(library, other, [](double a, double b) { return a / b; });
-    auto const longer = sortedPairs(library, other, [](double a, double b) { return a - b; });
-    auto const itself = sortedPairs(library, other, [](double a, double) { return a; });
-    auto const others = sortedPairs(library, other, [](double, double b) { return b; });
-    out << "| " << name << " | " << timeOf(median(itself)) << " | " << against.name << " | "
-        << timeOf(median(others)) << " | " << number("%.2f", median(ratios)) << " | "
-        << number("%.2f", ratios.front()) << " to " << number("%.2f", ratios.back()) << " | ";
-    if (against.atMostRatio) {
-        out << "at most " << number("%.2f", *against.atMostRatio) << " | "
-            << verdict(median(ratios), *against.atMostRatio);
-    } else if (against.atMostLonger) {
-        out << "at most " << timeOf(*against.atMostLonger) << " longer | "
-            << verdict(median(longer), *against.atMostLonger);
-    } else {
-        out << "shown | ";
-    }
-    out << " |\n";
 }
 
 }  // namespace zeqcam::benchmarks

@@ -15,6 +15,8 @@ namespace zeqcam::benchmarks {
 // it is missed.
 class Table : public benchmark::BenchmarkReporter {
   public:
+    static constexpr char const* kTail = ", 99th percentile";  // behind the names of a side and of a row
+
     explicit Table(Comparisons const& comparisons) : mComparisons(comparisons) {}
 
     bool ReportContext(Context const& context) override;
@@ -22,13 +24,11 @@ class Table : public benchmark::BenchmarkReporter {
     void print(std::ostream& out) const;
 
   private:
-    using Times = std::map<std::string, std::vector<double>>;  // of each side, one for each repetition
-
-    void printRow(std::ostream& out, std::string const& name, std::vector<double> const& library,
-                  Side const& against, std::vector<double> const& other) const;
+    using Costs = std::map<std::string, std::vector<double>>;  // of each side, one for each repetition
 
     Comparisons const& mComparisons;
-    std::map<std::string, Times> mTimes;
+    std::map<std::string, Costs> mCosts;
+    std::map<std::string, std::string> mSkipped;  // by name, with the reason
 };
 
 }  // namespace zeqcam::benchmarks

@@ -7,7 +7,6 @@
 #include <benchmark/benchmark.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstddef>
 #include <exception>
 #include <iostream>
@@ -20,20 +19,20 @@
 namespace zeqcam::benchmarks {
 namespace {
 
-double median(std::vector<double> values) {
-    auto const middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
+double percentile(std::vector<double> values, std::size_t percent) {
+    auto const at = values.begin() + static_cast<std::ptrdiff_t>(values.size() * percent / 100);
+    std::nth_element(values.begin(), at, values.end());
+    return *at;
 }
 
-// Nanoseconds for one operation.
+// The cost of one operation.
 double sample(Side const& side) {
     side.prepare();
-    auto const begin = std::chrono::steady_clock::now();
+    double const before = side.meter();
     side.job();
-    std::chrono::duration<double, std::nano> const time = std::chrono::steady_clock::now() - begin;
+    double const cost = side.meter() - before;
     side.undo();
-    return time.count() / side.operations;
+    return cost / side.operations;
 }
 
 // Medians of samples, so that a job that was interrupted does not count. The order of the sides is drawn
@@ -50,7 +49,18 @@ void measure(benchmark::State& state, Comparison const& comparison) {
         for (std::size_t const turn : order) samples[turn].push_back(sample(sides[turn]));
         state.SetIterationTime(samples.front().back() * 1e-9);
     }
-    for (std::size_t i = 0; i < sides.size(); ++i) state.counters[sides[i].name] = median(samples[i]);
+    for (std::size_t i = 0; i < sides.size(); ++i) {
+        state.counters[sides[i].name] = percentile(samples[i], 50);
+        if (comparison.tails) state.counters[sides[i].name + Table::kTail] = percentile(samples[i], 99);
+    }
+}
+
+void measureIfPossible(benchmark::State& state, Comparison const& comparison) {
+    try {
+        measure(state, comparison);
+    } catch (std::exception const& reason) {
+        state.SkipWithError(reason.what());
+    }
 }
 
 void run(int argc, char** argv) {
@@ -67,8 +77,9 @@ void run(int argc, char** argv) {
 
     Comparisons const all = allComparisons();
     for (Comparison const& comparison : all) {
-        benchmark::RegisterBenchmark(comparison.name.c_str(),
-                                     [&comparison](benchmark::State& state) { measure(state, comparison); })
+        benchmark::RegisterBenchmark(
+            comparison.name.c_str(),
+            [&comparison](benchmark::State& state) { measureIfPossible(state, comparison); })
             ->Iterations(comparison.samples)
             ->UseManualTime();
     }
