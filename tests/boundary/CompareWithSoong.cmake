@@ -1,31 +1,7 @@
 # Compares what Android.bp says with what CMake does: cmake -DROOT=FOLDER -DMODULE=NAME "-DPROPERTIES=srcs;…"
 # "-DEXPECTED=a;b" [-DARCH=NAME] -P … Order does not matter; the values of several properties count together.
-file(READ ${ROOT}/Android.bp text)
-set(indent "    ")
-
-# in(START END): what stands between the two.
-macro(in start end)
-  string(FIND "${text}" "${start}" at)
-  if(at EQUAL -1)
-    message(FATAL_ERROR "Android.bp: ${MODULE} has no ${start}")
-  endif()
-  string(SUBSTRING "${text}" ${at} -1 text)
-  string(FIND "${text}" "${end}" at)
-  string(SUBSTRING "${text}" 0 ${at} text)
-endmacro()
-in("name: \"${MODULE}\"," "\n}")
-if(ARCH)
-  in("\n        ${ARCH}: {" "\n        }")
-  set(indent "            ")
-endif()
-
-set(found)
-foreach(property IN LISTS PROPERTIES)
-  string(REGEX MATCH "\n${indent}${property}: (\"[^\"]*\"|\\[[^]]*\\])" value "${text}")
-  string(REGEX MATCHALL "\"[^\"]+\"" quoted "${value}")
-  string(REPLACE "\"" "" quoted "${quoted}")
-  list(APPEND found ${quoted})
-endforeach()
+include(${CMAKE_CURRENT_LIST_DIR}/ReadSoong.cmake)
+soong_values(found ${MODULE} "${ARCH}" ${PROPERTIES})
 
 list(REMOVE_ITEM EXPECTED "")
 list(REMOVE_DUPLICATES EXPECTED)

@@ -1,0 +1,31 @@
+# soong_values(RESULT MODULE ARCH PROPERTY...): the values of properties in ${ROOT}/Android.bp, in their order there; of the
+# module's part for one processor unless ARCH is empty.
+function(soong_values result module arch)
+  file(READ ${ROOT}/Android.bp text)
+  set(indent "    ")
+
+  # in(START END): what stands between the two.
+  macro(in start end)
+    string(FIND "${text}" "${start}" at)
+    if(at EQUAL -1)
+      message(FATAL_ERROR "Android.bp: ${module} has no ${start}")
+    endif()
+    string(SUBSTRING "${text}" ${at} -1 text)
+    string(FIND "${text}" "${end}" at)
+    string(SUBSTRING "${text}" 0 ${at} text)
+  endmacro()
+  in("name: \"${module}\"," "\n}")
+  if(arch)
+    in("\n        ${arch}: {" "\n        }")
+    set(indent "            ")
+  endif()
+
+  set(found)
+  foreach(property IN LISTS ARGN)
+    string(REGEX MATCH "\n${indent}${property}: (\"[^\"]*\"|true|\\[[^]]*\\])" value "${text}")
+    string(REGEX MATCHALL "\"[^\"]+\"|true" values "${value}")
+    string(REPLACE "\"" "" values "${values}")
+    list(APPEND found ${values})
+  endforeach()
+  set(${result} ${found} PARENT_SCOPE)
+endfunction()
