@@ -9,6 +9,7 @@ Comparisons allComparisons() {
     addPower(all);
     addLoad(all);
     addKernel(all);
+    addJournal(all);
     return all;
 }
 

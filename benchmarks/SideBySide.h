@@ -68,6 +68,7 @@ inline void onThreads(int count, std::function<void(int)> const& run) {
 
 // All of them. Log statements, sections and the hint are measured from inside the library's own code.
 [[gnu::visibility("default")]] void addInside(Comparisons& all);
+void addJournal(Comparisons& all);
 void addStatus(Comparisons& all);
 void addPower(Comparisons& all);
 void addLoad(Comparisons& all);

@@ -73,6 +73,7 @@ TEST(PhotoSession, PowersEachSensorOffOnceWhenItGoes) {
     }
     EXPECT_EQ(poweredOf(board), std::set<int>{});
     EXPECT_EQ(board.journal().entries(Kind::SensorPowerOff).size(), 2U);
+    EXPECT_TRUE(board.callerFaults().empty()) << board.callerFaults().front().what;
 }
 
 }  // namespace
