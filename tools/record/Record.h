@@ -100,7 +100,7 @@ class KindSet {
 struct Event {
     Instant time;
     OptionalNumber<std::int64_t> number;
-    OptionalNumber<std::int32_t> sensor;
+    std::optional<std::int32_t> sensor;  // any id may be a sensor's
     // The request that it begins, ends or belongs to: index into Record::requests. Unknown is also "none".
     OptionalNumber<std::uint32_t> request;
     std::uint32_t thread = 0;  // index into Record::threads

@@ -71,7 +71,7 @@ std::vector<Breach> workersOfSeveralSensors(Record const& record) {
 
 std::vector<Breach> callsAfterNoPowerOn(Record const& record) {
     std::vector<Breach> breaches;
-    std::vector<OptionalNumber<std::int32_t>> up(record.threads.size());  // by each thread's last power-on
+    std::vector<std::optional<std::int32_t>> up(record.threads.size());  // by each thread's last power-on
     for (std::uint32_t index = 0; index < record.events.size(); ++index) {
         Event const& event = record.events[index];
         if (event.kind == Kind::SensorPowerOn) up[event.thread] = {};
