@@ -8,6 +8,16 @@ namespace zeqcam::tool {
 
 using board::Kind;
 
+namespace {
+
+std::string quoted(Record const& record, std::uint32_t event) {
+    std::string text = "\"";
+    text += record.textOf(record.events[event].text);
+    return text += '"';
+}
+
+}  // namespace
+
 std::vector<Breach> sectionsThatDoNotNest(Record const& record) {
     std::vector<Breach> breaches;
     std::vector<std::vector<std::uint32_t>> open(record.threads.size());  // of each thread, by their begins
@@ -16,13 +26,11 @@ std::vector<Breach> sectionsThatDoNotNest(Record const& record) {
         auto& sections = open[event.thread];
         if (event.kind == Kind::TraceBegin) sections.push_back(index);
         if (event.kind != Kind::TraceEnd) continue;
-        std::string const label(record.textOf(event.text));
         if (sections.empty()) {
-            breaches.push_back({"\"" + label + "\" ends, which had not begun", {index}});
+            breaches.push_back({quoted(record, index) + " ends, which had not begun", {index}});
         } else if (record.events[sections.back()].text != event.text) {
-            std::string const innermost(record.textOf(record.events[sections.back()].text));
-            breaches.push_back(
-                {"\"" + label + "\" ends inside \"" + innermost + "\"", {sections.back(), index}});
+            breaches.push_back({quoted(record, index) + " ends inside " + quoted(record, sections.back()),
+                                {sections.back(), index}});
         } else {
             sections.pop_back();
         }
@@ -30,8 +38,7 @@ std::vector<Breach> sectionsThatDoNotNest(Record const& record) {
     if (record.cutOff) return breaches;
     for (auto const& sections : open) {
         for (std::uint32_t const begin : sections) {
-            std::string const label(record.textOf(record.events[begin].text));
-            breaches.push_back({"\"" + label + "\" does not end", {begin}});
+            breaches.push_back({quoted(record, begin) + " does not end", {begin}});
         }
     }
     return breaches;

@@ -3,6 +3,7 @@
 #include "analysis/Pending.h"
 #include "analysis/SensorTimes.h"
 #include "text/Printable.h"
+#include "text/TextWidth.h"
 #include "text/TimeText.h"
 #include "views/RequestText.h"
 
@@ -18,12 +19,6 @@
 
 namespace zeqcam::tool {
 namespace {
-
-// The columns that a text takes, were each of its characters one wide.
-std::size_t widthOf(std::string_view text) {
-    return static_cast<std::size_t>(std::count_if(
-        text.begin(), text.end(), [](char c) { return (static_cast<unsigned char>(c) & 0xc0) != 0x80; }));
-}
 
 struct Ink {
     bool colours = false;
@@ -45,14 +40,14 @@ class Table {
     struct Column {
         std::string heading;
         Align align = Align::Left;
-        std::size_t width = widthOf(heading);
+        int width = columnsOf(heading);
     };
 
     explicit Table(std::vector<Column> columns) : mColumns(std::move(columns)) {}
 
     void add(std::vector<std::string> cells, bool marked = false) {
         for (std::size_t i = 0; i < cells.size(); ++i) {
-            mColumns[i].width = std::max(mColumns[i].width, widthOf(cells[i]));
+            mColumns[i].width = std::max(mColumns[i].width, columnsOf(cells[i]));
         }
         mRows.push_back({std::move(cells), marked});
     }
@@ -76,7 +71,7 @@ class Table {
     [[nodiscard]] std::string line(std::vector<std::string> const& cells, char mark) const {
         std::string line(1, mark);
         for (std::size_t i = 0; i < cells.size(); ++i) {
-            std::string const padding(mColumns[i].width - widthOf(cells[i]), ' ');
+            std::string const padding(static_cast<std::size_t>(mColumns[i].width - columnsOf(cells[i])), ' ');
             line += i == 0 ? " " : "  ";
             line += mColumns[i].align == Align::Left ? cells[i] + padding : padding + cells[i];
         }
