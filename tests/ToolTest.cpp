@@ -480,7 +480,6 @@ TEST(Tool, EndsWithTwoWhereTheKernelsTracerIsOutOfReach) {
     TemporaryFile const file(".toml", scenarioWith());
     TemporaryFile const script(
         ".sh",
-        "awk '$3 == \"tracefs\" { print $2 }' /proc/self/mounts | xargs -r umount --lazy\n"
         "for folder in tracing debug; do mount -t tmpfs none /sys/kernel/$folder; done\n"
         "awk '$3 == \"tracefs\" { print $2 }' /proc/mounts | while read -r folder; do\n"
         "  mount -t tmpfs none \"$folder\"\n"
