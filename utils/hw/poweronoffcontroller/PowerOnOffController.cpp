@@ -261,7 +261,9 @@ class SensorPowerOnWorkers {
     }
 
   private:
+    // The last one first: it ends last most often, so that this thread is woken once and not for each.
     void waitForAll() const {
+        if (!mFutures.empty()) mFutures.back().wait();
         for (auto const& future : mFutures) future.wait();
     }
 
@@ -577,6 +579,7 @@ void PowerOnOffController::powerOff(std::vector<int> sensorIds) {
 
     // Nothing from the first post to the last wait throws: no task is left to a queue that this call does not
     // wait for. What the queue has not run by then, since there is none or it dropped the task, runs here.
+    if (queued.back().valid()) queued.back().wait();  // ready last: this thread is woken once, not for each
     for (auto const& future : queued) {
         if (future.valid()) future.wait();
     }
