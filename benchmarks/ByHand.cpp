@@ -28,14 +28,13 @@ constexpr char const* kCaller = "zeqcam-PowerOnOffController";
 constexpr unsigned int kPostValue = 1;
 
 // The kinds of calls that each thread made, in order. When a task has ended is noted after whoever waits for
-// it goes on, so it is left out, and the library opens the QoS file in its first cycle alone.
+// it goes on, so it is left out.
 std::vector<std::vector<board::Kind>> callsOf(board::Journal& journal, std::function<void()> const& cycle) {
     journal.clear();
     cycle();
     std::map<int, std::vector<board::Kind>> threads;
     for (auto const& entry : journal.entries()) {
-        if (entry.kind == board::Kind::TaskRunDone || entry.kind == board::Kind::QosOpen) continue;
-        threads[entry.thread].push_back(entry.kind);
+        if (entry.kind != board::Kind::TaskRunDone) threads[entry.thread].push_back(entry.kind);
     }
     std::vector<std::vector<board::Kind>> calls;
     for (auto& [thread, kinds] : threads) calls.push_back(std::move(kinds));
