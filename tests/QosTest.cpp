@@ -187,6 +187,31 @@ TEST_F(QosTest, WritesTheHintsOfAllWorkersAtOnce) {
     controller->powerOff({0, 1, 2});
 }
 
+TEST_F(QosTest, OpensTheFileOnceMoreWhileAFailedDescriptorIsStillWrittenThrough) {
+    auto const first = create({0});
+    setWrites({.hang = true}, {2});
+    Background powerOn([&] { first->powerOn({0}); });
+    journal().waitFor(Kind::QosWrite, 2);  // the worker's hangs
+    QosFile::set(QosFile::Is::Full);
+    EXPECT_THAT(androidLines(cycle({1})), Contains("write camera_ux failed.:No space left on device\n"));
+    QosFile::set(QosFile::Is::Writable);
+    auto const told = entriesOf([&] {
+        for (int i = 0; i < 10; ++i) cycle({1, 2});
+    });
+    EXPECT_EQ(ofKinds(told, {Kind::QosOpen}).size(), 1U);
+    EXPECT_THAT(ofKinds(told, {Kind::QosClose}), IsEmpty()) << "nothing has failed on the new one";
+    EXPECT_EQ(openDescriptors(), 2);
+    auto const afterwards = entriesOf([&] {
+        board().change([](board::Settings& settings) { settings.qosWrites = {}; });
+        powerOn.join();
+    });
+    auto const closes = ofKinds(afterwards, {Kind::QosClose});
+    ASSERT_EQ(closes.size(), 1U) << "by the last that wrote through it";
+    EXPECT_EQ(closes[0].number, ofKinds(entries(), {Kind::QosWrite}).at(1).number);
+    EXPECT_EQ(openDescriptors(), 1);
+    first->powerOff({0});
+}
+
 TEST_F(QosTest, TellsASuccessOnlyWhenThePropertyAsksForIt) {
     auto const asked = ofKinds(cycle({0}), {Kind::PropertyGet});
     EXPECT_THAT(asked, AllOf(testing::SizeIs(2), Each(testing::Field(&Entry::detail, "0")))) << "the default";
