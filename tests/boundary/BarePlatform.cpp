@@ -1,5 +1,6 @@
 // The least that can stand behind the library: sensors and services that tell of each call, a queue that runs
-// a task as it is posted, and no log, no trace, no hint. It takes the board's place, and knows nothing of it.
+// a task as it is posted, a debug print of error lines, and no other log, no trace, no hint. It takes the
+// board's place, and knows nothing of it.
 
 #include <zeqcam/platform/AndroidLog.h>
 #include <zeqcam/platform/Atrace.h>
@@ -14,6 +15,7 @@
 #include <zeqcam/platform/UlxException.h>
 
 #include <cstdio>
+#include <cstring>
 #include <utility>
 
 namespace NSCam {
@@ -50,7 +52,12 @@ class Sensor final : public IHalSensor {
 
 class SensorList final : public IHalSensorList {
   public:
-    IHalSensor* createSensor(char const*, int index) override { return new Sensor(index); }
+    IHalSensor* createSensor(char const*, int index) override {
+        return index == kMissing ? nullptr : new Sensor(index);
+    }
+
+  private:
+    static constexpr int kMissing = 7;
 };
 
 template <class Interface>
@@ -120,7 +127,7 @@ namespace Utils {
 
 std::uint32_t ULog::ULogger::sDetailsLevel = 0;
 std::uint32_t ULog::ULogger::sNormalDetailsMask = 0;
-std::uint32_t ULog::ULogger::sMode = 0;
+std::uint32_t ULog::ULogger::sMode = 0x1;
 ULog::ULogger* ULog::ULogger::sULogger = nullptr;
 
 CamProfile::CamProfile(char const*, char const*) : mOpaque{} {}
@@ -155,7 +162,8 @@ int C2PSMachine::markCriticalTask() {
 
 extern "C" {
 
-cam_debug_level_record g_logInfoLv[4] = {};
+// Errors alone are enabled.
+cam_debug_level_record g_logInfoLv[4] = {{}, {.flags = 0x80, .prefix = "prefix "}, {}, {}};
 
 int zeqcam_perfctrl_set_affinity() {
     return 0;
@@ -163,9 +171,14 @@ int zeqcam_perfctrl_set_affinity() {
 int __android_log_print(int, char const*, char const*, ...) {
     return 0;
 }
-void log_dbg_print(char const*, cam_debug_level_t, char const*, ...) {}
-char const* get_filename_log_control(char const* path) {
-    return path;
+void log_dbg_print(char const*, cam_debug_level_t, char const* format, ...) {
+    std::printf("bare platform: print %.*s\n", static_cast<int>(std::strcspn(format, ":")), format);
+    g_logInfoLv[CAM_DEBUG_LEVEL_ERROR].prefix = "prefix ";
+}
+// Who asks for the prefix only now gets another one.
+char const* get_filename_log_control(char const*) {
+    g_logInfoLv[CAM_DEBUG_LEVEL_ERROR].prefix = "late prefix ";
+    return "file";
 }
 std::uint64_t atrace_get_enabled_tags() {
     return 0;

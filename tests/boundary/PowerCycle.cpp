@@ -14,9 +14,10 @@ void powerOn(NSCam::IPowerOnOffController& controller, int sensor) {
 }  // namespace
 
 int main() {
-    auto const controller = NSCam::IPowerOnOffController::create({.sensorIds = {3, 5}});
+    auto const controller = NSCam::IPowerOnOffController::create({.sensorIds = {3, 5, 7}});
     powerOn(*controller, 3);
     powerOn(*controller, 5);
+    powerOn(*controller, 7);
     controller->powerOff({3, 5});
     std::puts("client: off");
 }
