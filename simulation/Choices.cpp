@@ -1,0 +1,32 @@
+#include "Choices.h"
+
+#include "Mix.h"
+
+#include <algorithm>
+
+namespace zeqcam::simulation {
+
+SeededChoice::SeededChoice(Seed seed) : mSeed(seed), mState(mix(seed)) {}
+
+std::uint64_t SeededChoice::draw() {
+    return mState = mix(mState);
+}
+
+// A thread that can go on keeps its turn three times in four: threads get somewhere, and meet all the same.
+Thread* SeededChoice::next(Thread& current, bool canGoOn, std::span<Thread* const> ready) {
+    if (ready.size() == 1) return ready.front();
+    if (canGoOn && draw() % 4 != 0) return &current;
+    return ready[draw() % ready.size()];
+}
+
+Thread* GivenChoice::next(Thread& current, bool canGoOn, std::span<Thread* const> ready) {
+    if (isUsedUp()) return byRule(current, canGoOn, ready);
+    GivenTurn const& turn = mTurns[mGiven];
+    if (turn.thread != current.number || turn.step != current.steps) return byRule(current, canGoOn, ready);
+    ++mGiven;
+    auto const found = std::find_if(ready.begin(), ready.end(),
+                                    [&](Thread const* thread) { return thread->number == turn.next; });
+    return found != ready.end() ? *found : nullptr;
+}
+
+}  // namespace zeqcam::simulation

@@ -1,0 +1,106 @@
+#include "Order.h"
+
+#include "Mix.h"
+
+#include <algorithm>
+
+namespace zeqcam::simulation {
+namespace {
+
+using Clock = OwnVector<std::uint32_t>;
+
+std::uint32_t at(Clock const& clock, std::size_t thread) {
+    return thread < clock.size() ? clock[thread] : 0;
+}
+
+void set(Clock& clock, std::size_t thread, std::uint32_t step) {
+    if (clock.size() <= thread) clock.resize(thread + 1);
+    clock[thread] = step;
+}
+
+void join(Clock& clock, Clock const& seen) {
+    if (clock.size() < seen.size()) clock.resize(seen.size());
+    for (std::size_t i = 0; i < seen.size(); ++i) clock[i] = std::max(clock[i], seen[i]);
+}
+
+// Whether somebody else's last step there is news to the thread.
+bool hasUnseen(Clock const& last, Thread const& thread) {
+    auto const own = static_cast<std::size_t>(thread.number);
+    for (std::size_t i = 0; i < last.size(); ++i) {
+        if (i != own && last[i] > at(thread.past.clock, i)) return true;
+    }
+    return false;
+}
+
+}  // namespace
+
+void Order::started(Thread* parent, Thread& thread) {
+    if (parent != nullptr) thread.past.clock = parent->past.clock;
+    thread.past.hash = mix(thread.identity);
+    mState += mix(thread.past.hash);
+}
+
+void Order::takes(Thread& thread, Time now) {
+    Past& past = thread.past;
+    auto const own = static_cast<std::size_t>(thread.number);
+    set(past.clock, own, at(past.clock, own) + 1);
+    mState -= mix(past.hash);
+    past.hash = mix(past.hash, static_cast<std::uint64_t>(now));
+    Step const& step = thread.step;
+    // Nobody can join before the end: that meeting is never open.
+    if (step.object != nullptr) {
+        past.hash = meets(thread, objectOf(thread, step.object), step.access, step.target != nullptr);
+    }
+    if (step.lock != nullptr && step.lock != step.object) {
+        past.hash = meets(thread, objectOf(thread, step.lock), Access::Write, false);
+    }
+    mState += mix(past.hash);
+}
+
+bool Order::isContested(Thread const& thread) const {
+    Step const& step = thread.step;
+    if (step.target != nullptr) return false;
+    return (step.object != nullptr && mContested.contains(idOf(thread, step.object))) ||
+           (step.lock != nullptr && mContested.contains(idOf(thread, step.lock)));
+}
+
+std::uint64_t Order::idOf(Thread const& thread, void const* address) const {
+    auto const found = mObjects.find(address);
+    return found != mObjects.end() ? found->second.id : mix(thread.identity, thread.past.objects + 1);
+}
+
+Order::Object& Order::objectOf(Thread& thread, void const* address) {
+    Object& object = mObjects[address];
+    if (object.id == 0) object.id = object.hash = mix(thread.identity, ++thread.past.objects);
+    return object;
+}
+
+// Returns the thread's new hash.
+std::uint64_t Order::meets(Thread& thread, Object& object, Access access, bool isOrdered) {
+    auto const own = static_cast<std::size_t>(thread.number);
+    Past& past = thread.past;
+    bool const writes = access == Access::Write;
+    bool const isOpen =
+        hasUnseen(object.lastWrites, thread) || (writes && hasUnseen(object.lastReads, thread));
+    if (isOpen && !isOrdered && !mContested.contains(object.id) &&
+        std::find(mNew.begin(), mNew.end(), object.id) == mNew.end()) {
+        mNew.push_back(object.id);
+    }
+    join(past.clock, object.written);
+    if (writes) {
+        join(past.clock, object.read);
+        object.written = past.clock;
+        set(object.lastWrites, own, at(past.clock, own));
+        std::uint64_t const hash = mix(mix(past.hash, object.hash), object.readers);
+        object.hash = hash;
+        object.readers = 0;
+        return hash;
+    }
+    join(object.read, past.clock);
+    set(object.lastReads, own, at(past.clock, own));
+    std::uint64_t const hash = mix(mix(past.hash, object.hash), 1);
+    object.readers += hash;
+    return hash;
+}
+
+}  // namespace zeqcam::simulation

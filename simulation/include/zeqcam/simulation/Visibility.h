@@ -1,0 +1,3 @@
+#pragma once
+
+#define ZEQCAM_SIMULATION_API [[gnu::visibility("default")]]
