@@ -1,3 +1,5 @@
+#include "SimulationHooks.h"
+
 #include <zeqcam/ThreadSafety.h>
 #include <zeqcam/board/Journal.h>
 
@@ -87,6 +89,7 @@ void Journal::add(Entry entry) {
     State::Shard& shard = mState->shards[shardOfThisThread()];
     {
         std::lock_guard const hold(shard.lock);
+        meetsOthersAt(&gNextOrder);  // a reader sees which entry came first
         entry.time = std::chrono::steady_clock::now();
         entry.order = gNextOrder.fetch_add(1, std::memory_order_release);
         shard.add(std::move(entry));

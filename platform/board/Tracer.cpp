@@ -1,4 +1,5 @@
 #include "Device.h"
+#include "SimulationHooks.h"
 
 #include <zeqcam/platform/Atrace.h>
 #include <zeqcam/platform/CamProfile.h>
@@ -63,6 +64,7 @@ std::uint64_t atrace_get_enabled_tags() {
 
 void atrace_begin_body(char const* label) {
     InBoard const inside;
+    opensSection(textOf(label));
     Device* const device = standing();
     if (!device) return;
     note(device->journal, [&] { return Entry{.kind = Kind::TraceBegin, .text = textOf(label)}; });
@@ -72,6 +74,7 @@ void atrace_begin_body(char const* label) {
 
 void atrace_end_body() {
     InBoard const inside;
+    closesSection();
     Device* const device = standing();
     if (!device) return;
     writeMarker(*device, 'E');

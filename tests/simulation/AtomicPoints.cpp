@@ -1,0 +1,57 @@
+// What code calls that a compiler has instrumented for a thread sanitizer, its atomic operations alone: each
+// is a point of the simulation, and then done. No sanitizer's runtime is linked. Memory orders are not looked
+// at: one thread runs at a time.
+#include <zeqcam/simulation/Simulation.h>
+
+#include <cstdint>
+
+namespace {
+
+using zeqcam::simulation::Access;
+using zeqcam::simulation::touch;
+
+}  // namespace
+
+extern "C" {
+
+void __tsan_init();
+void __tsan_init() {}
+
+#define ATOMIC_OF(bits)                                                                                     \
+    using Value##bits = std::uint##bits##_t;                                                                \
+    Value##bits __tsan_atomic##bits##_load(Value##bits const volatile* object, int);                        \
+    Value##bits __tsan_atomic##bits##_load(Value##bits const volatile* object, int) {                       \
+        touch(const_cast<Value##bits const*>(object), Access::Read);                                        \
+        return __atomic_load_n(object, __ATOMIC_SEQ_CST);                                                   \
+    }                                                                                                       \
+    void __tsan_atomic##bits##_store(Value##bits volatile* object, Value##bits value, int);                 \
+    void __tsan_atomic##bits##_store(Value##bits volatile* object, Value##bits value, int) {                \
+        touch(const_cast<Value##bits const*>(object), Access::Write);                                       \
+        __atomic_store_n(object, value, __ATOMIC_SEQ_CST);                                                  \
+    }                                                                                                       \
+    Value##bits __tsan_atomic##bits##_compare_exchange_val(                                                 \
+        Value##bits volatile* object, Value##bits expected, Value##bits desired, int, int);                 \
+    Value##bits __tsan_atomic##bits##_compare_exchange_val(                                                 \
+        Value##bits volatile* object, Value##bits expected, Value##bits desired, int, int) {                \
+        touch(const_cast<Value##bits const*>(object), Access::Write);                                       \
+        __atomic_compare_exchange_n(object, &expected, desired, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST); \
+        return expected;                                                                                    \
+    }                                                                                                       \
+    FETCHES(bits, exchange, __atomic_exchange_n)                                                            \
+    FETCHES(bits, fetch_add, __atomic_fetch_add)                                                            \
+    FETCHES(bits, fetch_sub, __atomic_fetch_sub)                                                            \
+    FETCHES(bits, fetch_or, __atomic_fetch_or)                                                              \
+    FETCHES(bits, fetch_and, __atomic_fetch_and)
+
+#define FETCHES(bits, name, builtin)                                                                 \
+    Value##bits __tsan_atomic##bits##_##name(Value##bits volatile* object, Value##bits value, int);  \
+    Value##bits __tsan_atomic##bits##_##name(Value##bits volatile* object, Value##bits value, int) { \
+        touch(const_cast<Value##bits const*>(object), Access::Write);                                \
+        return builtin(object, value, __ATOMIC_SEQ_CST);                                             \
+    }
+
+ATOMIC_OF(8)
+ATOMIC_OF(16)
+ATOMIC_OF(32)
+ATOMIC_OF(64)
+}

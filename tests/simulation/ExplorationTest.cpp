@@ -1,0 +1,221 @@
+// The library and the board, whole, in every order in which their threads can meet.
+#include "Explore.h"
+#include "FailsThread.h"
+#include "utils/hw/poweronoffcontroller/PowerOnOffController.h"
+
+#include <zeqcam/IPowerOnOffListener.h>
+#include <zeqcam/board/QosFile.h>
+
+#include <algorithm>
+#include <chrono>
+#include <filesystem>
+#include <iterator>
+#include <stdexcept>
+
+namespace zeqcam::tests {
+namespace {
+
+using board::Board;
+using board::Kind;
+using board::QosFile;
+using board::Settings;
+using board::TaskHandles;
+using board::TaskRuns;
+
+void waitSensorsPowerOff() {
+    NSCam::IPowerOnOffController::waitSensorsPowerOff();
+}
+
+bool isOn(Controller const& controller, unsigned int sensor) {
+    return controller->getStatus().at(sensor);
+}
+
+TEST(Explorations, TwoClientsPowerTheSameSensorOnAndOff) {
+    expectOfEverySchedule([] {
+        Board board(quietBoard());
+        {
+            Controller const controller = create({0});
+            auto const client = [&] {
+                expect(controller->powerOn({0}), "a power-on is refused");
+                controller->powerOff({0});
+            };
+            together({client, client});
+            expect(!isOn(controller, 0), "the controller counts the sensor as on");
+            waitSensorsPowerOff();
+        }
+        expectAllGone(board);
+    });
+}
+
+TEST(Explorations, ALastPowerOffBesideAnothersPowerOnAndAWaiter) {
+    expectOfEverySchedule([] {
+        Board board(quietBoard());
+        {
+            Controller const first = create({0});
+            Controller const second = create({1});
+            first->powerOn({0});
+            together({[&] { first->powerOff({0}); }, [&] { second->powerOn({1}); }, waitSensorsPowerOff});
+            expect(board.isPowered(1), "the other's sensor is off");
+            second->powerOff({1});
+            waitSensorsPowerOff();
+        }
+        expectAllGone(board);
+    });
+}
+
+// A request changes the states of all its sensors at once. The debug lines are points in between.
+TEST(Explorations, AStatusBesideAPowerOnAndAPowerOff) {
+    expectOfEverySchedule([] {
+        Settings settings = quietBoard();
+        settings.log = {.mode = 2};
+        Board board(settings);
+        {
+            Controller const controller = create({0, 1});
+            auto const asks = [&] {
+                board.journal().add({.text = "asks"});
+                auto const status = controller->getStatus();
+                expect(status.at(0) == status.at(1), "a status shows one of two sensors on");
+            };
+            together({[&] { controller->powerOn({0, 1}); }, asks});
+            together({[&] { controller->powerOff({0, 1}); }, asks});
+        }
+        expectAllGone(board);
+    });
+}
+
+TEST(Explorations, ADestructionBesideWaitersAndALateQueue) {
+    expectOfEverySchedule([] {
+        Settings settings = quietBoard();
+        settings.queue = {.runs = TaskRuns::Late, .handles = TaskHandles::NoFuture};
+        Board board(settings);
+        {
+            Controller controller = create({0, 1, 2});
+            controller->powerOn({0, 1, 2});
+            controller->powerOff({0, 1});  // on this thread: the queue may come to the tasks later
+            together({[&] { controller.reset(); }, waitSensorsPowerOff, waitSensorsPowerOff});
+        }
+        expectAllGone(board);
+    });
+}
+
+// In whatever order they fail, open the file anew and close it: none writes to what another has closed, and
+// nothing stays open.
+TEST(Explorations, ThreeWorkersWhoseHintsFail) {
+    if (!QosFile::provided()) GTEST_SKIP() << "no QoS file for this process";
+    QosFile::set(QosFile::Is::Full);
+    expectOfEverySchedule([] {
+        auto const descriptors = [] {
+            return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+        };
+        auto const before = descriptors();
+        Board board(quietBoard());
+        {
+            Controller const controller = create({0, 1, 2});
+            controller->powerOn({0, 1, 2});
+            controller->powerOff({0});
+            controller->powerOff({1});
+            controller->powerOff({2});
+        }
+        auto const lines = board.journal().entries(Kind::AndroidLog);
+        expect(lines.size() == 4, "a failed hint has no line");
+        for (auto const& line : lines) {
+            expect(line.shown.find("No space left on device") != std::string::npos, line.shown);
+        }
+        expect(descriptors() == before, "a descriptor is left open");
+        expectAllGone(board);
+    });
+    QosFile::set(QosFile::Is::Writable);
+}
+
+struct QueueFault {
+    char const* name;
+    board::Queue queue;
+};
+
+TEST(Explorations, AQueueThatDropsDelaysOrRepeatsTasks) {
+    std::vector<QueueFault> const faults{
+        {"drops", {.runs = TaskRuns::Dropped}},
+        {"delays", {.runs = TaskRuns::Late, .lateBy = std::chrono::microseconds(5)}},
+        {"delays and repeats", {.runs = TaskRuns::Late, .handles = TaskHandles::NoHandle}},
+        {"holds and repeats", {.runs = TaskRuns::Held, .handles = TaskHandles::NoFuture}},
+    };
+    for (QueueFault const& fault : faults) {
+        SCOPED_TRACE(fault.name);
+        expectOfEverySchedule([&] {
+            Settings settings = quietBoard();
+            settings.queue = fault.queue;
+            Board board(settings);
+            {
+                Controller const controller = create({0, 1});
+                controller->powerOn({0, 1});
+                together({[&] { controller->powerOff({0, 1}); }, [&] { board.runHeldTasks(); }});
+                expect(!isOn(controller, 0) && !isOn(controller, 1), "a sensor counts as on");
+                auto const offs = board.journal().entries(Kind::SensorPowerOff);
+                expect(offs.size() == 2, "a sensor was not powered off once");
+            }
+            expectAllGone(board);
+        });
+    }
+}
+
+TEST(Explorations, AFailingThreadCreationBesideAPowerOff) {
+    expectOfEverySchedule([] {
+        Board board(quietBoard());
+        {
+            Controller const controller = create({0, 1});
+            auto const fails = [&] {
+                FailsThread const second(2);
+                expect(!controller->powerOn({0, 1}), "a power-on succeeds without a worker");
+            };
+            together({fails, [&] { controller->powerOff({0}); }});
+            controller->powerOff({0, 1});
+            waitSensorsPowerOff();
+        }
+        expectAllGone(board);
+    });
+}
+
+class Throws final : public NSCam::IPowerOnOffListener {
+  public:
+    std::string getName() override { return "throws"; }
+    bool init() override { return true; }
+    bool notifyPowerOn() override { return true; }
+    bool notifyPowerOff() override { throw std::runtime_error("the listener's own"); }
+};
+
+class ProductController final : public NSCam::PowerOnOffController {
+  public:
+    using PowerOnOffController::PowerOnOffController;
+    // No call is under way.
+    void addThrowing(unsigned int sensor) ZEQCAM_THREAD_ANNOTATION(no_thread_safety_analysis) {
+        auto& listeners = mDataMap.at(sensor)->mListeners;
+        listeners.insert(listeners.begin(), std::make_shared<Throws>());
+    }
+};
+
+TEST(Explorations, AListenerThatThrowsBesideAPowerOn) {
+    expectOfEverySchedule([] {
+        Board board(quietBoard());
+        {
+            auto const controller = std::make_shared<ProductController>(
+                NSCam::IPowerOnOffController::CreationInfo{.sensorIds = {0, 1, 2}});
+            controller->powerOn({0, 1});
+            controller->addThrowing(0);
+            auto const off = [&] {
+                try {
+                    controller->powerOff({0, 1});
+                    simulation::fail("an exception is lost");
+                } catch (std::runtime_error const&) {
+                    expect(!board.isPowered(0) && !board.isPowered(1), "an exception keeps a sensor on");
+                }
+            };
+            together({off, [&] { controller->powerOn({2}); }});
+            controller->powerOff({2});
+            waitSensorsPowerOff();
+        }
+        expectAllGone(board);
+    });
+}
+
+}  // namespace
+}  // namespace zeqcam::tests
