@@ -1,5 +1,6 @@
 #include "commands/CheckCommand.h"
 #include "commands/Command.h"
+#include "commands/ExploreCommand.h"
 #include "commands/RunCommand.h"
 #include "text/Printable.h"
 
@@ -11,6 +12,7 @@ namespace {
 
 constexpr std::array kCommands{
     Command{"run", "Run a scenario; print its log lines, timeline, requests and final states.", addRun},
+    Command{"explore", "Run a scenario in every order in which its threads can meet.", addExplore},
     Command{"check", "Read a scenario and tell all that is wrong with it; run nothing.", addCheck},
 };
 

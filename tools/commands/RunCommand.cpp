@@ -5,6 +5,7 @@
 #include "rules/Verdict.h"
 #include "run/LogOutput.h"
 #include "run/Run.h"
+#include "run/SimulatedRun.h"
 #include "run/TraceMarker.h"
 #include "run/Watch.h"
 #include "scenario/ScenarioReader.h"
@@ -25,6 +26,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 
 namespace zeqcam::tool {
@@ -50,6 +52,8 @@ struct Options {
     std::optional<std::uint32_t> detailsLevel;  // else what the file says, like the seed
     std::optional<std::uint64_t> seed;
     std::optional<double> timeoutSeconds;
+    bool simulate = false;
+    std::optional<std::string> schedule;
 };
 
 // Unlike a comparison with both ends, not a number is wrong here.
@@ -79,6 +83,14 @@ void addOptions(CLI::App& app, Options& options) {
     app.add_option("--timeout", options.timeoutSeconds, "Cut the run off when it has not ended by then.")
         ->type_name("SECONDS")
         ->check(secondsCheck());
+    auto* const simulate =
+        app.add_flag("--simulate", options.simulate,
+                     "Run in virtual time, one thread at a time, in an order that the seed chooses: the same "
+                     "seed gives the same run.");
+    app.add_option("--schedule", options.schedule,
+                   "Run in the order that a schedule tells, as explore prints it, not the seed.")
+        ->type_name("TEXT")
+        ->needs(simulate);
     auto* const verbose = app.add_flag(
         "-v,--verbose", [&options](std::int64_t) { options.detailsLevel = kAll; },
         "Log debug lines too, whatever the file says.");
@@ -166,6 +178,21 @@ int play(Scenario const& scenario, Options& options, LogOutput& log) {
     return isTold && allHeld(taken) ? kAllHeld : kFailed;
 }
 
+// In virtual time nothing is waited for: a run that nobody can go on with is cut off at once.
+int playSimulated(Scenario const& scenario, Options& options, LogOutput& log) {
+    std::optional<std::chrono::nanoseconds> limit;
+    if (options.timeoutSeconds) limit = std::chrono::nanoseconds(std::llround(*options.timeoutSeconds * 1e9));
+    Order const order = options.schedule ? Order(*options.schedule) : Order(scenario.settings.seed);
+    SimulatedRun played = simulate(scenario, order, limit);
+    played.record.files = {options.file};
+    log.close();
+    bool const isTold = tell(played.record, options);
+    if (!played.result.report.empty()) std::cerr << played.result.report << '\n';
+    if (played.leavesThreads()) leave(kTimedOut);
+    if (played.record.cutOff) return kTimedOut;
+    return isTold && allHeld(played.record) ? kAllHeld : kFailed;
+}
+
 int run(Options& options) try {
     auto [scenario, faults] = readScenarioFile(options.file);
     if (!faults.empty()) {
@@ -184,9 +211,12 @@ int run(Options& options) try {
     if (traceMarker) scenario.settings.traceMarker = traceMarker->get();
     if (options.seed) scenario.settings.seed = *options.seed;
     if (options.detailsLevel) scenario.settings.log.detailsLevel = *options.detailsLevel;
-    return play(scenario, options, log);
+    return options.simulate ? playSimulated(scenario, options, log) : play(scenario, options, log);
 } catch (CannotOpen const& error) {
     complain(error.what());
+    return kWrongInput;
+} catch (std::invalid_argument const& error) {
+    complain(std::string("--schedule: ") + error.what());
     return kWrongInput;
 }
 

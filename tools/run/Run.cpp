@@ -351,9 +351,8 @@ void Run::join() {
     for (auto& player : mState->players) player.get();
 }
 
-Record Run::record() {
+Record Run::record(Clock::time_point end) {
     Record record;
-    auto const end = Clock::now();
     record.end = instantOf(end);
     record.process = getpid();
     record.seed = mState->scenario.settings.seed;

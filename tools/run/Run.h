@@ -3,6 +3,7 @@
 #include "record/Record.h"
 #include "scenario/Scenario.h"
 
+#include <chrono>
 #include <functional>
 #include <memory>
 
@@ -23,8 +24,9 @@ class Run {
     // Waits for the clients. Throws what one of them threw.
     void join();
 
-    // What has come of it so far. A controller that a client lets go of later stays until the run goes.
-    [[nodiscard]] Record record();
+    // What had come of it by a time, now or earlier. A controller that a client lets go of later stays until
+    // the run goes.
+    [[nodiscard]] Record record(std::chrono::steady_clock::time_point end = std::chrono::steady_clock::now());
 
   private:
     struct State;

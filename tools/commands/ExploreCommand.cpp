@@ -1,0 +1,161 @@
+#include "commands/ExploreCommand.h"
+
+#include "commands/Terminal.h"
+#include "rules/Rule.h"
+#include "rules/Verdict.h"
+#include "run/SimulatedRun.h"
+#include "scenario/ScenarioReader.h"
+#include "views/Report.h"
+#include "views/TerminalTimeline.h"
+
+#include <zeqcam/board/QosFile.h>
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <cstdlib>
+#include <filesystem>
+#include <iostream>
+#include <memory>
+
+namespace zeqcam::tool {
+namespace {
+
+constexpr auto kFooter =
+    "Each schedule is a run of its own, in virtual time and in a process of its own. The first that breaks "
+    "an\n"
+    "expectation, a rule or a deadlock's peace is shrunk to the fewest switches and shown, with the command\n"
+    "that repeats it. A switch is taken where threads meet: at locks, waits, starts and ends of threads.\n";
+
+struct Options {
+    std::string file;
+    int preemptions = 2;
+    std::uint64_t schedules = 0;
+    double seconds = 0;
+};
+
+void addOptions(CLI::App& app, Options& options) {
+    app.add_option("FILE", options.file, "The scenario, in TOML.")->required();
+    app.add_option("--preemptions", options.preemptions,
+                   "How often a schedule may take the turn from a thread that could go on; 2 if not given.")
+        ->type_name("N")
+        ->check(CLI::Range(0, 100).description(""));
+    app.add_option("--schedules", options.schedules, "Run no more schedules than these.")
+        ->type_name("N")
+        ->check(CLI::PositiveNumber.description(""));
+    app.add_option("--seconds", options.seconds, "Begin no schedule after this time.")
+        ->type_name("S")
+        ->check(CLI::PositiveNumber.description(""));
+    app.footer(kFooter + ('\n' + std::string(kExitCodes)));
+}
+
+// What the scenario or the rules hold against a record; empty: nothing.
+std::string complaintAbout(Record const& record) {
+    for (Expectation const& expectation : record.expectations) {
+        if (expectation.state == Expectation::State::Unmet) {
+            return fmt::format("line {}: {}", expectation.line, record.textOf(expectation.unmet));
+        }
+    }
+    for (Judgement const& judgement : judge(record)) {
+        if (judgement.rule->of != Rule::Of::Sequence || !judgement.breaches) continue;
+        for (Breach const& breach : *judgement.breaches) {
+            return fmt::format("{}: {}", judgement.rule->name, breach.text);
+        }
+    }
+    return {};
+}
+
+std::string counted(std::uint64_t number, std::string_view what) {
+    return fmt::format("{} {}{}", fmt::group_digits(number), what, number == 1 ? "" : "s");
+}
+
+void tellProgress(simulation::Progress const& progress) {
+    std::cerr << fmt::format("\r\033[K{} run, {} known to come, {}, {:.0f} s",
+                             counted(progress.schedules, "schedule"), fmt::group_digits(progress.known),
+                             counted(static_cast<std::uint64_t>(progress.preemptions), "preemption"),
+                             std::chrono::duration<double>(progress.elapsed).count())
+              << std::flush;
+}
+
+// "All 48,120 schedules with at most 2 preemptions hold".
+std::string sentenceOf(simulation::Exploration const& found, int preemptions) {
+    auto const most = [](int number) {
+        return "with at most " + counted(static_cast<std::uint64_t>(number), "preemption");
+    };
+    if (found.complete) {
+        return fmt::format("All {} {} hold", counted(found.schedules, "schedule"), most(preemptions));
+    }
+    std::string const all = found.preemptions < 0 ? "not even all without a preemption were run"
+                                                  : "all " + most(found.preemptions) + " were run";
+    return fmt::format("{} hold; the search was cut short: {}, not all {}",
+                       counted(found.schedules, "schedule"), all, most(preemptions));
+}
+
+// As a shell reads it.
+std::string quoted(std::string const& text) {
+    std::string quoted = "'";
+    for (char const c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return quoted + '\'';
+}
+
+// Plays the schedule that failed once more and shows it.
+void show(Scenario const& scenario, Options const& options, simulation::Exploration const& found) {
+    simulation::Result const& failure = *found.failure;
+    complain(fmt::format("{}: schedule {} of {} ends in {}:", options.file,
+                         fmt::group_digits(found.schedules), "the search", nameOf(failure.ending)));
+    std::cerr << failure.report << (failure.report.ends_with('\n') ? "" : "\n");
+    SimulatedRun run = simulate(scenario, failure.schedule, {});
+    run.record.files = {options.file};
+    Presentation presentation = presentationOnOutput();
+    presentation.title = std::filesystem::path(options.file).filename();
+    writeTerminalTimeline(run.record, presentation, std::cout);
+    writeReport(run.record, presentation, std::cout);
+    std::cout << "\nIt is repeated by\n  zeqcam-power run " << quoted(options.file)
+              << " --simulate --schedule " << quoted(failure.schedule) << std::endl;
+    if (run.leavesThreads()) std::_Exit(kFailed);
+}
+
+int explore(Options const& options) {
+    auto const [scenario, faults] = readScenarioFile(options.file);
+    if (!faults.empty()) {
+        complain(faultText(faults.front(), options.file));
+        return kWrongInput;
+    }
+    if (std::string const reason = board::QosFile::provide(); !reason.empty()) {
+        complain("no QoS file, as on a device without it: " + reason);
+    }
+    bool const onTerminal = isatty(STDERR_FILENO) == 1;
+    auto const body = [&played = scenario] {
+        playSimulated(played, [](Record const& record) {
+            std::string const complaint = complaintAbout(record);
+            if (!complaint.empty()) simulation::fail(complaint);
+        });
+    };
+    auto const found = simulation::explore(
+        body, {.preemptions = options.preemptions,
+               .schedules = options.schedules,
+               .time = std::chrono::milliseconds(static_cast<std::int64_t>(options.seconds * 1000)),
+               .progress = onTerminal ? tellProgress : std::function<void(simulation::Progress const&)>()});
+    if (onTerminal) std::cerr << "\r\033[K";
+    if (found.failure) {
+        show(scenario, options, found);
+        return kFailed;
+    }
+    std::cout << sentenceOf(found, options.preemptions) << std::endl;
+    if (!std::cout) {
+        complain("the output cannot be written");
+        return kFailed;
+    }
+    return found.complete ? kAllHeld : kTimedOut;
+}
+
+}  // namespace
+
+std::function<int()> addExplore(CLI::App& app) {
+    auto const options = std::make_shared<Options>();
+    addOptions(app, *options);
+    return [options] { return explore(*options); };
+}
+
+}  // namespace zeqcam::tool
