@@ -205,7 +205,9 @@ int run(Options& options) try {
     if (std::string const reason = board::QosFile::provide(); !reason.empty()) {
         complain("no QoS file, as on a device without it: " + reason);
     }
-    LogOutput log(options.json ? std::cerr : std::cout);
+    using Addresses = LogOutput::Addresses;
+    LogOutput log(options.json ? std::cerr : std::cout,
+                  options.simulate ? Addresses::Hidden : Addresses::Shown);
     std::ostream logStream(&log);
     scenario.settings.logStream = &logStream;
     if (traceMarker) scenario.settings.traceMarker = traceMarker->get();

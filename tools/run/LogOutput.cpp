@@ -1,5 +1,10 @@
 #include "run/LogOutput.h"
 
+#include "text/Addresses.h"
+
+#include <string>
+#include <string_view>
+
 namespace zeqcam::tool {
 
 void LogOutput::close() {
@@ -10,7 +15,9 @@ void LogOutput::close() {
 // A line that the stream does not take fails the stream, and nobody else: the run goes on.
 std::streamsize LogOutput::xsputn(char const* text, std::streamsize size) {
     std::lock_guard const hold(mLock);
-    if (mOpen) mOut.write(text, size).flush();
+    if (!mOpen) return size;
+    std::string_view const line(text, static_cast<std::size_t>(size));
+    mOut << (mAddresses == Addresses::Hidden ? withoutAddresses(line) : std::string(line)) << std::flush;
     return size;
 }
 

@@ -1,6 +1,7 @@
 #include "run/SimulatedRun.h"
 
 #include "run/Run.h"
+#include "text/Addresses.h"
 #include "text/TimeText.h"
 
 #include <zeqcam/ThreadSafety.h>
@@ -75,6 +76,12 @@ void playUntil(Scenario const& scenario, std::optional<std::chrono::nanoseconds>
     shared.run.reset();  // lets what hangs go on, in no time
 }
 
+void hideAddresses(Record& record) {
+    for (Event& event : record.events) {
+        event.shown = record.texts.add(withoutAddresses(record.textOf(event.shown)));
+    }
+}
+
 }  // namespace
 
 bool SimulatedRun::leavesThreads() const {
@@ -94,6 +101,7 @@ SimulatedRun simulate(Scenario const& scenario, Order const& order,
         run.record = shared->run->record(shared->began + run.result.time);
     }
     run.record.clock = ClockKind::Virtual;
+    hideAddresses(run.record);
     if (run.leavesThreads()) {
         if (!run.record.cutOff) run.record.cutOff = whyCutOff(run.result.ending);
         static_cast<void>(shared.release());
