@@ -1,13 +1,12 @@
-#include "Child.h"
 #include "Libc.h"
 #include "Mix.h"
 #include "Stacks.h"
 #include "Trail.h"
+#include "Worker.h"
 
 #include <zeqcam/simulation/Simulation.h>
 
 #include <poll.h>
-#include <sys/mman.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -25,24 +24,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-class SharedTrail {
-  public:
-    SharedTrail()
-        : mMemory(mmap(nullptr, sizeof(Trail), PROT_READ | PROT_WRITE,
-                       MAP_SHARED | MAP_ANONYMOUS | MAP_NORESERVE, -1, 0)) {
-        if (mMemory == MAP_FAILED)
-            throw std::system_error(errno, std::generic_category(), "no memory for a schedule");
-    }
-    ~SharedTrail() { munmap(mMemory, sizeof(Trail)); }
-    SharedTrail(SharedTrail const&) = delete;
-    SharedTrail& operator=(SharedTrail const&) = delete;
-
-    [[nodiscard]] Trail& trail() const { return *static_cast<Trail*>(mMemory); }
-
-  private:
-    void* const mMemory;
-};
-
 std::vector<int> allowedCpus() {
     cpu_set_t set;
     CPU_ZERO(&set);
@@ -56,11 +37,24 @@ std::vector<int> allowedCpus() {
 
 // A schedule that is being run, or has been and waits for those before it.
 struct Running {
+    std::uint32_t node = 0;
     GivenTurns turns;
-    int cpu = -1;
-    bool isDone = false;
-    std::unique_ptr<SharedTrail> trail;
-    std::unique_ptr<Child> child;
+    Worker* worker = nullptr;  // null: it is done
+    // What it left.
+    Result result;
+    bool isFull = false;
+    std::vector<Trail::Branch> branches;
+    std::vector<Trail::Alternative> alternatives;
+    std::vector<std::uint64_t> contested;
+
+    void keep(Trail const& trail) {
+        result = trail.result(turns);
+        isFull = trail.isFull;
+        branches.assign(trail.branches.begin(), trail.branches.begin() + trail.branchCount);
+        alternatives.assign(trail.alternatives.begin(), trail.alternatives.begin() + trail.alternativeCount);
+        contested.assign(trail.contested.begin(), trail.contested.begin() + trail.contestedCount);
+        worker = nullptr;
+    }
 };
 
 // The search. States are named as in Order; who goes on from one and with how many preemptions left decides
@@ -68,12 +62,17 @@ struct Running {
 // again. Schedules with fewer preemptions come first: the first visit is the one that leaves the most.
 class Search {
   public:
-    Search(std::function<void()> const& body, Bounds const& bounds)
-        : mBody(body), mBounds(bounds), mFreeCpus(allowedCpus()), mBegan(Clock::now()) {
-        std::size_t const cpus = std::max<std::size_t>(mFreeCpus.size(), 1);
-        mProcesses = bounds.processes > 0 ? static_cast<std::size_t>(bounds.processes) : cpus;
+    Search(std::function<void()> const& body, Bounds const& bounds) : mBounds(bounds), mBegan(Clock::now()) {
+        std::vector<int> const cpus = allowedCpus();
+        std::size_t const processes =
+            bounds.processes > 0 ? static_cast<std::size_t>(bounds.processes) : cpus.size();
+        for (std::size_t i = 0; i < processes; ++i) {
+            mWorkers.push_back(std::make_unique<Worker>(body, mBounds.limits, *mContested));
+            mFree.push_back(mWorkers.back().get());
+        }
         // More processes than processors: none of them is bound to one.
-        if (mProcesses > cpus) mFreeCpus.clear();
+        for (std::size_t i = 0; i < processes; ++i)
+            mWorkers[i]->start(processes <= cpus.size() ? cpus[i] : -1);
     }
 
     Exploration run() {
@@ -84,20 +83,42 @@ class Search {
     }
 
   private:
-    using Queue = std::deque<GivenTurns>;
+    // A schedule is another with one turn more.
+    struct Node {
+        std::uint32_t origin;  // itself: no turn is given
+        GivenTurn turn;
+    };
+    // Those to be run, from `next` on, in the order of their discovery.
+    struct Queue {
+        std::vector<std::uint32_t> nodes;
+        std::size_t next = 0;
+
+        [[nodiscard]] std::size_t left() const { return nodes.size() - next; }
+    };
+
+    [[nodiscard]] GivenTurns turnsOf(std::uint32_t node) const {
+        GivenTurns turns;
+        for (; mNodes[node].origin != node; node = mNodes[node].origin) turns.push_back(mNodes[node].turn);
+        std::reverse(turns.begin(), turns.end());
+        return turns;
+    }
 
     // False when an object has turned out to be contested, which changes where switches are worth while: all
     // begins anew.
     bool runOnce() {
+        if (!mContested->add(mNewlyContested)) tooMuch();
+        mNewlyContested.clear();
         mVisited.clear();
+        mNodes.assign(1, {.origin = 0, .turn = {}});
         mQueues.assign(static_cast<std::size_t>(mBounds.preemptions) + 1, {});
-        mQueues.front().emplace_back();
+        mQueues.front().nodes.push_back(0);
         mFound = {};
+        mSinceNew = 0;
         for (mLevel = 0; mLevel <= mBounds.preemptions; ++mLevel) {
-            mIsStale = false;
             runLevel();
+            if (mFound.failure) shrink();
             if (mFound.failure || mIsCut) return true;
-            if (mIsStale) return false;
+            if (!mNewlyContested.empty()) return false;
             mFound.preemptions = mLevel;
         }
         mFound.complete = true;
@@ -106,30 +127,25 @@ class Search {
 
     void runLevel() {
         Queue& queue = mQueues[static_cast<std::size_t>(mLevel)];
-        while (!queue.empty() || !mRunning.empty()) {
-            // The schedules of the last level are many: what makes them void ends them.
-            bool const isVoid = mIsStale && mLevel > 1;
-            bool const isOver = mFound.failure || isVoid || isCut();
-            if (isOver) break;
-            while (!queue.empty() && mActive < mProcesses && mRunning.size() < kAhead * mProcesses) {
-                launch(std::move(queue.front()));
-                queue.pop_front();
+        while (queue.left() > 0 || !mRunning.empty()) {
+            bool const isOver = mFound.failure || isVoid() || isCut();
+            while (!isOver && queue.left() > 0 && !mFree.empty() &&
+                   mRunning.size() < kAhead * mWorkers.size()) {
+                launch(queue.nodes[queue.next++]);
             }
             awaitOne();
-            while (!mRunning.empty() && mRunning.front().isDone && !mFound.failure) {
+            while (!mRunning.empty() && mRunning.front().worker == nullptr) {
                 Running const first = std::move(mRunning.front());
                 mRunning.pop_front();
-                learn(first);
+                if (!mFound.failure && !isVoid()) learn(first);
             }
+            if (isOver && mRunning.empty()) break;
             tell();
         }
-        if (!mRunning.empty()) {
-            for (Running& running : mRunning) {
-                if (!running.isDone) giveBack(running);
-            }
-            mRunning.clear();
-        }
     }
+
+    // Once a new object is contested, what is run is void: but a few more show others that are.
+    [[nodiscard]] bool isVoid() const { return mSinceNew > kMoreRunsToLearn; }
 
     bool isCut() {
         bool const enough = mBounds.schedules > 0 && mRun >= mBounds.schedules;
@@ -137,111 +153,98 @@ class Search {
         return mIsCut = mIsCut || enough || late;
     }
 
-    void launch(GivenTurns turns) {
-        Running running{.turns = std::move(turns)};
-        running.trail = takeTrail();
-        if (!mFreeCpus.empty()) {
-            running.cpu = mFreeCpus.back();
-            mFreeCpus.pop_back();
-        }
-        running.child = std::make_unique<Child>(
-            Job{mBody, running.turns, mBounds.limits, mBounds.reduce, mContested, running.cpu},
-            running.trail->trail());
-        ++mActive;
-        mRunning.push_back(std::move(running));
-    }
-
-    void giveBack(Running& running) {
-        running.child.reset();
-        if (running.cpu >= 0) mFreeCpus.push_back(running.cpu);
-        --mActive;
+    void launch(std::uint32_t node) {
+        Worker* const worker = mFree.back();
+        mFree.pop_back();
+        mRunning.push_back({.node = node, .turns = turnsOf(node), .worker = worker});
+        worker->begin(mRunning.back().turns, mBounds.reduce);
     }
 
     void awaitOne() {
         mEnds.clear();
         for (Running const& running : mRunning) {
-            if (!running.isDone)
-                mEnds.push_back({.fd = running.child->end(), .events = POLLIN, .revents = 0});
+            if (running.worker != nullptr)
+                mEnds.push_back({.fd = running.worker->end(), .events = POLLIN, .revents = 0});
         }
-        if (mEnds.empty()) return;
         constexpr int kTellEvery = 100;
-        if (poll(mEnds.data(), mEnds.size(), kTellEvery) <= 0) return;
+        if (mEnds.empty() || poll(mEnds.data(), mEnds.size(), kTellEvery) <= 0) return;
         auto end = mEnds.begin();
         for (Running& running : mRunning) {
-            if (running.isDone) continue;
-            if ((end++)->revents == 0) continue;
-            running.child->await();
-            running.isDone = true;
-            giveBack(running);
+            if (running.worker == nullptr || (end++)->revents == 0) continue;
+            mFree.push_back(running.worker);
+            running.keep(running.worker->await());
         }
     }
 
     // In the order of the launches, so that every exploration of the same body goes the same way.
-    void learn(Running const& running) {
-        Trail const& trail = running.trail->trail();
+    void learn(Running const& run) {
         ++mRun;
         ++mFound.schedules;
-        mFound.points += trail.points;
-        if (trail.isFull) throw std::length_error("a schedule has too many points to be explored");
-        for (std::uint32_t i = 0; i < trail.contestedCount; ++i) {
-            if (mContested.insert(trail.contested[i]).second) mIsStale = true;
-        }
-        if (trail.ending != Ending::Ended) {
-            mFound.failure = shrunk(running.turns, trail.result(running.turns));
+        mFound.points += run.result.points;
+        if (run.isFull) tooMuch();
+        mNewlyContested.insert(mNewlyContested.end(), run.contested.begin(), run.contested.end());
+        if (!mNewlyContested.empty()) ++mSinceNew;
+        if (run.result.ending != Ending::Ended) {
+            mFound.failure = run.result;
+            mFailing = run.turns;
             return;
         }
-        for (std::uint32_t i = 0; i < trail.branchCount; ++i) {
-            Trail::Branch const& branch = trail.branches[i];
-            for (std::uint32_t j = branch.first; j < branch.first + branch.count; ++j) {
-                addAlternative(running.turns, branch, trail.alternatives[j]);
+        for (Trail::Branch const& branch : run.branches) {
+            for (std::uint32_t i = branch.first; i < branch.first + branch.count; ++i) {
+                addAlternative(run.node, branch, run.alternatives[i]);
             }
             // What follows has been gone through from here before.
-            if (mBounds.reduce && !visits(branch.state, branch.goesOn, mLevel)) break;
+            if (mBounds.reduce && !visits(branch, branch.goesOn, false, mLevel)) break;
         }
-        mSpare.push_back(std::move(const_cast<Running&>(running).trail));
     }
 
-    void addAlternative(GivenTurns const& turns, Trail::Branch const& branch,
+    [[noreturn]] static void tooMuch() { throw std::length_error("the body is too large to be explored"); }
+
+    void addAlternative(std::uint32_t origin, Trail::Branch const& branch,
                         Trail::Alternative const& alternative) {
         int const level = mLevel + (branch.preempts ? 1 : 0);
         if (level > mBounds.preemptions) return;
-        if (mBounds.reduce && !visits(branch.state, alternative.identity, level)) return;
-        GivenTurns longer = turns;
-        longer.push_back({.thread = branch.thread, .step = branch.step, .next = alternative.thread});
-        mQueues[static_cast<std::size_t>(level)].push_back(std::move(longer));
+        if (mBounds.reduce && !visits(branch, alternative.identity, branch.preempts, level)) return;
+        auto const node = static_cast<std::uint32_t>(mNodes.size());
+        mNodes.push_back(
+            {.origin = origin,
+             .turn = {.thread = branch.thread, .step = branch.step, .next = alternative.thread}});
+        mQueues[static_cast<std::size_t>(level)].nodes.push_back(node);
     }
 
-    // Whether nobody has come to this with as few preemptions.
-    bool visits(std::uint64_t state, std::uint64_t goesOn, int level) {
-        auto const [visit, isNew] = mVisited.try_emplace(mix(state, goesOn), static_cast<std::int8_t>(level));
+    // Whether nobody has come to this with as few preemptions, and with the same threads asleep or none.
+    // `sleeps`: whether the thread that loses its turn does from now on.
+    bool visits(Trail::Branch const& branch, std::uint64_t goesOn, bool sleeps, int level) {
+        std::uint64_t const bare = mix(branch.state, goesOn);
+        std::uint64_t const asleep = branch.asleep + (sleeps ? mix(branch.goesOn) : 0);
+        if (asleep == 0) return visits(bare, level);
+        auto const awake = mVisited.find(bare);
+        if (awake != mVisited.end() && awake->second <= level) return false;
+        return visits(mix(bare, asleep), level);
+    }
+
+    bool visits(std::uint64_t key, int level) {
+        auto const [visit, isNew] = mVisited.try_emplace(key, static_cast<std::int8_t>(level));
         if (!isNew && visit->second <= level) return false;
         visit->second = static_cast<std::int8_t>(level);
         return true;
     }
 
     // Leaves out turn after turn, as long as it still fails the same way, until none can be spared.
-    Result shrunk(GivenTurns turns, Result failure) {
-        std::unique_ptr<SharedTrail> const trail = takeTrail();
-        for (std::size_t i = turns.size(); i-- > 0;) {
-            GivenTurns fewer = turns;
+    void shrink() {
+        Result& failure = *mFound.failure;
+        Worker& worker = *mFree.back();
+        for (std::size_t i = mFailing.size(); i-- > 0;) {
+            GivenTurns fewer = mFailing;
             fewer.erase(fewer.begin() + static_cast<std::ptrdiff_t>(i));
-            Child child({mBody, fewer, mBounds.limits, false, mContested, -1}, trail->trail());
-            child.await();
-            Result const result = trail->trail().result(fewer);
-            bool const fails = result.ending == failure.ending && trail->trail().isUsedUp;
-            if (!fails || result.switches > failure.switches) continue;
-            turns = std::move(fewer);
-            failure = result;
-            i = turns.size();
+            worker.begin(fewer, false);
+            Trail const& trail = worker.await();
+            bool const fails = trail.ending == failure.ending && trail.isUsedUp;
+            if (!fails || trail.switches > failure.switches) continue;
+            failure = trail.result(fewer);
+            mFailing = std::move(fewer);
+            i = mFailing.size();
         }
-        return failure;
-    }
-
-    std::unique_ptr<SharedTrail> takeTrail() {
-        if (mSpare.empty()) return std::make_unique<SharedTrail>();
-        std::unique_ptr<SharedTrail> trail = std::move(mSpare.back());
-        mSpare.pop_back();
-        return trail;
     }
 
     void tell() {
@@ -249,7 +252,7 @@ class Search {
         if (!mBounds.progress || now - mTold < std::chrono::milliseconds(100)) return;
         mTold = now;
         std::uint64_t known = mRunning.size();
-        for (Queue const& queue : mQueues) known += queue.size();
+        for (Queue const& queue : mQueues) known += queue.left();
         mBounds.progress({.schedules = mFound.schedules,
                           .known = known,
                           .preemptions = mLevel,
@@ -259,24 +262,27 @@ class Search {
     // Schedules that may be run ahead of one that takes long.
     static constexpr std::size_t kAhead = 8;
 
-    std::function<void()> const& mBody;
+    static constexpr std::uint64_t kMoreRunsToLearn = 100;
+
     Bounds const& mBounds;
-    std::vector<int> mFreeCpus;
-    std::size_t mProcesses = 1;
     Clock::time_point const mBegan;
     Clock::time_point mTold{};
 
-    Order::Objects mContested;
+    SharedMemory<Contested> const mContested;
+    std::vector<std::uint64_t> mNewlyContested;
+    std::uint64_t mSinceNew = 0;
+    std::vector<std::unique_ptr<Worker>> mWorkers;
+    std::vector<Worker*> mFree;
+
     std::unordered_map<std::uint64_t, std::int8_t> mVisited;
+    std::vector<Node> mNodes;
     std::vector<Queue> mQueues;  // by the number of preemptions
     int mLevel = 0;
-    bool mIsStale = false;
     bool mIsCut = false;
     std::uint64_t mRun = 0;
     std::deque<Running> mRunning;  // in the order of the launches
-    std::size_t mActive = 0;
     std::vector<pollfd> mEnds;
-    std::vector<std::unique_ptr<SharedTrail>> mSpare;
+    GivenTurns mFailing;
     Exploration mFound;
 };
 

@@ -8,6 +8,9 @@
 
 namespace zeqcam::simulation {
 
+// What the C library does: the program's own may be kept (see Heap.h).
+void freeOwn(void* memory);
+
 // Memory that no operator new of the program counts or refuses: a point must not fail where there was none.
 template <class Value>
 struct OwnMemory {
@@ -22,7 +25,7 @@ struct OwnMemory {
         if (memory == nullptr) std::abort();
         return static_cast<Value*>(memory);
     }
-    void deallocate(Value* memory, std::size_t) { std::free(memory); }
+    void deallocate(Value* memory, std::size_t) { freeOwn(memory); }
 
     bool operator==(OwnMemory const&) const { return true; }
 };

@@ -34,6 +34,14 @@ bool hasUnseen(Clock const& last, Thread const& thread) {
 
 }  // namespace
 
+bool meet(Step const& one, Step const& other) {
+    auto const sees = [](Step const& step, void const* object) {
+        return object != nullptr && (step.object == object || step.lock == object);
+    };
+    if (one.access == Access::Read && other.access == Access::Read) return false;
+    return sees(one, other.object) || sees(one, other.lock);
+}
+
 void Order::started(Thread* parent, Thread& thread) {
     if (parent != nullptr) thread.past.clock = parent->past.clock;
     thread.past.hash = mix(thread.identity);
@@ -47,6 +55,10 @@ void Order::takes(Thread& thread, Time now) {
     mState -= mix(past.hash);
     past.hash = mix(past.hash, static_cast<std::uint64_t>(now));
     Step const& step = thread.step;
+    thread.sleeps = false;
+    for (Thread* const other : scheduler()->live()) {
+        if (other != &thread && other->sleeps && meet(other->step, step)) other->sleeps = false;
+    }
     // Nobody can join before the end: that meeting is never open.
     if (step.object != nullptr) {
         past.hash = meets(thread, objectOf(thread, step.object), step.access, step.target != nullptr);
@@ -60,8 +72,12 @@ void Order::takes(Thread& thread, Time now) {
 bool Order::isContested(Thread const& thread) const {
     Step const& step = thread.step;
     if (step.target != nullptr) return false;
-    return (step.object != nullptr && mContested.contains(idOf(thread, step.object))) ||
-           (step.lock != nullptr && mContested.contains(idOf(thread, step.lock)));
+    return (step.object != nullptr && isKnown(idOf(thread, step.object))) ||
+           (step.lock != nullptr && isKnown(idOf(thread, step.lock)));
+}
+
+bool Order::isKnown(std::uint64_t id) const {
+    return std::binary_search(mContested.begin(), mContested.end(), id);
 }
 
 std::uint64_t Order::idOf(Thread const& thread, void const* address) const {
@@ -82,7 +98,7 @@ std::uint64_t Order::meets(Thread& thread, Object& object, Access access, bool i
     bool const writes = access == Access::Write;
     bool const isOpen =
         hasUnseen(object.lastWrites, thread) || (writes && hasUnseen(object.lastReads, thread));
-    if (isOpen && !isOrdered && !mContested.contains(object.id) &&
+    if (isOpen && !isOrdered && !isKnown(object.id) &&
         std::find(mNew.begin(), mNew.end(), object.id) == mNew.end()) {
         mNew.push_back(object.id);
     }

@@ -4,9 +4,12 @@
 #include "Scheduler.h"
 
 #include <cstdint>
-#include <unordered_set>
+#include <span>
 
 namespace zeqcam::simulation {
+
+// Whether two threads' steps have an order that matters.
+bool meet(Step const& one, Step const& other);
 
 // What can differ among the orders of points, watched during one run.
 //
@@ -21,10 +24,8 @@ namespace zeqcam::simulation {
 // as well have taken them first, and lost its turn then. That is the same run, with no more preemptions.
 class Order final : public Observer {
   public:
-    using Objects = std::unordered_set<std::uint64_t>;
-
-    // `contested` are the objects known from earlier runs.
-    explicit Order(Objects const& contested) : mContested(contested) {}
+    // `contested` are the objects known from earlier runs, sorted.
+    explicit Order(std::span<std::uint64_t const> contested) : mContested(contested) {}
 
     void started(Thread* parent, Thread& thread) override;
     void takes(Thread& thread, Time now) override;
@@ -50,10 +51,11 @@ class Order final : public Observer {
     };
 
     Object& objectOf(Thread& thread, void const* address);
+    [[nodiscard]] bool isKnown(std::uint64_t id) const;
     [[nodiscard]] std::uint64_t idOf(Thread const& thread, void const* address) const;
     std::uint64_t meets(Thread& thread, Object& object, Access access, bool isOrdered);
 
-    Objects const& mContested;
+    std::span<std::uint64_t const> const mContested;
     OwnMap<void const*, Object> mObjects;
     OwnVector<std::uint64_t> mNew;
     std::uint64_t mState = 0;

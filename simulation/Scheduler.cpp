@@ -43,7 +43,7 @@ Scheduler* scheduler() {
 
 struct Scheduler::Start {
     static void* operator new(std::size_t size) { return OwnMemory<char>().allocate(size); }
-    static void operator delete(void* memory) { std::free(memory); }
+    static void operator delete(void* memory) { freeOwn(memory); }
 
     Scheduler* scheduler;
     Thread* thread;
@@ -93,7 +93,7 @@ bool Scheduler::run(std::function<void()> const& body) {
     passTo(*mThreads.front());
     while (mDone.load() == 0) waitOnWord(&mDone, 0);
     watchdog.stop();
-    bool const ended = mResult.ending == Ending::Ended || mResult.ending == Ending::Failed;
+    bool const ended = mLive.empty();
     if (ended) {
         libc().pthread_join(handle, nullptr);
         awaitLeaving();
@@ -195,6 +195,7 @@ Thread* Scheduler::choose(Thread& current) {
         if (Thread* const next = afterIdling(current)) return next;
     }
     bool const canGoOn = !current.ended && std::find(mReady.begin(), mReady.end(), &current) != mReady.end();
+    if (mUnvaried > 0) return canGoOn ? &current : mReady.front();
     Thread* const next = mChoice.next(current, canGoOn, mReady);
     if (next == nullptr) {
         stop(Ending::Diverged, "the schedule does not fit the body: thread " +
@@ -249,7 +250,7 @@ void Scheduler::awaitLeaving() {
 }
 
 void Scheduler::end(Thread& thread) {
-    thread.step = {.what = "end", .object = &thread};
+    thread.step = {.what = "end", .object = &thread, .target = &thread};
     ++thread.steps;
     if (mObserver != nullptr) mObserver->takes(thread, mNow);
     thread.ended = true;
@@ -282,6 +283,11 @@ void Scheduler::finish(Ending ending, std::string report) {
 void Scheduler::stop(Ending ending, std::string report) {
     if (!mFailure.empty()) report = "failed before: " + mFailure + '\n' + report;
     finish(ending, std::move(report));
+    standStill();
+}
+
+void Scheduler::cutShort() {
+    finish(mFailure.empty() ? Ending::Ended : Ending::Failed, mFailure);
     standStill();
 }
 

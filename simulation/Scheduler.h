@@ -59,9 +59,16 @@ class Scheduler {
     int wake(void const* object, int count, Accepts const& accepts);
     int wake(void const* object, int count);
 
+    // For a while, points go by the rule (see Choices.h).
+    void setUnvaried(bool isUnvaried) { mUnvaried += isUnvaried ? 1 : -1; }
+    // All threads that have not ended.
+    [[nodiscard]] std::span<Thread* const> live() const { return mLive; }
+    [[nodiscard]] bool isReady(Thread const& thread) const;
     [[nodiscard]] Time now() const { return mNow; }
     void fail(std::string_view reason);
     [[noreturn]] void stop(Ending ending, std::string report);
+    // What follows is known: no thread goes on.
+    [[noreturn]] void cutShort();
 
     // Who holds a lock. Readers have no name.
     struct Holder {
@@ -99,7 +106,6 @@ class Scheduler {
     static void leave(void* thread);
     struct Start;
 
-    [[nodiscard]] bool isReady(Thread const& thread) const;
     void findReady();
     bool jump();
     Thread* choose(Thread& current);
@@ -122,6 +128,7 @@ class Scheduler {
     OwnMap<void const*, Holder> mHolders;
     int mStarted = 0;
     Thread* mLeaving = nullptr;  // has ended, but not yet in the kernel
+    int mUnvaried = 0;
     Time mNow = 0;
     std::uint64_t mTickets = 0;
     std::uint64_t mPointsStanding = 0;  // since the clock moved

@@ -71,6 +71,13 @@ bool isSimulated() {
     return self() != nullptr;
 }
 
+Unvaried::Unvaried() {
+    if (isSimulated()) scheduler()->setUnvaried(true);
+}
+Unvaried::~Unvaried() {
+    if (isSimulated()) scheduler()->setUnvaried(false);
+}
+
 void touch(void const* object, Access access) {
     if (!isSimulated()) return;
     scheduler()->reach(

@@ -55,7 +55,7 @@ struct Past {
 // turn.
 struct Thread {
     static void* operator new(std::size_t size) { return OwnMemory<char>().allocate(size); }
-    static void operator delete(void* memory) { std::free(memory); }
+    static void operator delete(void* memory) { freeOwn(memory); }
 
     int number = 0;  // in the order of their starts; the body's is 0
     std::uint64_t identity =
@@ -74,6 +74,7 @@ struct Thread {
     bool forgotten = false;         // by the program, which joined or detached it
     std::uint64_t ticket = 0;       // grows with every wait
     std::uint32_t bits = 0;         // of a futex: the wake-ups that it waits for
+    bool sleeps = false;            // lost its turn, and nobody has met its step since: see Trail.h
     int idle = 0;                   // how long it has looked on without a change
     OwnVector<OwnString> sections;  // that it has open
     Past past;

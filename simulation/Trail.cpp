@@ -1,5 +1,7 @@
 #include "Trail.h"
 
+#include "Mix.h"
+
 #include <algorithm>
 
 namespace zeqcam::simulation {
@@ -41,15 +43,41 @@ Result Trail::result(GivenTurns const& turns) const {
 }
 
 Thread* TrailChoice::next(Thread& current, bool canGoOn, std::span<Thread* const> ready) {
-    if (!isUsedUp()) return GivenChoice::next(current, canGoOn, ready);
+    if (mOrder != nullptr) wake();
+    if (!isUsedUp()) {
+        Thread* const given = GivenChoice::next(current, canGoOn, ready);
+        if (mOrder != nullptr && given != nullptr && given != &current && canGoOn) current.sleeps = true;
+        return given;
+    }
     Thread* const goesOn = byRule(current, canGoOn, ready);
     bool const isWorthASwitch = mOrder == nullptr || !canGoOn || mOrder->isContested(current);
-    if (ready.size() > 1 && isWorthASwitch) note(current, canGoOn, ready, *goesOn);
+    Thread const* const noted = goesOn->sleeps ? nullptr : goesOn;
+    if ((ready.size() > 1 && isWorthASwitch) || noted == nullptr) note(current, canGoOn, ready, noted);
+    if (noted == nullptr) scheduler()->cutShort();
     return goesOn;
 }
 
+void TrailChoice::wake() {
+    std::span<Thread* const> const live = scheduler()->live();
+    for (Thread* const thread : live) {
+        if (!thread->sleeps) continue;
+        thread->sleeps = !std::any_of(live.begin(), live.end(), [thread](Thread const* other) {
+            return other != thread && !scheduler()->isReady(*other) && meet(thread->step, other->step);
+        });
+    }
+}
+
+// A sum, so that the order of the threads makes no difference.
+std::uint64_t TrailChoice::asleep() const {
+    std::uint64_t sum = 0;
+    for (Thread const* const thread : scheduler()->live()) {
+        if (thread->sleeps) sum += mix(thread->identity);
+    }
+    return sum;
+}
+
 void TrailChoice::note(Thread const& current, bool canGoOn, std::span<Thread* const> ready,
-                       Thread const& goesOn) {
+                       Thread const* goesOn) {
     if (mTrail.branchCount == Trail::kMostBranches ||
         mTrail.alternativeCount + ready.size() > Trail::kMostAlternatives) {
         mTrail.isFull = true;
@@ -59,12 +87,13 @@ void TrailChoice::note(Thread const& current, bool canGoOn, std::span<Thread* co
     branch = {.thread = current.number,
               .step = current.steps,
               .state = mOrder != nullptr ? mOrder->state() : 0,
-              .goesOn = goesOn.identity,
+              .asleep = asleep(),
+              .goesOn = goesOn != nullptr ? goesOn->identity : 0,
               .preempts = canGoOn,
               .first = mTrail.alternativeCount,
               .count = 0};
     for (Thread const* const thread : ready) {
-        if (thread == &goesOn) continue;
+        if (thread == goesOn || thread->sleeps) continue;
         mTrail.alternatives[mTrail.alternativeCount++] = {.thread = thread->number,
                                                           .identity = thread->identity};
         ++branch.count;

@@ -21,7 +21,8 @@ struct Trail {
         int thread;          // that was at it
         std::uint64_t step;  // of that thread
         std::uint64_t state;
-        std::uint64_t goesOn;  // the identity of who went on
+        std::uint64_t asleep;  // who was, as a number of its own
+        std::uint64_t goesOn;  // the identity of who went on; 0: nobody, the run ends there
         bool preempts;         // whether giving the turn to another takes it from one that could go on
         std::uint32_t first;   // of its alternatives
         std::uint32_t count;
@@ -55,15 +56,22 @@ struct Trail {
 };
 
 // Gives the turns and notes where others could be given.
+//
+// A thread that lost its turn sleeps until somebody else comes to its step's object. To give it the turn back
+// before would be nothing new: it might as well have taken that step first and lost its turn after it, with
+// no more preemptions. Who only waits at the object counts too: the step may be what lets him go on, and
+// where he could, taking the turn from him would be one more.
 class TrailChoice final : public GivenChoice {
   public:
-    // `order` null: every point is worth a switch.
+    // `order` null: every point is worth a switch, and nobody sleeps.
     TrailChoice(GivenTurns turns, Order const* order, Trail& trail)
         : GivenChoice(std::move(turns)), mOrder(order), mTrail(trail) {}
     Thread* next(Thread& current, bool canGoOn, std::span<Thread* const> ready) override;
 
   private:
-    void note(Thread const& current, bool canGoOn, std::span<Thread* const> ready, Thread const& goesOn);
+    void wake();
+    [[nodiscard]] std::uint64_t asleep() const;
+    void note(Thread const& current, bool canGoOn, std::span<Thread* const> ready, Thread const* goesOn);
 
     Order const* const mOrder;
     Trail& mTrail;

@@ -33,6 +33,7 @@ bool isOn(Controller const& controller, unsigned int sensor) {
 TEST(Explorations, TwoClientsPowerTheSameSensorOnAndOff) {
     expectOfEverySchedule([] {
         Board board(quietBoard());
+        board.journal().setOn(false);
         {
             Controller const controller = create({0});
             auto const client = [&] {
@@ -50,13 +51,17 @@ TEST(Explorations, TwoClientsPowerTheSameSensorOnAndOff) {
 TEST(Explorations, ALastPowerOffBesideAnothersPowerOnAndAWaiter) {
     expectOfEverySchedule([] {
         Board board(quietBoard());
+        board.journal().setOn(false);
         {
             Controller const first = create({0});
             Controller const second = create({1});
             first->powerOn({0});
-            together({[&] { first->powerOff({0}); }, [&] { second->powerOn({1}); }, waitSensorsPowerOff});
-            expect(board.isPowered(1), "the other's sensor is off");
-            second->powerOff({1});
+            auto const other = [&] {
+                second->powerOn({1});
+                expect(board.isPowered(1), "the other's sensor is off");
+                second->powerOff({1});
+            };
+            together({[&] { first->powerOff({0}); }, other, waitSensorsPowerOff});
             waitSensorsPowerOff();
         }
         expectAllGone(board);
@@ -88,6 +93,7 @@ TEST(Explorations, ADestructionBesideWaitersAndALateQueue) {
         Settings settings = quietBoard();
         settings.queue = {.runs = TaskRuns::Late, .handles = TaskHandles::NoFuture};
         Board board(settings);
+        board.journal().setOn(false);
         {
             Controller controller = create({0, 1, 2});
             controller->powerOn({0, 1, 2});
@@ -161,6 +167,7 @@ TEST(Explorations, AQueueThatDropsDelaysOrRepeatsTasks) {
 TEST(Explorations, AFailingThreadCreationBesideAPowerOff) {
     expectOfEverySchedule([] {
         Board board(quietBoard());
+        board.journal().setOn(false);
         {
             Controller const controller = create({0, 1});
             auto const fails = [&] {
@@ -196,6 +203,7 @@ class ProductController final : public NSCam::PowerOnOffController {
 TEST(Explorations, AListenerThatThrowsBesideAPowerOn) {
     expectOfEverySchedule([] {
         Board board(quietBoard());
+        board.journal().setOn(false);
         {
             auto const controller = std::make_shared<ProductController>(
                 NSCam::IPowerOnOffController::CreationInfo{.sensorIds = {0, 1, 2}});

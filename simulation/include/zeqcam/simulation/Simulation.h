@@ -135,6 +135,18 @@ ZEQCAM_SIMULATION_API void fail(std::string_view reason);
 /// Whether a simulation has started the calling thread.
 ZEQCAM_SIMULATION_API bool isSimulated();
 
+/// While one stands, points of all threads go by the rule: a thread goes on as long as it can, and then the
+/// one that was started first among those that can. For what leads to the part that is to be varied, and for
+/// what follows. Does nothing on a thread that is not simulated; is destroyed on the thread that made it.
+class ZEQCAM_SIMULATION_API Unvaried {
+  public:
+    /// From here on.
+    Unvaried();
+    ~Unvaried();
+    Unvaried(Unvaried const&) = delete;
+    Unvaried& operator=(Unvaried const&) = delete;
+};
+
 /// What a thread is about to do to something that others see.
 enum class Access : std::uint8_t {
     Read,   ///< commutes with other threads' reads
