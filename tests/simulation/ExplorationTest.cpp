@@ -1,4 +1,5 @@
-// The library and the board, whole, in every order in which their threads can meet.
+// The library and the board, whole, in every order in which their threads can meet. What a schedule does
+// before and after the part that is to be varied takes one course.
 #include "Explore.h"
 #include "FailsThread.h"
 #include "utils/hw/poweronoffcontroller/PowerOnOffController.h"
@@ -15,7 +16,6 @@
 namespace zeqcam::tests {
 namespace {
 
-using board::Board;
 using board::Kind;
 using board::QosFile;
 using board::Settings;
@@ -32,75 +32,67 @@ bool isOn(Controller const& controller, unsigned int sensor) {
 
 TEST(Explorations, TwoClientsPowerTheSameSensorOnAndOff) {
     expectOfEverySchedule([] {
-        Board board(quietBoard());
-        board.journal().setOn(false);
-        {
-            Controller const controller = create({0});
-            auto const client = [&] {
-                expect(controller->powerOn({0}), "a power-on is refused");
-                controller->powerOff({0});
-            };
-            together({client, client});
-            expect(!isOn(controller, 0), "the controller counts the sensor as on");
-            waitSensorsPowerOff();
-        }
-        expectAllGone(board);
+        Phone phone(withoutQueue());
+        Controller const controller = phone.create({0});
+        auto const client = [&] {
+            expect(controller->powerOn({0}), "a power-on is refused");
+            controller->powerOff({0});
+        };
+        phone.together({client, client});
+        expect(!isOn(controller, 0), "the controller counts the sensor as on");
+        waitSensorsPowerOff();
     });
 }
 
 TEST(Explorations, ALastPowerOffBesideAnothersPowerOnAndAWaiter) {
     expectOfEverySchedule([] {
-        Board board(quietBoard());
-        board.journal().setOn(false);
-        {
-            Controller const first = create({0});
-            Controller const second = create({1});
-            first->powerOn({0});
-            auto const other = [&] {
-                second->powerOn({1});
-                expect(board.isPowered(1), "the other's sensor is off");
-                second->powerOff({1});
-            };
-            together({[&] { first->powerOff({0}); }, other, waitSensorsPowerOff});
-            waitSensorsPowerOff();
-        }
-        expectAllGone(board);
+        Phone phone(withoutQueue());
+        Controller const first = phone.create({0});
+        Controller const second = phone.create({1});
+        first->powerOn({0});
+        auto const other = [&] {
+            second->powerOn({1});
+            expect(phone.board.isPowered(1), "the other's sensor is off");
+            second->powerOff({1});
+        };
+        phone.together({[&] { first->powerOff({0}); }, other, waitSensorsPowerOff});
+        waitSensorsPowerOff();
     });
 }
 
 // A request changes the states of all its sensors at once. The debug lines are points in between.
 TEST(Explorations, AStatusBesideAPowerOnAndAPowerOff) {
-    expectOfEverySchedule([] {
-        Settings settings = quietBoard();
-        settings.log = {.mode = 2};
-        Board board(settings);
-        {
-            Controller const controller = create({0, 1});
+    for (bool const on : {true, false}) {
+        SCOPED_TRACE(on ? "power-on" : "power-off");
+        expectOfEverySchedule([on] {
+            Settings settings = withoutQueue();
+            settings.log = {.mode = 2};
+            Phone phone(settings);
+            Controller const controller = phone.create({0, 1});
+            if (!on) controller->powerOn({0, 1});
             auto const asks = [&] {
-                board.journal().add({.text = "asks"});
+                phone.meetsOthers();
                 auto const status = controller->getStatus();
                 expect(status.at(0) == status.at(1), "a status shows one of two sensors on");
             };
-            together({[&] { controller->powerOn({0, 1}); }, asks});
-            together({[&] { controller->powerOff({0, 1}); }, asks});
-        }
-        expectAllGone(board);
-    });
+            auto const request = [&] {
+                on ? void(controller->powerOn({0, 1})) : controller->powerOff({0, 1});
+            };
+            phone.together({request, asks});
+            controller->powerOff({0, 1});
+        });
+    }
 }
 
 TEST(Explorations, ADestructionBesideWaitersAndALateQueue) {
     expectOfEverySchedule([] {
         Settings settings = quietBoard();
         settings.queue = {.runs = TaskRuns::Late, .handles = TaskHandles::NoFuture};
-        Board board(settings);
-        board.journal().setOn(false);
-        {
-            Controller controller = create({0, 1, 2});
-            controller->powerOn({0, 1, 2});
-            controller->powerOff({0, 1});  // on this thread: the queue may come to the tasks later
-            together({[&] { controller.reset(); }, waitSensorsPowerOff, waitSensorsPowerOff});
-        }
-        expectAllGone(board);
+        Phone phone(settings);
+        Controller controller = phone.create({0, 1, 2});
+        controller->powerOn({0, 1, 2});
+        controller->powerOff({0, 1});  // on this thread: the queue may come to the tasks later
+        phone.together({[&] { controller.reset(); }, waitSensorsPowerOff, waitSensorsPowerOff});
     });
 }
 
@@ -114,21 +106,17 @@ TEST(Explorations, ThreeWorkersWhoseHintsFail) {
             return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
         };
         auto const before = descriptors();
-        Board board(quietBoard());
-        {
-            Controller const controller = create({0, 1, 2});
-            controller->powerOn({0, 1, 2});
-            controller->powerOff({0});
-            controller->powerOff({1});
-            controller->powerOff({2});
-        }
-        auto const lines = board.journal().entries(Kind::AndroidLog);
+        Phone phone(withoutQueue());
+        phone.board.journal().setOn(true);
+        Controller const controller = phone.create({0, 1, 2});
+        phone.varied([&] { controller->powerOn({0, 1, 2}); });
+        for (int const sensor : {0, 1, 2}) controller->powerOff({sensor});
+        auto const lines = phone.board.journal().entries(Kind::AndroidLog);
         expect(lines.size() == 4, "a failed hint has no line");
         for (auto const& line : lines) {
             expect(line.shown.find("No space left on device") != std::string::npos, line.shown);
         }
         expect(descriptors() == before, "a descriptor is left open");
-        expectAllGone(board);
     });
     QosFile::set(QosFile::Is::Writable);
 }
@@ -150,35 +138,26 @@ TEST(Explorations, AQueueThatDropsDelaysOrRepeatsTasks) {
         expectOfEverySchedule([&] {
             Settings settings = quietBoard();
             settings.queue = fault.queue;
-            Board board(settings);
-            {
-                Controller const controller = create({0, 1});
-                controller->powerOn({0, 1});
-                together({[&] { controller->powerOff({0, 1}); }, [&] { board.runHeldTasks(); }});
-                expect(!isOn(controller, 0) && !isOn(controller, 1), "a sensor counts as on");
-                auto const offs = board.journal().entries(Kind::SensorPowerOff);
-                expect(offs.size() == 2, "a sensor was not powered off once");
-            }
-            expectAllGone(board);
+            Phone phone(settings);
+            Controller const controller = phone.create({0, 1});
+            controller->powerOn({0, 1});
+            phone.together({[&] { controller->powerOff({0, 1}); }, [&] { phone.board.runHeldTasks(); }});
+            expect(!isOn(controller, 0) && !isOn(controller, 1), "a sensor counts as on");
         });
     }
 }
 
 TEST(Explorations, AFailingThreadCreationBesideAPowerOff) {
     expectOfEverySchedule([] {
-        Board board(quietBoard());
-        board.journal().setOn(false);
-        {
-            Controller const controller = create({0, 1});
-            auto const fails = [&] {
-                FailsThread const second(2);
-                expect(!controller->powerOn({0, 1}), "a power-on succeeds without a worker");
-            };
-            together({fails, [&] { controller->powerOff({0}); }});
-            controller->powerOff({0, 1});
-            waitSensorsPowerOff();
-        }
-        expectAllGone(board);
+        Phone phone(withoutQueue());
+        Controller const controller = phone.create({0, 1});
+        auto const fails = [&] {
+            FailsThread const second(2);
+            expect(!controller->powerOn({0, 1}), "a power-on succeeds without a worker");
+        };
+        phone.together({fails, [&] { controller->powerOff({0}); }});
+        controller->powerOff({0, 1});
+        waitSensorsPowerOff();
     });
 }
 
@@ -202,26 +181,23 @@ class ProductController final : public NSCam::PowerOnOffController {
 
 TEST(Explorations, AListenerThatThrowsBesideAPowerOn) {
     expectOfEverySchedule([] {
-        Board board(quietBoard());
-        board.journal().setOn(false);
-        {
-            auto const controller = std::make_shared<ProductController>(
-                NSCam::IPowerOnOffController::CreationInfo{.sensorIds = {0, 1, 2}});
-            controller->powerOn({0, 1});
-            controller->addThrowing(0);
-            auto const off = [&] {
-                try {
-                    controller->powerOff({0, 1});
-                    simulation::fail("an exception is lost");
-                } catch (std::runtime_error const&) {
-                    expect(!board.isPowered(0) && !board.isPowered(1), "an exception keeps a sensor on");
-                }
-            };
-            together({off, [&] { controller->powerOn({2}); }});
-            controller->powerOff({2});
-            waitSensorsPowerOff();
-        }
-        expectAllGone(board);
+        Phone phone(quietBoard());
+        auto const controller = std::make_shared<ProductController>(
+            NSCam::IPowerOnOffController::CreationInfo{.sensorIds = {0, 1, 2}});
+        controller->powerOn({0, 1});
+        controller->addThrowing(0);
+        auto const off = [&] {
+            try {
+                controller->powerOff({0, 1});
+                simulation::fail("an exception is lost");
+            } catch (std::runtime_error const&) {
+                expect(!phone.board.isPowered(0) && !phone.board.isPowered(1),
+                       "an exception keeps a sensor on");
+            }
+        };
+        phone.together({off, [&] { controller->powerOn({2}); }});
+        controller->powerOff({2});
+        waitSensorsPowerOff();
     });
 }
 

@@ -5,6 +5,7 @@
 #include <cstring>
 #include <iostream>
 #include <thread>
+#include <utility>
 
 namespace zeqcam::tests {
 namespace {
@@ -26,21 +27,50 @@ board::Settings quietBoard() {
     return settings;
 }
 
-void together(std::vector<std::function<void()>> const& calls) {
-    std::vector<std::thread> threads;
-    for (auto const& call : calls) threads.emplace_back(call);
-    for (std::thread& thread : threads) thread.join();
+board::Settings withoutQueue() {
+    board::Settings settings = quietBoard();
+    settings.queue.present = false;
+    return settings;
+}
+
+Phone::Phone(board::Settings const& settings) : board(settings) {
+    // Lines of a log meet in the journal.
+    board.journal().setOn(settings.log.mode != 0);
+    mUnvaried.emplace();
+}
+
+Phone::~Phone() {
+    for (int const sensor : {0, 1, 2}) {
+        expect(!board.isPowered(sensor), "sensor " + std::to_string(sensor) + " is on");
+    }
+    expect(board.openHandles() == 0, "a handle is left");
+    expect(board.openServices() == 0, "a service is left");
+}
+
+Controller Phone::create(std::vector<int> sensorIds) {
+    return NSCam::IPowerOnOffController::create({.sensorIds = std::move(sensorIds)});
+}
+
+void Phone::varied(std::function<void()> const& call) {
+    mUnvaried.reset();
+    call();
+    mUnvaried.emplace();
+}
+
+void Phone::together(std::vector<std::function<void()>> const& calls) {
+    varied([&] {
+        std::vector<std::thread> threads;
+        for (auto const& call : calls) threads.emplace_back(call);
+        for (std::thread& thread : threads) thread.join();
+    });
+}
+
+void Phone::meetsOthers() {
+    board.journal().add({.text = "meets others"});
 }
 
 void expect(bool isSo, std::string const& what) {
     if (!isSo) simulation::fail(what);
-}
-
-void expectAllGone(board::Board& board) {
-    for (int const sensor : {0, 1, 2})
-        expect(!board.isPowered(sensor), "sensor " + std::to_string(sensor) + " is on");
-    expect(board.openHandles() == 0, "a handle is left");
-    expect(board.openServices() == 0, "a service is left");
 }
 
 void expectOfEverySchedule(std::function<void()> const& body) {
