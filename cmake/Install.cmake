@@ -6,19 +6,22 @@ include(CMakePackageConfigHelpers)
 set(zeqcam_cmake_dir ${CMAKE_INSTALL_LIBDIR}/cmake/zeqcam_poweronoff)
 set(zeqcam_pkgconfig_dir ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 
-# Each library is a component of the package by itself: whoever has another board needs ours not.
+# Each library is a component of the package by itself: whoever has another board needs ours not, and few simulate.
 install(TARGETS zeqcam_poweronoff zeqcam_platform EXPORT zeqcam_poweronoff
   LIBRARY COMPONENT runtime
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 install(TARGETS zeqcam_board EXPORT zeqcam_board
   LIBRARY COMPONENT runtime
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-foreach(component poweronoff board)
+install(TARGETS zeqcam_simulation EXPORT zeqcam_simulation
+  LIBRARY COMPONENT runtime
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+foreach(component poweronoff board simulation)
   install(EXPORT zeqcam_${component} NAMESPACE zeqcam:: FILE zeqcam_${component}-targets.cmake
     DESTINATION ${zeqcam_cmake_dir} COMPONENT development)
 endforeach()
 
-install(DIRECTORY include/zeqcam platform/include/zeqcam platform/board/include/zeqcam
+install(DIRECTORY include/zeqcam platform/include/zeqcam platform/board/include/zeqcam simulation/include/zeqcam
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development FILES_MATCHING PATTERN *.h)
 install(FILES
   utils/hw/poweronoffcontroller/Hal3AListener.h
@@ -38,13 +41,13 @@ cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR BASE_DIRECTORY ${CMAKE_INSTAL
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_INCLUDEDIR BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX}
   OUTPUT_VARIABLE zeqcam_includedir)
 file(RELATIVE_PATH zeqcam_prefix /prefix/${zeqcam_pkgconfig_dir} /prefix)
-foreach(library poweronoff board)
+foreach(library poweronoff board simulation)
   configure_file(cmake/zeqcam-${library}.pc.in zeqcam-${library}.pc @ONLY)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zeqcam-${library}.pc
     DESTINATION ${zeqcam_pkgconfig_dir} COMPONENT development)
 endforeach()
 
-install(FILES CHANGELOG.md docs/architecture.md docs/scenario.md
+install(FILES CHANGELOG.md docs/architecture.md docs/scenario.md docs/simulation.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 
 if(TARGET zeqcam-power)
