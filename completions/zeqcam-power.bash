@@ -2,15 +2,16 @@
 _zeqcam_power() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} each command=
   for each in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
-    case $each in run | check) command=$each && break ;; esac
+    case $each in run | explore | check) command=$each && break ;; esac
   done
   compopt -o filenames 2>/dev/null
   case $command:$before in
-    run:--seed | run:--timeout) COMPREPLY=() ;;
+    run:--seed | run:--timeout | run:--schedule | explore:--preemptions | explore:--schedules | explore:--seconds) COMPREPLY=() ;;
     run:--trace | run:--svg) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
     *)
-      local words='run check --help --version'
-      [ "$command" = run ] && words='--trace --svg --ftrace --json --verbose --quiet --seed --timeout --help'
+      local words='run explore check --help --version'
+      [ "$command" = run ] && words='--trace --svg --ftrace --json --verbose --quiet --seed --timeout --simulate --schedule --help'
+      [ "$command" = explore ] && words='--preemptions --schedules --seconds --help'
       [ "$command" = check ] && words='--help'
       if [[ -z $command || $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")
