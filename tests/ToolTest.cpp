@@ -1,3 +1,4 @@
+#include "analysis/Outcomes.h"
 #include "analysis/SensorTimes.h"
 #include "run/JournalRecord.h"
 #include "scenario/ScenarioKeys.h"
@@ -52,6 +53,12 @@ std::string stepsAre(std::string const& steps) {
     return scenarioWith(10, "steps = [" + steps + "]");
 }
 
+// A client's steps on a sensor with one more key, whose lines are one further down.
+std::string withSensor(std::string const& key, std::string const& steps) {
+    std::string text = stepsAre(steps);
+    return text.insert(text.find("name ="), key + '\n');
+}
+
 auto isFault(int line, std::string const& field) {
     return AllOf(Field(&Fault::line, line), Field(&Fault::field, field));
 }
@@ -97,6 +104,12 @@ TEST(ScenarioReader, NamesLineAndFieldOfEachFaultAndNothingElse) {
         {10, "steps = [ { wait = false } ]", 10, "client.steps.wait"},
         {10, "steps = [ { power_on = ['tele'] } ]", 10, "client.steps.power_on"},
         {10, "steps = [ { power_off = [0], expect = true } ]", 10, "client.steps.expect"},
+        {10, "steps = [ { wait = true, failed = ['main'] } ]", 10, "client.steps.failed"},
+        {10, "steps = [ { power_on = [0], failed = ['tele'] } ]", 10, "client.steps.failed"},
+        {10, "steps = [ { power_off = [0], reports = 1 } ]", 10, "client.steps.reports"},
+        {10, "steps = [ { power_on = [0], reports = -1 } ]", 10, "client.steps.reports"},
+        {10, "steps = [ { sleep_ms = 1, within_ms = 2 } ]", 10, "client.steps.within_ms"},
+        {10, "steps = [ { powered = { tele = true } } ]", 10, "client.steps.powered"},
         {10, "steps = [ { status = { main = 1 } } ]", 10, "client.steps.status"},
         {10, "steps = [ { status = { main = true, 0 = true } } ]", 10, "client.steps.status"},
         {10, "steps = [\n{ destroy = true },\n{ wait = true },\n{ status = {} } ]", 13,
@@ -188,6 +201,47 @@ TEST(SensorTimes, CountsTheCallsOfARequestAndNotThoseItWaitedFor) {
     EXPECT_EQ(times[2].calls, 0) << "sensor 0 is on already";
 }
 
+TEST(SensorTimes, CountsACallThatHasNotEndedUntilTheEnd) {
+    auto const times =
+        sensorTimes(recordOf(journalOf({{.thread = 1, .kind = Kind::Request, .text = "app", .sensors = {0}},
+                                        {.thread = 1, .kind = Kind::SensorListGet},
+                                        {.thread = 3, .kind = Kind::SensorPowerOn, .sensor = 0}}),
+                             instantOf(std::chrono::steady_clock::time_point(9ms))));
+    EXPECT_EQ(times.at(0).calls, 1);
+    EXPECT_EQ(times.at(0).slowest, 7ms);
+}
+
+// What two controllers did of the same sensor at the same time: each has the answers of its own calls.
+TEST(Outcomes, TellWhoseSensorFailed) {
+    Record const record = recordOf(
+        journalOf(
+            {{.thread = 1, .kind = Kind::Request, .text = "app", .detail = "power on", .sensors = {0, 1}},
+             {.thread = 1, .kind = Kind::SensorCreate, .sensor = 0, .number = 1},
+             {.thread = 2, .kind = Kind::Request, .text = "test", .detail = "power on", .sensors = {1}},
+             {.thread = 2, .kind = Kind::SensorCreate, .sensor = 1, .number = 1},
+             {.thread = 5, .kind = Kind::SensorPowerOn, .sensor = 1},
+             {.thread = 1, .kind = Kind::SensorCreate, .sensor = 1, .number = 1},
+             {.thread = 4, .kind = Kind::SensorPowerOn, .sensor = 1},
+             {.thread = 5, .kind = Kind::SensorPowerOnDone, .sensor = 1},
+             {.thread = 5, .kind = Kind::ExceptionReport},
+             {.thread = 4, .kind = Kind::SensorPowerOnDone, .sensor = 1, .number = 1},
+             {.thread = 1, .kind = Kind::Hal3APowerOn, .sensor = 1, .number = -5},
+             {.thread = 1, .kind = Kind::Reply, .text = "app"},
+             {.thread = 2, .kind = Kind::Reply, .text = "test"},
+             {.thread = 2, .kind = Kind::Request, .text = "test", .detail = "power off", .sensors = {1}},
+             {.thread = 2, .kind = Kind::TaskPost},
+             {.thread = 5, .kind = Kind::TaskRun},
+             {.thread = 5, .kind = Kind::SensorPowerOff, .sensor = 1},
+             {.thread = 5, .kind = Kind::SensorPowerOffDone, .sensor = 1}}),
+        {});
+    auto const outcomes = outcomesOf(record);
+    EXPECT_THAT(outcomes.at(0).failedSensors, ElementsAre());
+    EXPECT_THAT(outcomes.at(0).services, ElementsAre(10U));
+    EXPECT_THAT(outcomes.at(1).failedSensors, ElementsAre(1));
+    EXPECT_THAT(outcomes.at(1).reports, ElementsAre(8U));
+    EXPECT_THAT(outcomes.at(2).failedSensors, ElementsAre(1)) << "did not go off";
+}
+
 TEST(Report, LetsNoControlCharacterOfTheFileThrough) {
     Record record;
     Texts& texts = record.texts;
@@ -271,7 +325,7 @@ TEST(Tool, RunsTheExample) {
     auto const [status, output] = runTool("run " ZEQCAM_EXAMPLES_DIR "/phone.toml");
     EXPECT_EQ(status, 0) << output;
     EXPECT_THAT(output, AllOf(HasSubstr("powerOn +"), HasSubstr("unlock destroyed"),
-                              HasSubstr("7 of 7 expectations")));
+                              HasSubstr("8 of 8 expectations"), HasSubstr("true, tele failed")));
 }
 
 TEST(Tool, EndsWithTwoAndOneLineWhereNothingCanRun) {
@@ -314,7 +368,25 @@ TEST(Tool, TellsWhatCameOfEachExpectationAndController) {
          ".toml:10: app: power on: the result is true, expected false"},
         {stepsAre("{ status = { 0 = true } }"), 1, ".toml:10: app: status: main is off, expected on"},
         {scenarioWith(2, "id = 0\nhandle = false"), 0, "false"},
-        {scenarioWith(3, "name = 'main'\npower_on_fails = 'always'"), 0, "0  main    off    photo on"},
+        {withSensor("power_on_fails = 'always'",
+                    "{ power_on = [0], failed = [0], reports = 1 }, { powered = { main = false } }"),
+         0, "0  main    off    photo on"},
+        {withSensor("power_on_fails = 'always'", "{ power_on = [0] }, { powered = { main = true } }"), 1,
+         ".toml:11: app: power on: the failed sensors are main, expected none\n"},
+        {withSensor("power_on_fails = 'always'",
+                    "{ power_on = [0], failed = [0] }, { powered = { main = true } }"),
+         1, ".toml:11: app: powered: main is off, expected on"},
+        {withSensor("power_on_fails = 'always'", "{ power_on = [0], failed = [0], reports = 2 }"), 1,
+         "the exception reports are 1, expected 2"},
+        {stepsAre("{ power_on = [0], failed = [0] }"), 1, "the failed sensors are none, expected main"},
+        {withSensor("power_on_ms = 3", "{ power_on = [0], within_ms = 1 }"), 1,
+         ", expected within 1.00 ms\n"},
+        {withSensor("power_on_ms = 3", "{ power_on = [0], within_ms = 60000 }"), 0, "1 of 1 expectations"},
+        {withSensor("power_off_fails = true",
+                    "{ power_on = [0] }, { power_off = [0] }, { powered = { 0 = true } }"),
+         1, ".toml:11: app: power off: the failed sensors are main, expected none\n"},
+        {scenarioWith(3, "name = 'main'\nhal3a = { on_status = -5 }"), 0,
+         ": the 3A control of main answered -5 to its power-on\n"},
         {stepsAre("{ power_on = [0] }") + second, 0, "0  main    on     photo on"},
         {scenarioWith(3, "name = 'main'\npower_off_hangs = true"), 0, "0  main    on     photo on"},
         {stepsAre("{ power_on = [0] }, { destroy = true }") + second, 0, "0  main    off    photo destroyed"},
@@ -376,7 +448,8 @@ TEST(Tool, TellsAndKeepsWhatARunThatIsCutOffWasIn) {
         int signal;
         int status;
     };
-    std::string const hangs = scenarioWith(3, "name = 'main'\npower_on_hangs = true");
+    std::string const hangs =
+        withSensor("power_on_hangs = true", "{ power_on = [0], expect = true }, { status = { 0 = true } }");
     for (auto const& [options, signal, expected] :
          std::vector<Case>{{"--timeout 0.2 ", kNoSignal, 3}, {"", SIGINT, 130}, {"", SIGTERM, 143}}) {
         TemporaryFile const trace(".json");
@@ -384,7 +457,12 @@ TEST(Tool, TellsAndKeepsWhatARunThatIsCutOffWasIn) {
         auto const [status, output] =
             runScenario(hangs, options + "--trace " + trace.path + " --svg " + picture.path, "&1", signal);
         EXPECT_EQ(status, expected) << output;
-        EXPECT_THAT(output, AllOf(HasSubstr("app: in \"power on 0\" for "), HasSubstr("! app     power on")));
+        EXPECT_THAT(output,
+                    AllOf(HasSubstr("app: in \"power on 0\" for "), HasSubstr("! app     power on"),
+                          HasSubstr(".toml:11: app: power on: has not ended, expected the result true\n"),
+                          HasSubstr(".toml:11: app: status: was never reached, expected main on\n"),
+                          HasSubstr("0 of 2 expectations held")))
+            << output;
         expectNestedSlices(nlohmann::json::parse(trace.text()));
         EXPECT_THAT(picture.text(), HasSubstr("</svg>"));
     }

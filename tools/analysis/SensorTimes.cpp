@@ -28,7 +28,8 @@ bool endsCall(Kind kind) {
     return kind == Kind::SensorPowerOnDone || kind == Kind::SensorPowerOffDone;
 }
 
-SensorTimes timesOf(Request const& asked, Iterator request, Iterator end) {
+SensorTimes timesOf(Record const& record, Request const& asked, Iterator request) {
+    Iterator const end = record.events.end();
     Iterator const reply =
         findOnThread(request, end, request->thread, [](Kind kind) { return kind == Kind::Reply; });
     SensorTimes times;
@@ -39,9 +40,9 @@ SensorTimes timesOf(Request const& asked, Iterator request, Iterator end) {
         auto const sensor = std::find(uncalled.begin(), uncalled.end(), *call->sensor);
         if (sensor == uncalled.end()) continue;
         auto const done = findOnThread(call, end, call->thread, endsCall);
-        if (done == end) continue;
         uncalled.erase(sensor);
-        auto const time = std::chrono::duration_cast<std::chrono::microseconds>(done->time - call->time);
+        Instant const until = done == end ? record.end : done->time;
+        auto const time = std::chrono::duration_cast<std::chrono::microseconds>(until - call->time);
         ++times.calls;
         times.slowest = std::max(times.slowest, time);
         times.oneAfterAnother += time;
@@ -55,7 +56,7 @@ std::vector<SensorTimes> sensorTimes(Record const& record) {
     std::vector<SensorTimes> times(record.requests.size());
     for (auto event = record.events.begin(); event != record.events.end(); ++event) {
         if (event->kind != Kind::Request || !event->request) continue;
-        times[*event->request] = timesOf(record.requests[*event->request], event, record.events.end());
+        times[*event->request] = timesOf(record, record.requests[*event->request], event);
     }
     return times;
 }

@@ -7,7 +7,8 @@
 
 namespace zeqcam::tool {
 
-// What the sensors themselves took of a request. A sensor that the library did not call counts for nothing.
+// What the sensors themselves took of a request. A sensor that the library did not call counts for nothing; a
+// call that has not ended counts until the end of the record.
 struct SensorTimes {
     int calls = 0;
     std::chrono::microseconds slowest{0};

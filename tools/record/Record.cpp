@@ -28,6 +28,8 @@ std::string_view nameOf(RequestKind kind) {
             return "power off";
         case RequestKind::Status:
             return "status";
+        case RequestKind::Powered:
+            return "powered";
         case RequestKind::Wait:
             return "wait";
         case RequestKind::Destroy:
@@ -41,8 +43,9 @@ std::string_view nameOf(RequestKind kind) {
 }
 
 RequestKind requestKindOf(std::string_view name) {
-    for (auto const kind : {RequestKind::PowerOn, RequestKind::PowerOff, RequestKind::Status,
-                            RequestKind::Wait, RequestKind::Destroy, RequestKind::Sleep}) {
+    for (auto const kind :
+         {RequestKind::PowerOn, RequestKind::PowerOff, RequestKind::Status, RequestKind::Powered,
+          RequestKind::Wait, RequestKind::Destroy, RequestKind::Sleep}) {
         if (nameOf(kind) == name) return kind;
     }
     return RequestKind::Other;

@@ -112,14 +112,15 @@ struct Event {
 };
 static_assert(sizeof(Event) <= 56, "a million of them must be fine in memory");
 
-enum class RequestKind : std::uint8_t { PowerOn, PowerOff, Status, Wait, Destroy, Sleep, Other };
+enum class RequestKind : std::uint8_t { PowerOn, PowerOff, Status, Powered, Wait, Destroy, Sleep, Other };
 
 // As people read it: "power on".
 std::string_view nameOf(RequestKind kind);
 // Other where nothing else has that name.
 RequestKind requestKindOf(std::string_view name);
 
-// What a client did: a call on its controller, or a sleep. All sleeps of a run are here that had not ended.
+// What a client did: a call on its controller, a look at the board, or a sleep. All sleeps of a run are here
+// that had not ended.
 struct Request {
     RequestKind kind = RequestKind::Other;
     TextId name = TextId::Empty;              // as people read it
@@ -129,28 +130,31 @@ struct Request {
     Instant began;
     std::optional<Instant> ended;  // none: it had not ended by Record::end, or its end was not seen
     std::optional<bool> result;    // of PowerOn that has ended
-    std::optional<std::vector<int>> countedOn;  // of Status that has ended: the sensors that count as on
+    // Of Status that has ended: the sensors that count as on; of Powered: those that the board powers.
+    std::optional<std::vector<int>> countedOn;
 };
 
 // Something that a scenario expects of a step.
 struct Expectation {
     enum class State : std::uint8_t {
         Held,
-        Unmet,       // `unmet` says what was wanted and what was
+        Unmet,
         NotReached,  // the run ended before its step began
     };
 
     std::int32_t line = 0;                  // of the step
     std::uint32_t client = 0;               // index into Record::clients
     OptionalNumber<std::uint32_t> request;  // index into Record::requests; none while NotReached
+    RequestKind step = RequestKind::Other;
     State state = State::NotReached;
-    TextId unmet = TextId::Empty;
+    TextId unmet = TextId::Empty;  // unless it held: what was wanted and what was
 };
 
 // A contract across the boundary that the caller broke, as the board noticed it.
 struct CallerFault {
     std::optional<Instant> time;
     OptionalNumber<std::uint32_t> thread;  // index into Record::threads
+    std::optional<std::int32_t> sensor;
     TextId text = TextId::Empty;
 };
 

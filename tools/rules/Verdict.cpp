@@ -5,8 +5,8 @@
 namespace zeqcam::tool {
 
 bool allHeld(Record const& record) {
-    return std::none_of(record.expectations.begin(), record.expectations.end(),
-                        [](Expectation const& each) { return each.state == Expectation::State::Unmet; });
+    return std::all_of(record.expectations.begin(), record.expectations.end(),
+                        [](Expectation const& each) { return each.state == Expectation::State::Held; });
 }
 
 }  // namespace zeqcam::tool

@@ -4,7 +4,7 @@
 
 namespace zeqcam::tool {
 
-// Whether no expectation of the record is unmet. Those that were not reached don't count.
+// Whether every expectation of the record held. One that was not reached did not.
 bool allHeld(Record const& record);
 
 }  // namespace zeqcam::tool

@@ -111,6 +111,20 @@ void addJournal(Record& record, std::vector<Entry> const& journal) {
     record.begin = record.events.empty() ? record.end : record.events.front().time;
 }
 
+void addCallerFaults(Record& record, std::vector<board::CallerFault> const& faults) {
+    for (board::CallerFault const& fault : faults) {
+        Instant const time = instantOf(fault.time);
+        if (time > record.end) continue;
+        CallerFault& added = record.callerFaults.emplace_back();
+        added.time = time;
+        added.sensor = fault.sensor;
+        added.text = record.texts.add(fault.what);
+        for (std::uint32_t index = 0; index < record.threads.size(); ++index) {
+            if (record.threads[index].id == fault.thread) added.thread = index;
+        }
+    }
+}
+
 Record recordOf(std::vector<Entry> const& journal, Instant end) {
     Record record;
     record.end = end;

@@ -1,5 +1,6 @@
 #include "run/Run.h"
 
+#include "run/Expectations.h"
 #include "run/JournalRecord.h"
 
 #include <zeqcam/IPowerOnOffController.h>
@@ -42,25 +43,16 @@ std::vector<int> countedOn(std::map<int, bool> const& status) {
     return sensors;
 }
 
-char const* trueOrFalse(bool value) {
-    return value ? "true" : "false";
-}
-
-char const* onOrOff(bool on) {
-    return on ? "on" : "off";
-}
-
 // A step of a client that has begun.
 struct Played {
     RequestKind kind = RequestKind::Other;
     std::uint32_t client = 0;  // of the scenario
-    int line = 0;
+    Step const* step = nullptr;
     std::vector<int> sensors;
     Clock::time_point began = Clock::now();
     std::optional<Clock::time_point> ended;
     std::optional<bool> result;
     std::optional<std::vector<int>> countedOn;
-    std::string unmet;  // what was expected and did not come; empty when all came
 };
 
 // The steps of all clients, from their begin on. Thread-safe.
@@ -97,7 +89,7 @@ class Player {
 
     void play() {
         for (Step const& step : mScenario.clients[mClient].steps) {
-            mLine = step.line;
+            mStep = &step;
             std::visit([this](auto const& action) { play(action); }, step.action);
         }
     }
@@ -105,12 +97,7 @@ class Player {
   private:
     void play(PowerOn const& action) {
         ask(RequestKind::PowerOn, action.sensors, [&](Played& step, board::ClientRequest& journaled) {
-            bool const result = journaled.replies(mController->powerOn(action.sensors));
-            step.result = result;
-            if (action.expect.value_or(result) != result) {
-                step.unmet = std::string("the result is ") + trueOrFalse(result) + ", expected " +
-                             trueOrFalse(!result);
-            }
+            step.result = journaled.replies(mController->powerOn(action.sensors));
         });
     }
 
@@ -119,16 +106,22 @@ class Player {
             [&](Played&, auto&) { mController->powerOff(action.sensors); });
     }
 
-    void play(Status const& action) {
-        ask(RequestKind::Status, {}, [&](Played& step, auto&) {
-            std::map<int, bool> const status = statusOf(*mController);
-            step.countedOn = countedOn(status);
-            step.unmet = differences(status, action.expect);
+    void play(Status const&) {
+        ask(RequestKind::Status, {},
+            [&](Played& step, auto&) { step.countedOn = countedOn(statusOf(*mController)); });
+    }
+
+    void play(Powered const&) {
+        ask(RequestKind::Powered, {}, [&](Played& step, auto&) {
+            auto& powered = step.countedOn.emplace();
+            for (auto const& [id, sensor] : mScenario.settings.sensors) {
+                if (mBoard.isPowered(id)) powered.push_back(id);
+            }
         });
     }
 
     void play(Sleep const& action) {
-        Played step{.kind = RequestKind::Sleep, .client = mClient, .line = mLine};
+        Played step{.kind = RequestKind::Sleep, .client = mClient, .step = mStep};
         std::size_t const place = mSteps.begin(step);
         std::this_thread::sleep_for(action.time);
         step.ended = Clock::now();
@@ -145,23 +138,9 @@ class Player {
             [&](Played&, auto&) { mController.reset(); });
     }
 
-    std::string differences(std::map<int, bool> const& status, std::map<int, bool> const& expectations) {
-        std::string text;
-        for (auto const& [sensor, expected] : expectations) {
-            auto const found = status.find(sensor);
-            if (found != status.end() && found->second == expected) continue;
-            std::string const actual =
-                found == status.end() ? "not the controller's" : onOrOff(found->second);
-            if (!text.empty()) text += "; ";
-            text += mScenario.settings.sensors.at(sensor).name + " is " + actual + ", expected " +
-                    onOrOff(expected);
-        }
-        return text;
-    }
-
     template <class Call>
     void ask(RequestKind kind, std::vector<int> const& sensors, Call const& call) {
-        Played step{.kind = kind, .client = mClient, .line = mLine, .sensors = sensors};
+        Played step{.kind = kind, .client = mClient, .step = mStep, .sensors = sensors};
         std::size_t const place = mSteps.begin(step);
         {
             board::ClientRequest journaled(mBoard, mScenario.clients[mClient].name, std::string(nameOf(kind)),
@@ -178,7 +157,7 @@ class Player {
     board::Board& mBoard;
     PlayedSteps& mSteps;
     ControllerPointer& mController;
-    int mLine = 0;
+    Step const* mStep = nullptr;
 };
 
 // Calls back when the last client is done, whichever way.
@@ -213,17 +192,10 @@ void cutAt(Clock::time_point end, std::vector<Played>& steps) {
             step.ended.reset();
             step.result.reset();
             step.countedOn.reset();
-            step.unmet = "has not ended";
         }
     }
     std::stable_sort(steps.begin(), steps.end(),
                      [](Played const& left, Played const& right) { return left.began < right.began; });
-}
-
-bool expects(Step const& step) {
-    auto const* const powerOn = std::get_if<PowerOn>(&step.action);
-    auto const* const status = std::get_if<Status>(&step.action);
-    return (powerOn && powerOn->expect) || (status && !status->expect.empty());
 }
 
 void addClients(Record& record, Scenario const& scenario) {
@@ -237,36 +209,32 @@ void addClients(Record& record, Scenario const& scenario) {
     }
 }
 
-// Adds the steps that came to the library, or have not ended, and what the scenario expected of them.
-void addSteps(Record& record, Scenario const& scenario, std::vector<Played> const& steps) {
-    std::vector<std::size_t> reached(scenario.clients.size());  // the steps of each client
+// Adds the steps that came to the library, or have not ended. Returns those that it has added.
+std::vector<Step const*> addSteps(Record& record, std::vector<Played> const& steps) {
+    std::vector<Step const*> added;
     for (Played const& step : steps) {
-        bool const expected = expects(scenario.clients[step.client].steps[reached[step.client]++]);
         if (step.kind == RequestKind::Sleep && step.ended) continue;
-        if (expected) {
-            record.expectations.push_back(
-                {.line = step.line,
-                 .client = step.client,
-                 .request = static_cast<std::uint32_t>(record.requests.size()),
-                 .state = step.unmet.empty() ? Expectation::State::Held : Expectation::State::Unmet,
-                 .unmet = record.texts.add(step.unmet)});
-        }
+        added.push_back(step.step);
         record.requests.push_back({.kind = step.kind,
                                    .name = record.texts.add(nameOf(step.kind)),
                                    .client = step.client,
-                                   .line = step.line,
+                                   .line = step.step->line,
                                    .sensors = step.sensors,
                                    .began = instantOf(step.began),
                                    .ended = step.ended ? std::optional(instantOf(*step.ended)) : std::nullopt,
                                    .result = step.result,
                                    .countedOn = step.countedOn});
     }
+    return added;
+}
+
+void addStepsNotReached(Record& record, Scenario const& scenario, std::vector<Played> const& steps) {
+    std::vector<std::size_t> reached(scenario.clients.size());  // the steps of each client
+    for (Played const& step : steps) ++reached[step.client];
     for (std::uint32_t client = 0; client < reached.size(); ++client) {
         auto const& all = scenario.clients[client].steps;
-        for (auto step = all.begin() + static_cast<std::ptrdiff_t>(reached[client]); step != all.end();
-             ++step) {
-            if (expects(*step)) record.expectations.push_back({.line = step->line, .client = client});
-        }
+        for (std::size_t step = reached[client]; step < all.size(); ++step)
+            addNotReached(record, client, all[step]);
     }
 }
 
@@ -359,11 +327,14 @@ Record Run::record(Clock::time_point end) {
     std::vector<Played> steps = mState->steps.all();
     cutAt(end, steps);
     addClients(record, mState->scenario);
-    addSteps(record, mState->scenario, steps);
+    auto const begun = addSteps(record, steps);
     std::vector<board::Entry> journal = mState->board.journal().entries();
     std::erase_if(journal, [&](board::Entry const& entry) { return entry.time > end; });
     addJournal(record, journal);
     mState->addStates(record);
+    addCallerFaults(record, mState->board.callerFaults());
+    addExpectations(record, begun);
+    addStepsNotReached(record, mState->scenario, steps);
     return record;
 }
 

@@ -21,6 +21,11 @@ struct PowerOff {
     std::vector<int> sensors;
 };
 
+// Asks the board, where Status asks the controller.
+struct Powered {
+    std::map<int, bool> expect;  // the sensors that the file names, no others
+};
+
 struct Status {
     std::map<int, bool> expect;  // the sensors that the file names, no others
 };
@@ -36,7 +41,11 @@ struct Destroy {};
 
 struct Step {
     int line = 0;
-    std::variant<PowerOn, PowerOff, Status, Sleep, Wait, Destroy> action;
+    std::variant<PowerOn, PowerOff, Status, Powered, Sleep, Wait, Destroy> action;
+    // What the file expects of the step besides what stands in the action.
+    std::optional<std::chrono::microseconds> within;
+    std::optional<std::vector<int>> failed;  // the sensors that must fail, no others; none: no sensor
+    std::optional<int> reports;              // exceptions reported
 };
 
 struct Controller {

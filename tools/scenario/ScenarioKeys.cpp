@@ -58,14 +58,18 @@ constexpr Key kKeys[] = {
     {"client", "controller", Type::Text,   "", 1, kNameMost, "bytes"},
     {"client", "steps",      Type::Tables, ""},
 
-    // A step has one of these, besides `expect`.
+    // A step has one of these, besides what it expects: `expect`, `within_ms`, `failed`, `reports`.
     {"client.steps", "power_on",  Type::Sensors, "none"},
     {"client.steps", "power_off", Type::Sensors, "none"},
     {"client.steps", "status",    Type::Table,   "none"},  // sensors by id or name, each true or false
+    {"client.steps", "powered",   Type::Table,   "none"},  // as with status
     {"client.steps", "sleep_ms",  Type::Number,  "none", 0, kMinute, "ms"},
     {"client.steps", "wait",      Type::Boolean, "none"},
     {"client.steps", "destroy",   Type::Boolean, "none"},
     {"client.steps", "expect",    Type::Boolean, "none"},  // the result of a power_on
+    {"client.steps", "failed",    Type::Sensors, "none"},
+    {"client.steps", "reports",   Type::Integer, "none", 0, 1000000},
+    {"client.steps", "within_ms", Type::Number,  "none", 0, kMinute, "ms"},
 };
 // clang-format on
 

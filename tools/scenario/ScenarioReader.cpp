@@ -383,10 +383,10 @@ class Reader {
             mReading.faults.push_back({step.line, "client.steps", "must hold exactly one action"});
             return step;
         }
-        if (destroyed != 0 && action != "wait" && action != "sleep_ms") {
+        if (destroyed != 0 && action != "wait" && action != "sleep_ms" && action != "powered") {
             fields.fault(action, "the client let go of its controller on line " + std::to_string(destroyed));
         }
-        if (fields.has("expect") && action != "power_on") fields.fault("expect", "belongs to a power_on");
+        expectations(fields, action, step);
         if (action == "power_on") {
             step.action =
                 PowerOn{sensors(fields, action),
@@ -394,7 +394,9 @@ class Reader {
         } else if (action == "power_off") {
             step.action = PowerOff{sensors(fields, action)};
         } else if (action == "status") {
-            step.action = Status{expectedStatus(fields)};
+            step.action = Status{expectedStates(fields, action)};
+        } else if (action == "powered") {
+            step.action = Powered{expectedStates(fields, action)};
         } else if (action == "sleep_ms") {
             step.action = Sleep{fields.time(action)};
         } else {
@@ -408,27 +410,58 @@ class Reader {
         return step;
     }
 
+    // What a step may expect of its action, besides what the action itself holds.
+    struct ExpectationKey {
+        std::string_view name;
+        std::string_view actions;
+    };
+    static ExpectationKey const* expectationOf(std::string_view name) {
+        static constexpr std::array<ExpectationKey, 4> kAll{{{"expect", "power_on"},
+                                                             {"failed", "power_on power_off destroy"},
+                                                             {"reports", "power_on"},
+                                                             {"within_ms", "power_on power_off wait"}}};
+        auto const found = std::find_if(kAll.begin(), kAll.end(),
+                                        [&](ExpectationKey const& each) { return each.name == name; });
+        return found == kAll.end() ? nullptr : &*found;
+    }
+
+    void expectations(Fields const& fields, std::string_view action, Step& step) {
+        for (Key const& key : scenarioKeys()) {
+            auto const* const known = key.table == "client.steps" ? expectationOf(key.name) : nullptr;
+            if (!known || !fields.has(key.name)) continue;
+            auto const actions = words(known->actions);
+            if (std::find(actions.begin(), actions.end(), action) != actions.end()) continue;
+            std::string message = "belongs to";
+            for (auto const each : actions)
+                message += (each == actions.front() ? " " : " or ") + std::string(each);
+            fields.fault(key.name, std::move(message));
+        }
+        if (fields.has("within_ms")) step.within = fields.time("within_ms");
+        if (fields.has("failed")) step.failed = sensors(fields, "failed");
+        if (fields.has("reports")) step.reports = static_cast<int>(fields.integer("reports"));
+    }
+
     // Empty when the step holds none, or more than one.
     static std::string_view actionOf(Fields const& step) {
         std::string_view action;
         for (Key const& key : scenarioKeys()) {
-            if (key.table != "client.steps" || key.name == "expect" || !step.has(key.name)) continue;
+            if (key.table != "client.steps" || expectationOf(key.name) || !step.has(key.name)) continue;
             if (!action.empty()) return {};
             action = key.name;
         }
         return action;
     }
 
-    std::map<int, bool> expectedStatus(Fields const& step) {
+    std::map<int, bool> expectedStates(Fields const& step, std::string_view action) {
         std::map<int, bool> expected;
-        for (auto&& [name, value] : step.table("status")) {
+        for (auto&& [name, value] : step.table(action)) {
             auto const id = wholeNumber(name.str());
             auto const sensor = id ? sensorOf(*id) : sensorOf(name.str());
-            if (!value.is_boolean()) step.faultAt(value, "status", "each sensor must be true or false");
+            if (!value.is_boolean()) step.faultAt(value, action, "each sensor must be true or false");
             if (!sensor) {
-                unknownName(step, value, "status", "no sensor is " + inQuotes(name.str()));
+                unknownName(step, value, action, "no sensor is " + inQuotes(name.str()));
             } else if (!expected.emplace(*sensor, value.value_or(false)).second) {
-                step.faultAt(value, "status", "names the sensor " + inQuotes(name.str()) + " twice");
+                step.faultAt(value, action, "names the sensor " + inQuotes(name.str()) + " twice");
             }
         }
         return expected;

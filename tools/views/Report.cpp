@@ -1,10 +1,12 @@
 #include "views/Report.h"
 
+#include "analysis/Outcomes.h"
 #include "analysis/Pending.h"
 #include "analysis/SensorTimes.h"
 #include "text/Printable.h"
 #include "text/TextWidth.h"
 #include "text/TimeText.h"
+#include "views/FailureText.h"
 #include "views/RequestText.h"
 
 #include <fmt/format.h>
@@ -97,7 +99,14 @@ std::string clientOf(Record const& record, std::uint32_t client) {
 }
 
 bool isUnmet(Expectation const& expectation) {
-    return expectation.state == Expectation::State::Unmet;
+    return expectation.state != Expectation::State::Held;
+}
+
+// "true, tele failed": what the interface says, and what the board knows.
+std::string resultOf(Record const& record, Request const& request, Outcome const& outcome) {
+    std::string text = resultText(request);
+    if (!outcome.failedSensors.empty()) text += ", " + namesOf(record, outcome.failedSensors) + " failed";
+    return text;
 }
 
 Table requestsOf(Record const& record) {
@@ -110,18 +119,19 @@ Table requestsOf(Record const& record) {
                  {"IN TURN", Align::Right}});
     std::vector<bool> unmet(record.requests.size());
     for (Expectation const& expectation : record.expectations) {
-        if (isUnmet(expectation)) unmet[*expectation.request] = true;
+        if (isUnmet(expectation) && expectation.request) unmet[*expectation.request] = true;
     }
     auto const times = sensorTimes(record);
+    auto const outcomes = outcomesOf(record);
     for (std::size_t i = 0; i < record.requests.size(); ++i) {
         Request const& request = record.requests[i];
         bool const called = times[i].calls > 0;
         table.add({clientOf(record, request.client), printable(record.textOf(request.name)),
-                   namesOf(record, sensorsOf(request)), resultText(request),
+                   namesOf(record, sensorsOf(request)), resultOf(record, request, outcomes[i]),
                    millisecondsText(request.ended.value_or(record.end) - request.began),
                    called ? millisecondsText(times[i].slowest) : "-",
                    called ? millisecondsText(times[i].oneAfterAnother) : "-"},
-                  unmet[i] || !request.ended);
+                  unmet[i] || !request.ended || !outcomes[i].isClean());
     }
     return table;
 }
@@ -154,22 +164,27 @@ Table statesOf(Record const& record) {
     return table;
 }
 
-// Those of steps that a run that was cut off has not come to are counted, and not told.
 std::string expectationsOf(Record const& record, Ink ink) {
     std::string text;
     for (Expectation const& expectation : record.expectations) {
         if (!isUnmet(expectation)) continue;
-        Request const& request = record.requests[*expectation.request];
-        text +=
-            ink.red(fmt::format("{}:{}: {}: {}: {}", printable(record.files.front()), expectation.line,
-                                clientOf(record, expectation.client), printable(record.textOf(request.name)),
-                                printable(record.textOf(expectation.unmet)))) +
-            '\n';
+        text += ink.red(fmt::format("{}:{}: {}: {}: {}", printable(record.files.front()), expectation.line,
+                                    clientOf(record, expectation.client), nameOf(expectation.step),
+                                    printable(record.textOf(expectation.unmet)))) +
+                '\n';
     }
     auto const held =
         std::count_if(record.expectations.begin(), record.expectations.end(),
                       [](Expectation const& each) { return each.state == Expectation::State::Held; });
     return text + fmt::format("{} of {} expectations held\n", held, record.expectations.size());
+}
+
+std::string failuresOf(Record const& record, Ink ink) {
+    auto const lines = failureLines(record);
+    if (lines.empty()) return {};
+    std::string text = ink.bold("What the board saw go wrong") + '\n';
+    for (std::string const& line : lines) text += ink.red("  " + printable(line)) + '\n';
+    return text + '\n';
 }
 
 }  // namespace
@@ -181,7 +196,7 @@ void writeReport(Record const& record, Presentation const& presentation, std::os
         << requestsOf(record).text(ink) << '\n'
         << ink.bold("Sensors at the end") << '\n'
         << statesOf(record).text(ink) << '\n'
-        << expectationsOf(record, ink);
+        << failuresOf(record, ink) << expectationsOf(record, ink);
 }
 
 void writePending(Record const& record, std::ostream& out) {

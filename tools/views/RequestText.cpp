@@ -8,6 +8,7 @@ std::string resultText(Request const& request) {
         case RequestKind::PowerOn:
             return !request.result ? "unknown" : *request.result ? "true" : "false";
         case RequestKind::Status:
+        case RequestKind::Powered:
             return !request.countedOn ? "unknown" : request.countedOn->empty() ? "all off" : "on";
         case RequestKind::Destroy:
             return "let go";
@@ -22,7 +23,8 @@ std::string resultText(Request const& request) {
 
 std::vector<int> const& sensorsOf(Request const& request) {
     static std::vector<int> const none;
-    auto const& sensors = request.kind == RequestKind::Status ? request.countedOn : request.sensors;
+    bool const asks = request.kind == RequestKind::Status || request.kind == RequestKind::Powered;
+    auto const& sensors = asks ? request.countedOn : request.sensors;
     return sensors ? *sensors : none;
 }
 
