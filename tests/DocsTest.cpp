@@ -49,20 +49,20 @@ std::string rangeOf(Key const& key) {
     return range.str();
 }
 
-// "table | key | value | range | unit | default", as a row of the page says it.
+std::string trimmed(std::string text) {
+    std::erase(text, '`');
+    auto const begin = text.find_first_not_of(' ');
+    return begin == text.npos ? "" : text.substr(begin, text.find_last_not_of(' ') + 1 - begin);
+}
+
+// "table | key | value | range | unit | default | what it says", as a row of the page says it.
 std::string rowOf(Key const& key) {
     std::string_view const unit = key.type == Type::Choice ? "" : key.unit;
     std::string_view const fallback = key.fallback.empty() ? "required" : key.fallback;
     std::ostringstream row;
     row << key.table << " | " << key.name << " | " << wordFor(key.type) << " | " << rangeOf(key) << " | "
-        << unit << " | " << fallback;
+        << unit << " | " << fallback << " | " << trimmed(std::string(key.says));
     return row.str();
-}
-
-std::string trimmed(std::string text) {
-    std::erase(text, '`');
-    auto const begin = text.find_first_not_of(' ');
-    return begin == text.npos ? "" : text.substr(begin, text.find_last_not_of(' ') + 1 - begin);
 }
 
 struct Page {
@@ -87,7 +87,7 @@ Page readPage(char const* path) {
             std::istringstream cells(line.substr(1));
             std::string row = table;
             std::string cell;
-            for (int i = 0; i < 5 && std::getline(cells, cell, '|'); ++i) row += " | " + trimmed(cell);
+            for (int i = 0; i < 6 && std::getline(cells, cell, '|'); ++i) row += " | " + trimmed(cell);
             page.rows.push_back(row);
         }
     }

@@ -6,38 +6,49 @@
 #include <map>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
 // What a scenario file says: a board, the controllers made on it, and the clients that use them.
 namespace zeqcam::tool {
 
+// Each action has the key by which a file says it.
 struct PowerOn {
+    static constexpr std::string_view kKey = "power_on";
     std::vector<int> sensors;
     std::optional<bool> expect;
 };
 
 struct PowerOff {
+    static constexpr std::string_view kKey = "power_off";
     std::vector<int> sensors;
 };
 
 // Asks the board, where Status asks the controller.
 struct Powered {
+    static constexpr std::string_view kKey = "powered";
     std::map<int, bool> expect;  // the sensors that the file names, no others
 };
 
 struct Status {
+    static constexpr std::string_view kKey = "status";
     std::map<int, bool> expect;  // the sensors that the file names, no others
 };
 
 struct Sleep {
+    static constexpr std::string_view kKey = "sleep_ms";
     std::chrono::microseconds time{0};
 };
 
-struct Wait {};
+struct Wait {
+    static constexpr std::string_view kKey = "wait";
+};
 
 // The client lets go of its controller; the last of its clients to do so destroys it.
-struct Destroy {};
+struct Destroy {
+    static constexpr std::string_view kKey = "destroy";
+};
 
 struct Step {
     int line = 0;
@@ -47,6 +58,11 @@ struct Step {
     std::optional<std::vector<int>> failed;  // the sensors that must fail, no others; none: no sensor
     std::optional<int> reports;              // exceptions reported
 };
+
+// The key by which a file says what the step does.
+inline std::string_view keyOf(Step const& step) {
+    return std::visit([](auto const& action) { return action.kKey; }, step.action);
+}
 
 struct Controller {
     std::string name;

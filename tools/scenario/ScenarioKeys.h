@@ -18,7 +18,8 @@ enum class Type : std::uint8_t {
     Tables,  // a list, at least one
 };
 
-// One key of a scenario file. The reader checks a file against these and takes its defaults from them.
+// One key of a scenario file. The reader checks a file against these and takes its defaults from them; the
+// page and an editor tell what they say.
 struct Key {
     std::string_view table;  // empty: the top of the file
     std::string_view name;
@@ -27,6 +28,7 @@ struct Key {
     double least = 0;           // of a number, or of a text's length
     double most = 0;
     std::string_view unit = {};  // of a number; the words of a choice
+    std::string_view says = {};  // what it means, as the page and an editor tell it
 
     // Not a number is in no range.
     [[nodiscard]] constexpr bool holds(double number) const { return number >= least && number <= most; }
