@@ -1,14 +1,17 @@
 #include "commands/Command.h"
+#include "files/StandardStreams.h"
 
 #include <CLI/CLI.hpp>
 #include <exception>
 #include <functional>
+#include <iostream>
 #include <string>
 #include <utility>
 #include <vector>
 
 int main(int argc, char** argv) try {
     using namespace zeqcam::tool;
+    secureStandardStreams();
     CLI::App app("Powers the image sensors of a simulated phone on and off, as a file tells.",
                  "zeqcam-power");
     app.footer(std::string(kExitCodes));
@@ -22,7 +25,12 @@ int main(int argc, char** argv) try {
     try {
         app.parse(argc, argv);
     } catch (CLI::ParseError const& error) {
-        if (error.get_exit_code() == 0) return app.exit(error);
+        if (error.get_exit_code() == 0) {
+            app.exit(error);
+            if (std::cout.flush()) return kAllHeld;
+            complain("the output cannot be written");
+            return kFailed;
+        }
         complain(std::string(error.what()) + "; see --help");
         return kWrongInput;
     }

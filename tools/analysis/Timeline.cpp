@@ -40,10 +40,16 @@ Role otherRole(Record const& record, Record::Thread const& thread) {
 std::optional<int> workersSensor(std::string_view label) {
     constexpr std::string_view kBegin = "powerOnSensor: ";
     if (!label.starts_with(kBegin)) return {};
-    int sensor = 0;
+    char const* const begin = label.data() + kBegin.size();
     char const* const end = label.data() + label.size();
-    auto const [rest, error] = std::from_chars(label.data() + kBegin.size(), end, sensor);
-    return error == std::errc() && rest == end ? std::optional(sensor) : std::nullopt;
+    std::int64_t sensor = 0;
+    std::uint64_t wide = 0;  // a negative id, as the library writes it
+    auto const [rest, error] = std::from_chars(begin, end, sensor);
+    auto const [restOfWide, wideError] = std::from_chars(begin, end, wide);
+    if (error == std::errc() && rest == end) return static_cast<int>(sensor);
+    if (wideError == std::errc() && restOfWide == end)
+        return static_cast<int>(static_cast<std::int64_t>(wide));
+    return {};
 }
 
 // What a thread shows itself to be by this event.

@@ -29,7 +29,9 @@ enum ExitStatus : int {
     kFailed = 1,
     kWrongInput = 2,
     kTimedOut = 3,
+    kHungUp = 129,
     kInterrupted = 130,
+    kQuit = 131,
     kTerminated = 143,
 };
 
@@ -41,7 +43,7 @@ constexpr std::string_view kExitCodes =
     "what it came to cannot be written\n"
     "  2    the file or the command line is wrong, or what it asks for cannot be opened; nothing ran\n"
     "  3    the run had not ended at its --timeout\n"
-    "  130  it was interrupted with Ctrl-C (SIGINT), 143 terminated (SIGTERM)";
+    "  130  it was interrupted with Ctrl-C (SIGINT); 129, 131, 143: ended by SIGHUP, SIGQUIT, SIGTERM";
 
 // One line to standard error.
 void complain(std::string const& message);

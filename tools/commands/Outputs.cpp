@@ -2,21 +2,28 @@
 
 #include "commands/Command.h"
 
+#include <unistd.h>
 #include <CLI/CLI.hpp>
+
+#include <algorithm>
 #include <exception>
 #include <filesystem>
-#include <sstream>
+#include <iostream>
 #include <system_error>
+#include <utility>
 
 namespace zeqcam::tool {
 namespace {
 
 // A slip of the command line must not cost a file.
 void requireApart(std::string const& output, std::string const& other) {
+    namespace files = std::filesystem;
     std::error_code none;
-    if (std::filesystem::is_regular_file(output, none) && std::filesystem::equivalent(output, other, none)) {
-        throw CannotOpen(output + ": would replace " + other);
-    }
+    bool const isDevice = files::exists(output, none) && !files::is_regular_file(output, none);
+    bool const isSame =
+        files::equivalent(output, other, none) || files::weakly_canonical(files::absolute(output), none) ==
+                                                      files::weakly_canonical(files::absolute(other), none);
+    if (isSame && !isDevice) throw CannotOpen(output + ": would replace " + other);
 }
 
 }  // namespace
@@ -28,27 +35,42 @@ Outputs::Outputs() {
 void Outputs::addOptions(CLI::App& app) {
     for (Output& output : mOutputs) {
         app.add_option("--" + std::string(output.view->option), output.path, std::string(output.view->help))
-            ->type_name("FILE");
+            ->type_name("FILE")
+            ->check([](std::string const& path) { return path.empty() ? "a file needs a name" : ""; });
     }
 }
 
-void Outputs::open(std::string const& input) {
-    for (Output const& output : mOutputs) requireApart(output.path, input);
+void Outputs::open(std::string const& input, bool outputIsTaken) {
     for (auto output = mOutputs.begin(); output != mOutputs.end(); ++output) {
-        if (output->path.empty()) continue;
-        output->file.emplace(output->path);
-        for (auto other = mOutputs.begin(); other != output; ++other) requireApart(output->path, other->path);
+        std::string const& path = output->path;
+        if (path.empty()) continue;
+        output->toOutput = path == "-" || isOpenAs(path, STDOUT_FILENO);
+        if (output->toOutput) {
+            if (std::exchange(outputIsTaken, true))
+                throw CannotOpen(path + ": something else goes to the standard output");
+            continue;
+        }
+        if (isOpenAs(path, STDERR_FILENO)) throw CannotOpen(path + ": messages go to the standard error");
+        requireApart(path, input);
+        for (auto other = mOutputs.begin(); other != output; ++other) {
+            if (other->file) requireApart(path, other->path);
+        }
+        output->file.emplace(path);
     }
+}
+
+bool Outputs::takeOutput() const {
+    return std::any_of(mOutputs.begin(), mOutputs.end(),
+                       [](Output const& output) { return output.toOutput; });
 }
 
 bool Outputs::write(Record const& record, Presentation const& presentation) {
     bool all = true;
     for (Output& output : mOutputs) {
         try {
-            if (!output.file) continue;
-            std::ostringstream text;
-            output.view->write(record, presentation, text);
-            output.file->write(text.str());
+            auto const fill = [&](std::ostream& out) { output.view->write(record, presentation, out); };
+            if (output.toOutput) fill(std::cout);
+            if (output.file) output.file->write(fill);
         } catch (std::exception const& error) {
             complain(error.what());
             all = false;

@@ -13,7 +13,8 @@ class App;
 
 namespace zeqcam::tool {
 
-// The files that a command line asks views to be written to.
+// The files that a command line asks views to be written to. "-" and whatever else is the standard output
+// stand for that.
 class Outputs {
   public:
     Outputs();
@@ -21,9 +22,12 @@ class Outputs {
     // An option for each view that goes to a file. This object outlives the reading of the command line.
     void addOptions(CLI::App& app);
 
-    // Before anything runs: what cannot be written is known then. `input` is a file that none may replace.
-    // Throws CannotOpen.
-    void open(std::string const& input);
+    // Before anything runs: what cannot be written is known then. `input` is a file that none may replace;
+    // `outputIsTaken`: by what must stand there alone. Throws CannotOpen.
+    void open(std::string const& input, bool outputIsTaken);
+
+    // Whether one of them goes to the standard output. From `open` on.
+    [[nodiscard]] bool takeOutput() const;
 
     // Writes them all, whatever becomes of the others, and complains of what cannot be written. Whether all
     // was.
@@ -32,8 +36,9 @@ class Outputs {
   private:
     struct Output {
         View const* view;
-        std::string path;  // empty: not asked for
-        std::optional<OutputFile> file;
+        std::string path;                // empty: not asked for
+        bool toOutput = false;           // the standard one
+        std::optional<OutputFile> file;  // else
     };
 
     std::vector<Output> mOutputs;

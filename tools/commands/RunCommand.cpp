@@ -16,7 +16,9 @@
 
 #include <zeqcam/board/QosFile.h>
 
+#include <unistd.h>
 #include <CLI/CLI.hpp>
+
 #include <chrono>
 #include <cmath>
 #include <cstdint>
@@ -113,8 +115,12 @@ std::optional<CutOff> cutOff(End end, Options const& options) {
         case End::TimedOut:
             return CutOff{kTimedOut, "has not ended within " + timeText(std::chrono::nanoseconds(std::llround(
                                                                    *options.timeoutSeconds * 1e9)))};
+        case End::HungUp:
+            return CutOff{kHungUp, "was hung up"};
         case End::Interrupted:
             return CutOff{kInterrupted, "was interrupted"};
+        case End::Quit:
+            return CutOff{kQuit, "was told to quit"};
         case End::Terminated:
             return CutOff{kTerminated, "was terminated"};
         case End::AllDone:
@@ -123,24 +129,30 @@ std::optional<CutOff> cutOff(End end, Options const& options) {
     return {};
 }
 
+// Where people read: what a program reads stands alone on the standard output.
+std::ostream& textOutput(Options const& options) {
+    return options.json || options.outputs.takeOutput() ? std::cerr : std::cout;
+}
+
 // Tells what a run came to in every form that was asked for. False when not all of it could be told.
 bool tell(Record const& record, Options& options) {
-    Presentation presentation = presentationOnOutput();
+    std::ostream& text = textOutput(options);
+    Presentation presentation = presentationOn(&text == &std::cout ? STDOUT_FILENO : STDERR_FILENO);
     presentation.title = std::filesystem::path(options.file).filename();
     if (options.json) {
         writeResult(record, presentation, std::cout);
     } else {
-        std::cout << '\n';
-        writeTerminalTimeline(record, presentation, std::cout);
-        writeReport(record, presentation, std::cout);
+        text << '\n';
+        writeTerminalTimeline(record, presentation, text);
+        writeReport(record, presentation, text);
     }
-    std::cout.flush();
+    text.flush();
     if (record.cutOff) {
         complain(options.file + ": the run " + *record.cutOff + "; at that time");
         writePending(record, std::cerr);
     }
     bool const written = options.outputs.write(record, presentation);
-    if (!std::cout) complain("the output cannot be written");
+    if (!std::cout.flush()) complain("the output cannot be written");
     return written && std::cout;
 }
 
@@ -199,14 +211,14 @@ int run(Options& options) try {
         complain(faultText(faults.front(), options.file));
         return kWrongInput;
     }
-    options.outputs.open(options.file);
+    options.outputs.open(options.file, options.json);
     std::optional<Descriptor> traceMarker;
     if (options.kernelTrace) traceMarker.emplace(openTraceMarker());
     if (std::string const reason = board::QosFile::provide(); !reason.empty()) {
         complain("no QoS file, as on a device without it: " + reason);
     }
     using Addresses = LogOutput::Addresses;
-    LogOutput log(options.json ? std::cerr : std::cout,
+    LogOutput log(textOutput(options),
                   options.simulate ? Addresses::Hidden : Addresses::Shown);
     std::ostream logStream(&log);
     scenario.settings.logStream = &logStream;

@@ -9,20 +9,19 @@
 namespace zeqcam::tool {
 namespace {
 
-bool wantsColours() {
+bool wantsColours(int descriptor) {
     auto const variable = [](char const* name) {
         char const* const value = std::getenv(name);
         return std::string_view(value ? value : "");
     };
     std::string_view const terminal = variable("TERM");
-    return isatty(STDOUT_FILENO) == 1 && variable("NO_COLOR").empty() && !terminal.empty() &&
-           terminal != "dumb";
+    return isatty(descriptor) == 1 && variable("NO_COLOR").empty() && !terminal.empty() && terminal != "dumb";
 }
 
-int terminalColumns() {
+int columnsOn(int descriptor) {
     constexpr int kColumns = 80;  // of text that goes elsewhere
     winsize size{};
-    bool const known = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    bool const known = ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
     return known ? size.ws_col : kColumns;
 }
 
@@ -42,8 +41,9 @@ Glyphs glyphsOfLocale() {
     return Glyphs::Ascii;
 }
 
-Presentation presentationOnOutput() {
-    return {.columns = terminalColumns(), .colours = wantsColours(), .glyphs = glyphsOfLocale()};
+Presentation presentationOn(int descriptor) {
+    return {
+        .columns = columnsOn(descriptor), .colours = wantsColours(descriptor), .glyphs = glyphsOfLocale()};
 }
 
 }  // namespace zeqcam::tool

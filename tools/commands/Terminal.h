@@ -7,7 +7,7 @@ namespace zeqcam::tool {
 // What the user's locale can show, by the environment.
 Glyphs glyphsOfLocale();
 
-// What standard output can show, by the environment and by what it is.
-Presentation presentationOnOutput();
+// What the output that is open as `descriptor` can show, by the environment and by what it is.
+Presentation presentationOn(int descriptor);
 
 }  // namespace zeqcam::tool

@@ -24,8 +24,11 @@ int check(int result, char const* what) {
 sigset_t endingSignals() {
     sigset_t signals{};
     sigemptyset(&signals);
-    sigaddset(&signals, SIGINT);
-    sigaddset(&signals, SIGTERM);
+    for (int const signal : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
+        struct sigaction action {};
+        sigaction(signal, nullptr, &action);
+        if (action.sa_handler != SIG_IGN) sigaddset(&signals, signal);
+    }
     return signals;
 }
 
@@ -80,7 +83,16 @@ End Watch::waitForEnd(Limit limit) const {
     if (sources[0].revents != 0) return End::AllDone;
     signalfd_siginfo signal{};
     check(static_cast<int>(read(mSignals.get(), &signal, sizeof signal)), "signalfd");
-    return signal.ssi_signo == SIGTERM ? End::Terminated : End::Interrupted;
+    switch (signal.ssi_signo) {
+        case SIGHUP:
+            return End::HungUp;
+        case SIGQUIT:
+            return End::Quit;
+        case SIGTERM:
+            return End::Terminated;
+        default:
+            return End::Interrupted;
+    }
 }
 
 void Watch::letSignalsThrough() const {

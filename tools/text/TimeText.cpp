@@ -10,7 +10,8 @@ TimeUnit unitOf(nanoseconds time) {
     using namespace std::chrono_literals;
     if (time >= 1s) return {1s, "s"};
     if (time >= 1ms) return {1ms, "ms"};
-    return {1us, "us"};
+    if (time >= 1us || time == 0ns) return {1us, "us"};
+    return {1ns, "ns"};
 }
 
 double countOf(nanoseconds time, TimeUnit unit) {
