@@ -1,3 +1,5 @@
+#include "analysis/SensorLanes.h"
+#include "analysis/SensorNames.h"
 #include "analysis/Timeline.h"
 #include "commands/Terminal.h"
 #include "run/JournalRecord.h"
@@ -41,7 +43,7 @@ struct Happened {
     std::vector<int> sensors = {};
 };
 
-Record recordOf(std::vector<Happened> const& happened, std::chrono::milliseconds now = 100ms) {
+std::vector<Entry> entriesOf(std::vector<Happened> const& happened) {
     std::vector<Entry> entries;
     entries.reserve(happened.size());
     for (Happened const& it : happened) {
@@ -55,7 +57,11 @@ Record recordOf(std::vector<Happened> const& happened, std::chrono::milliseconds
                            .shown = it.text,
                            .sensors = it.sensors});
     }
-    return recordOf(entries, kBegin + now);
+    return entries;
+}
+
+Record recordOf(std::vector<Happened> const& happened, std::chrono::milliseconds now = 100ms) {
+    return recordOf(entriesOf(happened), kBegin + now);
 }
 
 using View = void(Record const&, Presentation const&, std::ostream&);
@@ -155,7 +161,7 @@ TEST(Timeline, KeepsThreadsApartThatWorkAtOnce) {
          "sensor 4 worker: sensor 4 on@2-3 sensor 4 on@3-4\nsensor 5 worker: sensor 5 on@0-1\n"},
         {"a worker of a sensor with a negative id, as the library writes it",
          {{0, 1, Kind::TraceBegin, "powerOnSensor: 18446744073709551613"}, {1, 1, Kind::TraceEnd}},
-         "sensor -3 worker: powerOnSensor: 18446744073709551613@0-1\n"},
+         "sensor -3 worker: powerOnSensor: -3@0-1\n"},
         {"ends without begins, and a begin without its end",
          {{0, 1, Kind::TraceEnd},
           {1, 1, Kind::Request, "app", 0, 0, "power on"},
@@ -167,6 +173,74 @@ TEST(Timeline, KeepsThreadsApartThatWorkAtOnce) {
          "app: !power on@1-3 { lost@2-3 } status@5-6\n"},
     };
     for (Case const& it : cases) EXPECT_EQ(outline(it.happened), it.outline) << it.what;
+}
+
+// The sensor that fails has a name, the controllers share sensor 5.
+Record namedRecord(std::vector<Happened> const& happened) {
+    Record record;
+    Texts& texts = record.texts;
+    record.sensors = {{.id = 0, .name = texts.add("main")}, {.id = 3, .name = texts.add("tele")}};
+    record.controllers = {{.name = texts.add("video"), .sensors = {3, 5}},
+                          {.name = texts.add("photo"), .sensors = {0, 5}}};
+    record.clients = {{.name = texts.add("zoom")}, {.name = texts.add("app")}};
+    record.end = kBegin + 100ms;
+    addJournal(record, entriesOf(happened));
+    return record;
+}
+
+TEST(Timeline, OrdersAndNamesRowsAsTheFileDoes) {
+    // In an order in which nothing of it began.
+    Timeline const timeline = timelineOf(namedRecord({{0, 9, Kind::TaskRun, "queue"},
+                                                      {1, 9, Kind::SensorPowerOff, "", 5},
+                                                      {2, 8, Kind::TaskRun, "queue"},
+                                                      {3, 8, Kind::SensorPowerOff, "", 0},
+                                                      {3, 7, Kind::TaskRun, "queue"},
+                                                      {3, 7, Kind::SensorPowerOff, "", 3},
+                                                      {4, 6, Kind::SensorPowerOn, "", 3},
+                                                      {5, 5, Kind::SensorPowerOn, "", 0},
+                                                      {6, 2, Kind::Request, "app", 0, 0, "power off", {3, 5}},
+                                                      {7, 1, Kind::Request, "zoom", 0, 0, "status"}}));
+    std::vector<std::string> names;
+    for (Row const& row : timeline.rows) names.push_back(row.name);
+    EXPECT_THAT(names, testing::ElementsAre("zoom", "app", "main worker", "tele worker", "queue (video)",
+                                            "queue (photo)", "queue"));
+    Section const& request = timeline.rows[1].sections.front();
+    EXPECT_EQ(timeline.textOf(request.label), "power off tele 5");
+    EXPECT_EQ(timeline.textOf(request.briefLabels[0]), "off tele 5");
+    EXPECT_EQ(timeline.textOf(request.briefLabels[1]), "off 3 5");
+}
+
+TEST(SensorLanes, TellStatesAndWhoCountsOnThem) {
+    // Both clients count on the first sensor when one of them powers it off.
+    Record const record = namedRecord({{0, 1, Kind::Request, "app", 0, 0, "power on", {0, 3}},
+                                       {10, 3, Kind::SensorPowerOn, "", 0},
+                                       {10, 4, Kind::SensorPowerOn, "", 3},
+                                       {20, 3, Kind::SensorPowerOnDone, "", 0, 1},
+                                       {25, 4, Kind::SensorPowerOnDone, "", 3, 0},
+                                       {30, 1, Kind::Reply, "app", 0, 1, "power on"},
+                                       {40, 2, Kind::Request, "zoom", 0, 0, "power on", {0}},
+                                       {40, 2, Kind::Reply, "zoom", 0, 1, "power on"},
+                                       {50, 2, Kind::Request, "zoom", 0, 0, "power off", {0}},
+                                       {55, 5, Kind::SensorPowerOff, "", 0},
+                                       {60, 5, Kind::SensorPowerOffDone, "", 0, 1},
+                                       {60, 2, Kind::Reply, "zoom", 0, 0, "power off"},
+                                       {80, 1, Kind::Request, "app", 0, 0, "destroy"}});
+    std::ostringstream text;
+    for (SensorLane const& lane : sensorLanesOf(record)) {
+        text << sensorTitle(record, lane.sensor) << ':';
+        for (SensorPart const& part : lane.parts) {
+            text << ' ' << nameOf(part.state) << '@' << (part.begin - kBegin) / 1ms << '('
+                 << clientsText(record, part) << ')' << (isConflict(part) ? "!" : "");
+        }
+        text << '\n';
+    }
+    EXPECT_EQ(text.str(),
+              "main: off@0() powering on@10() on@20() on@30(app) on@40(zoom, app) on@50(app) powering "
+              "off@55(app)! off@60(app)! off@80()\n"
+              "tele: off@0() powering on@10() failed@25() failed@30(app)! failed@80()\n");
+    std::string const drawn = shown(writeTerminalTimeline, record, {.columns = 116});
+    EXPECT_THAT(drawn,
+                HasSubstr("\nmain            ..........//////////==========app=================app=xapp"));
 }
 
 TEST(Timeline, CountsPoweredSensorsAndMarksALineOnceThatReachedTwoLogs) {
@@ -200,7 +274,7 @@ TEST(TerminalTimeline, DrawsBarsToScale) {
     EXPECT_EQ('\n' + shown(writeTerminalTimeline, recordOf(aRun()), {.columns = 68}), R"(
                 0 ms                     50 ms
                 +------------------------+------------------------+-
-app             [power on 0 3---]   [pow~]    [power on 3-------->
+app             [power on 0 3---]   [off~]    [power on 3-------->
                  [-------------] LogicalDev powerOn
 sensor 0 worker  [-------------] powerOnSensor: 0
                   [sensor 0 on]
@@ -208,7 +282,10 @@ sensor 3 worker  [--------] powerOnSensor: 3   [powerOnSensor: 3->
                   [!-----] sensor 3 on         [sensor 3 on------>
 powerOnOffCtrl                       [--] powerOff: 0
                                      [--] sensor 0 off
+sensor 0        ../////////////======////.........................
+sensor 3        ..////////!!!!!!!xxx!!!!!!!!!!!///////////////////
 sensors powered 0              1---------0
+                . off  / powering  = on  ! failed
 )");
 }
 
@@ -292,7 +369,7 @@ TEST(SvgTimeline, IsXmlThatHoldsEveryNameAndMarksFailures) {
         std::ofstream(file) << ::shown(writeSvg, recordOf(aRun(name)), {.title = name});
         EXPECT_THAT(readByXml(file, "string(/*/*[local-name()=\"title\"])"), HasSubstr(shown));
         std::string const failed = "//*[local-name()=\"g\"][*[@class=\"failed\"]]";
-        EXPECT_EQ(readByXml(file, "count(" + failed + "/*[@class=\"sign\"])"), "1");
+        EXPECT_EQ(readByXml(file, "count(" + failed + "/*[@class=\"sign\"])"), "3");
         EXPECT_THAT(readByXml(file, "string(" + failed + "/*[local-name()=\"title\"])"),
                     HasSubstr("sensor 3 on\nstart 3.00 ms, took 17.0 ms, failed"));
     }

@@ -458,7 +458,7 @@ TEST(Tool, TellsAndKeepsWhatARunThatIsCutOffWasIn) {
             runScenario(hangs, options + "--trace " + trace.path + " --svg " + picture.path, "&1", signal);
         EXPECT_EQ(status, expected) << output;
         EXPECT_THAT(output,
-                    AllOf(HasSubstr("app: in \"power on 0\" for "), HasSubstr("! app     power on"),
+                    AllOf(HasSubstr("app: in \"power on main\" for "), HasSubstr("! app     power on"),
                           HasSubstr(".toml:11: app: power on: has not ended, expected the result true\n"),
                           HasSubstr(".toml:11: app: status: was never reached, expected main on\n"),
                           HasSubstr("0 of 2 expectations held")))

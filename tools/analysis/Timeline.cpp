@@ -1,10 +1,12 @@
 #include "analysis/Timeline.h"
 
+#include "analysis/SensorNames.h"
+
 #include <algorithm>
 #include <array>
-#include <charconv>
 #include <cstddef>
 #include <iterator>
+#include <map>
 #include <numeric>
 #include <optional>
 #include <set>
@@ -20,14 +22,19 @@ using board::Kind;
 struct Role {
     enum class Is : std::uint8_t { Client, Worker, Queue, Other };
     Is is = Is::Other;
-    int sensor = 0;  // of a worker
+    std::int64_t order = 0;  // among those alike: of a client its place in the record, of a worker its sensor
     std::string name;
 
     bool operator==(Role const&) const = default;
 };
 
-Role workerOf(int sensor) {
-    return {Role::Is::Worker, sensor, "sensor " + std::to_string(sensor) + " worker"};
+Role clientOf(Record const& record, Event const& event) {
+    std::size_t const order = event.request ? record.requests[*event.request].client : record.clients.size();
+    return {Role::Is::Client, static_cast<std::int64_t>(order), std::string(record.textOf(event.text))};
+}
+
+Role workerOf(Record const& record, int sensor) {
+    return {Role::Is::Worker, sensor, sensorTitle(record, sensor) + " worker"};
 }
 
 Role otherRole(Record const& record, Record::Thread const& thread) {
@@ -36,69 +43,70 @@ Role otherRole(Record const& record, Record::Thread const& thread) {
     return {Role::Is::Other, 0, isMain ? "main" : "thread " + std::to_string(*thread.id)};
 }
 
-// The sensor of a worker's outermost trace section.
-std::optional<int> workersSensor(std::string_view label) {
-    constexpr std::string_view kBegin = "powerOnSensor: ";
-    if (!label.starts_with(kBegin)) return {};
-    char const* const begin = label.data() + kBegin.size();
-    char const* const end = label.data() + label.size();
-    std::int64_t sensor = 0;
-    std::uint64_t wide = 0;  // a negative id, as the library writes it
-    auto const [rest, error] = std::from_chars(begin, end, sensor);
-    auto const [restOfWide, wideError] = std::from_chars(begin, end, wide);
-    if (error == std::errc() && rest == end) return static_cast<int>(sensor);
-    if (wideError == std::errc() && restOfWide == end)
-        return static_cast<int>(static_cast<std::int64_t>(wide));
-    return {};
-}
-
 // What a thread shows itself to be by this event.
 std::optional<Role> roleShownBy(Record const& record, Event const& event) {
     switch (event.kind) {
         case Kind::Request:
-            return Role{Role::Is::Client, 0, std::string(record.textOf(event.text))};
+            return clientOf(record, event);
         case Kind::TaskRun:
             return Role{Role::Is::Queue, 0, std::string(record.textOf(event.text))};
         case Kind::SensorPowerOn:
-            return event.sensor ? std::optional(workerOf(*event.sensor)) : std::nullopt;
+            return event.sensor ? std::optional(workerOf(record, *event.sensor)) : std::nullopt;
         case Kind::TraceBegin:
-            if (auto const sensor = workersSensor(record.textOf(event.text))) return workerOf(*sensor);
+            if (auto const label = sensorLabel(record, record.textOf(event.text)); label.powersOn)
+                return workerOf(record, *label.sensor);
             return {};
         default:
             return {};
     }
 }
 
-std::string requestLabel(Record const& record, Event const& event) {
-    std::string label(record.textOf(event.detail));
-    if (!event.request) return label;
-    for (int const sensor : record.requests[*event.request].sensors.value_or(std::vector<int>()))
-        label += ' ' + std::to_string(sensor);
-    return label;
-}
-
-std::string callLabel(Event const& event, char const* change) {
-    return "sensor " + (event.sensor ? std::to_string(*event.sensor) : "?") + change;
-}
-
 struct Opening {
     SectionKind kind;
     std::string label;
+    std::array<std::string, 2> briefs{};
 };
+
+Opening requestOpening(Record const& record, Event const& event) {
+    std::string_view const name = record.textOf(event.detail);
+    RequestKind const kind = requestKindOf(name);
+    Opening opening{kind == RequestKind::Wait ? SectionKind::Wait : SectionKind::Request, std::string(name)};
+    auto const sensors = event.request ? record.requests[*event.request].sensors : std::nullopt;
+    if (!sensors || sensors->empty()) return opening;
+    std::string names;
+    std::string ids;
+    for (int const sensor : *sensors) {
+        names += ' ' + sensorWord(record, sensor);
+        ids += ' ' + std::to_string(sensor);
+    }
+    std::string const last(name.substr(name.rfind(' ') + 1));  // "on" of "power on"
+    opening.label += names;
+    opening.briefs = {last + names, last + ids};
+    return opening;
+}
+
+Opening callOpening(Record const& record, Event const& event, char const* change) {
+    std::string const sensor = event.sensor ? sensorTitle(record, *event.sensor) : "sensor ?";
+    return {SectionKind::SensorCall, sensor + ' ' + change, {change}};
+}
+
+Opening sectionOpening(Record const& record, Event const& event) {
+    auto const [label, sensor, powersOn] = sensorLabel(record, record.textOf(event.text));
+    Opening opening{SectionKind::Trace, label};
+    if (sensor) opening.briefs = {sensorWord(record, *sensor), std::to_string(*sensor)};
+    return opening;
+}
 
 std::optional<Opening> openedBy(Record const& record, Event const& event) {
     switch (event.kind) {
         case Kind::Request:
-            return Opening{requestKindOf(record.textOf(event.detail)) == RequestKind::Wait
-                               ? SectionKind::Wait
-                               : SectionKind::Request,
-                           requestLabel(record, event)};
+            return requestOpening(record, event);
         case Kind::TraceBegin:
-            return Opening{SectionKind::Trace, std::string(record.textOf(event.text))};
+            return sectionOpening(record, event);
         case Kind::SensorPowerOn:
-            return Opening{SectionKind::SensorCall, callLabel(event, " on")};
+            return callOpening(record, event, "on");
         case Kind::SensorPowerOff:
-            return Opening{SectionKind::SensorCall, callLabel(event, " off")};
+            return callOpening(record, event, "off");
         default:
             return {};
     }
@@ -176,6 +184,8 @@ class Reader {
         ThreadState& thread = mThreads[event.thread];
         if (thread.open.empty()) takeRole(thread, event);
         if (auto const opening = openedBy(mRecord, event)) open(thread, event, *opening);
+        if (event.kind == Kind::SensorPowerOff && event.sensor)
+            mRows[*thread.row].poweredOff.insert(*event.sensor);
         if (auto const begin = beginOf(event.kind)) close(thread, event, *begin);
         if (auto const level = levelOf(event)) mark(thread, event, *level);
         countPowered(event);
@@ -215,6 +225,7 @@ class Reader {
     struct RowState {
         Role role;
         bool busy = false;
+        std::set<int> poweredOff;  // sensors, on a queue's thread
     };
 
     // A source may take threads with one id for one: whatever begins anew may be by a new thread.
@@ -233,6 +244,8 @@ class Reader {
         Section section;
         section.kind = opening.kind;
         section.label = mTimeline.texts.add(opening.label);
+        for (std::size_t i = 0; i < opening.briefs.size(); ++i)
+            section.briefLabels[i] = mTimeline.texts.add(opening.briefs[i]);
         section.begin = event.time;
         thread.open.push_back({event.kind, std::move(section)});
     }
@@ -269,19 +282,16 @@ class Reader {
 
     // Only workers share a row: a sensor's next power-on is the next thread's.
     std::uint32_t rowFor(Role const& role, std::uint32_t thread) {
-        int alike = 0;
         for (std::uint32_t row = 0; row < mRows.size(); ++row) {
             if (mRows[row].role != role) continue;
-            ++alike;
             auto& threads = mTimeline.rows[row].threads;
             bool const known = std::find(threads.begin(), threads.end(), thread) != threads.end();
             if (mRows[row].busy || (!known && role.is != Role::Is::Worker)) continue;
             if (!known) threads.push_back(thread);
             return row;
         }
-        std::string const which = alike > 0 ? " (" + std::to_string(alike + 1) + ')' : "";
         mRows.push_back({role});
-        mTimeline.rows.push_back({role.name + which, {thread}, {}});
+        mTimeline.rows.push_back({{}, {thread}, {}});
         return static_cast<std::uint32_t>(mRows.size() - 1);
     }
 
@@ -317,19 +327,51 @@ class Reader {
         if (count != mTimeline.powered.back().sensors) mTimeline.powered.push_back({event.time, count});
     }
 
+    // The controller whose queue a row is: the only one that drives all that is powered off there.
+    [[nodiscard]] std::optional<std::uint32_t> controllerOf(RowState const& row) const {
+        std::optional<std::uint32_t> found;
+        if (row.role.is != Role::Is::Queue || row.poweredOff.empty()) return found;
+        for (std::uint32_t index = 0; index < mRecord.controllers.size(); ++index) {
+            std::set<int> const drives(mRecord.controllers[index].sensors.begin(),
+                                       mRecord.controllers[index].sensors.end());
+            if (!std::includes(drives.begin(), drives.end(), row.poweredOff.begin(), row.poweredOff.end()))
+                continue;
+            if (found) return {};
+            found = index;
+        }
+        return found;
+    }
+
+    void nameQueues() {
+        for (RowState& row : mRows) {
+            if (row.role.is != Role::Is::Queue) continue;
+            auto const controller = controllerOf(row);
+            row.role.order = controller ? *controller : static_cast<std::int64_t>(mRecord.controllers.size());
+            if (controller) {
+                row.role.name +=
+                    " (" + std::string(mRecord.textOf(mRecord.controllers[*controller].name)) + ')';
+            }
+        }
+    }
+
     void sortRows() {
+        nameQueues();
         std::vector<std::size_t> order(mRows.size());
         std::iota(order.begin(), order.end(), std::size_t{0});
         std::stable_sort(order.begin(), order.end(), [this](std::size_t left, std::size_t right) {
             Role const& a = mRows[left].role;
             Role const& b = mRows[right].role;
-            return std::pair(a.is, a.sensor) < std::pair(b.is, b.sensor);
+            return std::pair(a.is, a.order) < std::pair(b.is, b.order);
         });
         std::vector<Row> rows;
         std::vector<std::uint32_t> place(order.size());
+        std::map<std::string_view, int> alike;
         for (std::size_t const row : order) {
+            std::string const& name = mRows[row].role.name;
+            int const number = ++alike[name];
             place[row] = static_cast<std::uint32_t>(rows.size());
             rows.push_back(std::move(mTimeline.rows[row]));
+            rows.back().name = number == 1 ? name : name + " (" + std::to_string(number) + ')';
         }
         for (Mark& mark : mTimeline.marks) mark.row = place[mark.row];
         mTimeline.rows = std::move(rows);

@@ -2,6 +2,7 @@
 
 #include "record/Record.h"
 
+#include <array>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -18,13 +19,17 @@ struct Section {
     bool open = false;    // it had not ended at the end of the record
     bool failed = false;  // a sensor that did not come up, a request that was refused
     TextId label = TextId::Empty;
+    // What still tells it apart where the label does not fit, the longer first; Empty: none. "power off main
+    // wide" has "off main wide" and "off 0 2".
+    std::array<TextId, 2> briefLabels{};
     Instant begin;
     Instant end;  // of the timeline, while `open`
     std::vector<Section> inner;
 };
 
-// A thread, named by what it is: a client's name, "sensor 2 worker", "powerOnOffCtrl". The workers of one
-// sensor, one after another, are one row.
+// A thread, named by what it is: a client's name, "tele worker", "powerOnOffCtrl (photo)". The workers of one
+// sensor, one after another, are one row. Rows stand in the record's order of clients, then by sensor, then
+// by the controller whose queue they are, as far as that is known.
 struct Row {
     std::string name;
     std::vector<std::uint32_t> threads;  // indices into Record::threads

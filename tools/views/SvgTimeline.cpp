@@ -1,5 +1,7 @@
 #include "views/SvgTimeline.h"
 
+#include "analysis/SensorLanes.h"
+#include "analysis/SensorNames.h"
 #include "analysis/Timeline.h"
 #include "text/Printable.h"
 #include "text/TextWidth.h"
@@ -39,12 +41,15 @@ constexpr std::string_view kPatterns = R"svg(<defs>
 </defs>
 )svg";
 
-constexpr std::array<std::pair<std::string_view, std::string_view>, 8> kLegend{{
+constexpr std::array<std::pair<std::string_view, std::string_view>, 11> kLegend{{
     {"request", "request"},
     {"wait", "wait"},
     {"trace", "trace section"},
     {"call", "sensor power call"},
+    {"powering", "powering"},
+    {"on", "on"},
     {"failed", "failed"},
+    {"conflict", "counted on, but not on"},
     {"open", "not ended"},
     {"error", "error logged"},
     {"warning", "warning logged"},
@@ -138,11 +143,14 @@ struct Lane {
 
 class Picture {
   public:
-    Picture(Timeline timeline, std::string_view title) : mTimeline(std::move(timeline)), mTitle(title) {
+    Picture(Record const& record, std::string_view title)
+        : mRecord(record), mTimeline(timelineOf(record)), mLanes(sensorLanesOf(record)), mTitle(title) {
         double names = widthOf(kPoweredName, kNameCharacter);
         for (Row const& row : mTimeline.rows) {
-            if (!row.sections.empty()) names = std::max(names, widthOf(shownName(row), kNameCharacter));
+            if (!row.sections.empty()) names = std::max(names, widthOf(shownName(row.name), kNameCharacter));
         }
+        for (SensorLane const& lane : mLanes)
+            names = std::max(names, widthOf(shownName(sensorTitle(mRecord, lane.sensor)), kNameCharacter));
         mLeft = kMargin + 8 + names + 12;
     }
 
@@ -151,6 +159,7 @@ class Picture {
         for (std::size_t row = 0; row < mTimeline.rows.size(); ++row) {
             if (!mTimeline.rows[row].sections.empty()) addRow(row);
         }
+        for (SensorLane const& lane : mLanes) addSensor(lane);
         addPowered();
         double const bottom = mY;
         addLegend();
@@ -161,9 +170,9 @@ class Picture {
     static constexpr std::string_view kPoweredName = "sensors powered";
     static constexpr double kRight = kWidth - kMargin - 10;
 
-    static std::string shownName(Row const& row) {
+    static std::string shownName(std::string_view name) {
         constexpr int kLongestName = 28;
-        return shortened(printable(row.name), kLongestName, "…");
+        return shortened(printable(name), kLongestName, "…");
     }
 
     [[nodiscard]] double xOf(Instant time) const {
@@ -235,7 +244,7 @@ class Picture {
         Row const& row = mTimeline.rows[index];
         std::vector<Lane> const lanes = lanesOf(row);
         double const height = lanes.back().top + lanes.back().height + 5;
-        addBand(shownName(row), height);
+        addBand(shownName(row.name), height);
         for (Lane const& lane : lanes) {
             for (std::size_t i = 0; i < lane.sections.size(); ++i) {
                 bool const last = i + 1 == lane.sections.size();
@@ -249,12 +258,12 @@ class Picture {
         mY += height;
     }
 
-    void addBand(std::string_view name, double height) {
+    void addBand(std::string_view name, double height, double baseline = kMarkStrip + 13) {
         if (std::exchange(mBanded, !mBanded)) {
             mShapes.rect(kMargin, mY, kWidth - 2 * kMargin, height,
                          R"(rx="4" class="band" fill-opacity=".6")");
         }
-        mShapes.text(kMargin + 8, mY + kMarkStrip + 13, "", name);
+        mShapes.text(kMargin + 8, mY + baseline, "", name);
     }
 
     // `next`: where the next section of its lane begins.
@@ -282,21 +291,68 @@ class Picture {
 
     void addLabel(Section const& section, double x, double top, double next) {
         constexpr double kLeastColumns = 5;
-        std::string const label = printable(mTimeline.textOf(section.label));
         double const before = section.failed ? 20 : 4;
-        double const needed = widthOf(label, kCharacter);
         double const room = extentOf(section) - before - 2;
         double const beside = x + std::max(extentOf(section), section.failed ? before : 0);
         bool const patterned = section.failed || section.kind == SectionKind::Wait;
         std::string_view const inside = patterned ? R"(class="label halo")" : R"(class="label")";
-        if (needed <= room) {
-            mShapes.text(x + before, top + 13, inside, label);
-        } else if (beside + needed + 10 <= next) {
-            mShapes.text(beside + 5, top + 13, R"(class="label muted")", label);
-        } else if (room >= kLeastColumns * kCharacter) {
+        std::string label;
+        for (TextId const form : {section.label, section.briefLabels[0], section.briefLabels[1]}) {
+            if (form == TextId::Empty) continue;
+            label = printable(mTimeline.textOf(form));
+            double const needed = widthOf(label, kCharacter);
+            if (needed <= room) return mShapes.text(x + before, top + 13, inside, label);
+            if (beside + needed + 10 <= next)
+                return mShapes.text(beside + 5, top + 13, R"(class="label muted")", label);
+        }
+        if (room >= kLeastColumns * kCharacter) {
             mShapes.text(x + before, top + 13, inside,
                          shortened(label, static_cast<int>(room / kCharacter), "…"));
         }
+    }
+
+    static std::string_view lookOf(SensorPart const& part) {
+        if (isConflict(part)) return "conflict";
+        switch (part.state) {
+            case SensorState::Off:
+                return "";
+            case SensorState::On:
+                return "on";
+            case SensorState::Failed:
+                return "failed";
+            case SensorState::PoweringOn:
+            case SensorState::PoweringOff:
+                return "powering";
+        }
+        return "";
+    }
+
+    void addSensor(SensorLane const& lane) {
+        constexpr double kHeight = 26;
+        std::string const name = sensorTitle(mRecord, lane.sensor);
+        addBand(shownName(name), kHeight, 17);
+        mShapes.line(mLeft, mY + 20, kRight, mY + 20, R"(class="grid")");
+        for (SensorPart const& part : lane.parts) {
+            std::string const look(lookOf(part));
+            if (look.empty()) continue;
+            mLooks.insert(look);
+            double const x = xOf(part.begin);
+            double const width = std::max(xOf(part.end) - x, kSliver);
+            std::string const clients = clientsText(mRecord, part);
+            mShapes << "<g><title>" << escaped(name) << ": " << nameOf(part.state)
+                    << (clients.empty() ? "" : ", counted on by ") << escaped(clients) << "\nfrom "
+                    << timeText(part.begin - mTimeline.begin) << ", for " << timeText(part.end - part.begin)
+                    << "</title>";
+            mShapes.rect(x, mY + 4, width, 16, classed(look));
+            bool const signs = look == "failed" || look == "conflict";
+            if (signs) addSign(x, mY + 12);
+            std::string const label = printable(clients);
+            double const before = signs ? 20 : 4;
+            if (!label.empty() && before + widthOf(label, kCharacter) <= width)
+                mShapes.text(x + before, mY + 16, R"(class="label")", label);
+            mShapes << "</g>\n";
+        }
+        mY += kHeight;
     }
 
     void addMark(Mark const& mark) {
@@ -352,12 +408,16 @@ class Picture {
             if (!mLooks.contains(look)) continue;
             bool const isLevel = look == "error" || look == "warning";
             double const width = isLevel ? 8 : kSwatch;
+            if (x + width + 7 + widthOf(name, kNameCharacter) > kRight) {
+                x = kMargin + 8;
+                mY += 20;
+            }
             if (isLevel) {
                 addPointer(x + 4, mY + 3, look);
             } else {
                 mShapes.rect(x, mY, width, 13, look == "open" ? classed("request open") : classed(look));
             }
-            if (look == "failed") addSign(x + 2, mY + 6.5);
+            if (look == "failed" || look == "conflict") addSign(x + 2, mY + 6.5);
             mShapes.text(x + width + 7, mY + 11, R"(class="muted")", name);
             x += width + 7 + widthOf(name, kNameCharacter) + 16;
         }
@@ -368,7 +428,9 @@ class Picture {
         return R"(rx="2" class=")" + std::string(look) + '"';
     }
 
+    Record const& mRecord;
     Timeline const mTimeline;
+    std::vector<SensorLane> const mLanes;
     std::string_view const mTitle;
     double mLeft = 0;
     double mY = 64;  // where the next row begins
@@ -380,7 +442,7 @@ class Picture {
 }  // namespace
 
 void writeSvg(Record const& record, Presentation const& presentation, std::ostream& out) {
-    out << Picture(timelineOf(record), presentation.title).text();
+    out << Picture(record, presentation.title).text();
 }
 
 }  // namespace zeqcam::tool

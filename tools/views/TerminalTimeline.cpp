@@ -1,5 +1,7 @@
 #include "views/TerminalTimeline.h"
 
+#include "analysis/SensorLanes.h"
+#include "analysis/SensorNames.h"
 #include "analysis/Timeline.h"
 #include "text/Printable.h"
 #include "text/TextWidth.h"
@@ -11,6 +13,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstddef>
+#include <set>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -21,10 +24,11 @@ namespace {
 
 struct Alphabet {
     std::string_view left, fill, right, open, tick, axis, axisTick, caption, ellipsis;
+    std::string_view off, powering, on, conflict;
 };
 
-constexpr Alphabet kAscii{"[", "-", "]", ">", "|", "-", "+", ",", "~"};
-constexpr Alphabet kUtf8{"├", "─", "┤", "▶", "│", "─", "┬", "┌", "…"};
+constexpr Alphabet kAscii{"[", "-", "]", ">", "|", "-", "+", ",", "~", ".", "/", "=", "x"};
+constexpr Alphabet kUtf8{"├", "─", "┤", "▶", "│", "─", "┬", "┌", "…", "·", "╱", "═", "×"};
 constexpr std::string_view kFailed = "!";
 
 // How text stands out where there are colours.
@@ -192,8 +196,10 @@ class Levels {
 
 class Picture {
   public:
-    Picture(Timeline const& timeline, Presentation const& presentation)
-        : mTimeline(timeline),
+    Picture(Record const& record, Timeline const& timeline, Presentation const& presentation)
+        : mRecord(record),
+          mTimeline(timeline),
+          mLanes(sensorLanesOf(record)),
           mColumns(presentation.columns),
           mColours(presentation.colours),
           mAlphabet(presentation.glyphs == Glyphs::Utf8 ? kUtf8 : kAscii),
@@ -205,7 +211,9 @@ class Picture {
         for (Row const& row : mTimeline.rows) {
             if (!row.sections.empty()) addRow(row);
         }
+        for (SensorLane const& lane : mLanes) addLane(lane);
         addPowered();
+        addLaneLegend();
         addLeftOut();
         return std::move(mText);
     }
@@ -219,6 +227,8 @@ class Picture {
         for (Row const& row : mTimeline.rows) {
             if (!row.sections.empty()) width = std::max(width, columnsOf(shownText(row.name)));
         }
+        for (SensorLane const& lane : mLanes)
+            width = std::max(width, columnsOf(shownText(sensorTitle(mRecord, lane.sensor))));
         return std::min(width, mColumns / 3) + 1;
     }
 
@@ -300,17 +310,17 @@ class Picture {
         constexpr int kLeast = 4;
         int const begin = mNames + bar.cells.begin + (bar.failed ? 2 : 1);
         int const room = mNames + bar.cells.end - 1 - begin;
-        std::string const label = shownText(mTimeline.textOf(bar.section->label));
-        int const width = columnsOf(label);
-        if (width <= room) {
-            line.put(begin, label, styleOf(bar));
-        } else if (width + 2 <= gap) {
-            line.put(mNames + bar.cells.end, " " + label, styleOf(bar));
-        } else if (room >= kLeast) {
-            line.put(begin, shortened(label, room, mAlphabet.ellipsis), styleOf(bar));
-        } else {
-            return false;
+        std::string label;
+        for (TextId const form :
+             {bar.section->label, bar.section->briefLabels[0], bar.section->briefLabels[1]}) {
+            if (form == TextId::Empty) continue;
+            label = shownText(mTimeline.textOf(form));
+            int const width = columnsOf(label);
+            if (width <= room) return line.put(begin, label, styleOf(bar)), true;
+            if (width + 2 <= gap) return line.put(mNames + bar.cells.end, " " + label, styleOf(bar)), true;
         }
+        if (room < kLeast) return false;
+        line.put(begin, shortened(label, room, mAlphabet.ellipsis), styleOf(bar));
         return true;
     }
 
@@ -335,6 +345,66 @@ class Picture {
         return bar.failed ? kFailure : colourOf(bar.section->kind);
     }
 
+    struct LaneLook {
+        std::string_view glyph;
+        std::string_view style;
+    };
+
+    [[nodiscard]] LaneLook lookOf(SensorPart const& part) const {
+        if (isConflict(part)) return {mAlphabet.conflict, kFailure};
+        switch (part.state) {
+            case SensorState::Off:
+                return {mAlphabet.off, kDim};
+            case SensorState::On:
+                return {mAlphabet.on, colourOf(SectionKind::SensorCall)};
+            case SensorState::Failed:
+                return {kFailed, kFailure};
+            case SensorState::PoweringOn:
+            case SensorState::PoweringOff:
+                return {mAlphabet.powering, kPlain};
+        }
+        return {};
+    }
+
+    // The state at each time, and the clients that count on the sensor. What counts most is drawn last: a
+    // conflict of less than a cell is seen.
+    void addLane(SensorLane const& lane) {
+        Line line = lineNamed(sensorTitle(mRecord, lane.sensor));
+        for (bool const conflicts : {false, true}) {
+            for (SensorPart const& part : lane.parts) {
+                if (isConflict(part) != conflicts) continue;
+                auto const [glyph, style] = lookOf(part);
+                mLooks.insert(glyph);
+                int const begin = mNames + mScale.cellOf(part.begin);
+                int const least = conflicts || part.state == SensorState::Failed ? 1 : 0;
+                int const end = std::max(mNames + mScale.cellOf(part.end), begin + least);
+                line.fill(begin, end, glyph, style);
+                std::string const clients = shownText(clientsText(mRecord, part));
+                if (!clients.empty() && columnsOf(clients) + 2 <= end - begin)
+                    line.put(begin + 1, clients, style);
+            }
+        }
+        add(line);
+    }
+
+    void addLaneLegend() {
+        if (mLanes.empty()) return;
+        Line line(mColumns);
+        int column = mNames;
+        for (auto const& [glyph, meaning] : {std::pair{mAlphabet.off, "off"},
+                                             {mAlphabet.powering, "powering"},
+                                             {mAlphabet.on, "on"},
+                                             {kFailed, "failed"},
+                                             {mAlphabet.conflict, "counted on, but not on"}}) {
+            if (!mLooks.contains(glyph)) continue;
+            std::string const text = std::string(glyph) + ' ' + meaning;
+            if (column + columnsOf(text) > mColumns) break;
+            line.put(column, text, kDim);
+            column += columnsOf(text) + 2;
+        }
+        if (!line.isBlank(0, mColumns)) add(line);
+    }
+
     // Each number stands where it begins to hold.
     void addPowered() {
         Line line = lineNamed(kPowered);
@@ -355,13 +425,16 @@ class Picture {
         add(line);
     }
 
+    Record const& mRecord;
     Timeline const& mTimeline;
+    std::vector<SensorLane> const mLanes;
     int const mColumns;
     bool const mColours;
     Alphabet const& mAlphabet;
     int const mNames;
     Scale const mScale;
     int mLeftOut = 0;
+    std::set<std::string_view> mLooks;  // of the sensors' lanes
     std::string mText;
 };
 
@@ -372,7 +445,7 @@ void writeTerminalTimeline(Record const& record, Presentation const& presentatio
     bool const empty = std::all_of(timeline.rows.begin(), timeline.rows.end(),
                                    [](Row const& row) { return row.sections.empty(); });
     if (empty || presentation.columns < 2) return;
-    out << Picture(timeline, presentation).text();
+    out << Picture(record, timeline, presentation).text();
 }
 
 }  // namespace zeqcam::tool
