@@ -2,17 +2,20 @@
 _zeqcam_power() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} each command=
   for each in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
-    case $each in run | explore | check) command=$each && break ;; esac
+    case $each in run | explore | check | rules) command=$each && break ;; esac
   done
   compopt -o filenames 2>/dev/null
   case $command:$before in
     run:--seed | run:--timeout | run:--schedule | explore:--preemptions | explore:--schedules | explore:--seconds) COMPREPLY=() ;;
+    run:--allow)
+      mapfile -t COMPREPLY < <(compgen -W "$(zeqcam-power rules | sed -n 's/^  \([a-z]\)/\1/p')" -- "$word")
+      ;;
     run:--trace | run:--svg) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
     *)
-      local words='run explore check --help --version'
-      [ "$command" = run ] && words='--trace --svg --ftrace --json --verbose --quiet --seed --timeout --simulate --schedule --help'
+      local words='run explore check rules --help --version'
+      [ "$command" = run ] && words='--trace --svg --ftrace --json --verbose --quiet --seed --timeout --simulate --schedule --allow --strict --help'
       [ "$command" = explore ] && words='--preemptions --schedules --seconds --help'
-      [ "$command" = check ] && words='--help'
+      [[ $command == check || $command == rules ]] && words='--help'
       if [[ -z $command || $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")
       else

@@ -1,12 +1,13 @@
 # Completion of zeqcam-power in fish.
 set -l run '__fish_seen_subcommand_from run'
 set -l explore '__fish_seen_subcommand_from explore'
-set -l command '__fish_seen_subcommand_from run explore check'
+set -l command '__fish_seen_subcommand_from run explore check rules'
 complete -c zeqcam-power -f
 complete -c zeqcam-power -s h -l help -d 'Print the options'
 complete -c zeqcam-power -n "not $command" -l version -d 'Print the version'
 complete -c zeqcam-power -n "not $command" -a run -d 'Play a scenario'
 complete -c zeqcam-power -n "not $command" -a explore -d 'Play a scenario in every order of its threads'
+complete -c zeqcam-power -n "not $command" -a rules -d 'List the rules that a run is held against'
 complete -c zeqcam-power -n "not $command" -a check -d 'Tell what is wrong with a scenario'
 complete -c zeqcam-power -n "$command" -a '(__fish_complete_suffix .toml)'
 complete -c zeqcam-power -n "$run" -l trace -r -F -d 'Write the run as a trace'
@@ -21,4 +22,7 @@ complete -c zeqcam-power -n "$run" -l schedule -x -d 'The order of a simulated r
 complete -c zeqcam-power -n "$explore" -l preemptions -x -d 'How often a turn may be taken away'
 complete -c zeqcam-power -n "$explore" -l schedules -x -d 'Run no more than these'
 complete -c zeqcam-power -n "$explore" -l seconds -x -d 'Begin none after this time'
+complete -c zeqcam-power -n "$run" -l allow -x -d 'Let this rule be broken' \
+  -a "(zeqcam-power rules | string match -rg '^  ([a-z].*)')"
+complete -c zeqcam-power -n "$run" -l strict -d 'Fail for a broken rule of the clients too'
 complete -c zeqcam-power -n "$run" -l timeout -x -d 'How long the scenario may take'

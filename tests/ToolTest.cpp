@@ -398,6 +398,46 @@ TEST(Tool, TellsWhatCameOfEachExpectationAndController) {
     }
 }
 
+// The scenario has a second client of a controller of its own, which may drive the same sensor.
+std::string besides(std::string const& steps, std::string const& others) {
+    return stepsAre(steps) + "[[controller]]\nname = 'test'\nsensors = [0]\n[[client]]\nname = 'other'\n" +
+           "controller = 'test'\nsteps = [" + others + "]\n";
+}
+
+TEST(Tool, WarnsOfBrokenRulesOfTheClientsUnlessTheyAreAllowedOrItIsStrict) {
+    struct Case {
+        std::string text;
+        std::string rule;
+        std::string told;
+    };
+    std::vector<Case> const cases{
+        {stepsAre("{ power_on = [0] }"), "all-off", "sensor main has power at the end"},
+        {withSensor("power_on_fails = 'always'", "{ power_on = [0], failed = [0] }"), "status-true",
+         "photo counts sensor main as on at the end, which has no power"},
+        {stepsAre("{ power_off = [0] }"), "off-what-was-on",
+         "app: app powers sensor main off, which its controller has not powered on"},
+        {besides("{ power_on = [0] }, { sleep_ms = 200 }, { power_off = [0] }",
+                 "{ sleep_ms = 100 }, { power_on = [0] }, { sleep_ms = 200 }, { power_off = [0] }"),
+         "sensor-to-itself", "other: sensor main: power-on of a sensor that is on"},
+    };
+    for (auto const& [text, rule, told] : cases) {
+        std::string const other = rule == "sensor-to-itself" ? " --allow counted-on" : "";
+        auto const warned = runScenario(text, other);
+        EXPECT_EQ(warned.status, 0) << warned.output;
+        EXPECT_THAT(warned.output, AllOf(HasSubstr("\nwarning: " + rule + ": "), HasSubstr(told + '\n')));
+        EXPECT_EQ(runScenario(text, "--strict" + other).status, 1) << rule;
+        auto const allowed = runScenario(text, "--strict --allow " + rule + other);
+        EXPECT_EQ(allowed.status, 0) << allowed.output;
+        EXPECT_THAT(allowed.output, Not(HasSubstr(rule)));
+        EXPECT_THAT(runTool("rules").output, HasSubstr("\n  " + rule + "\n      "));
+    }
+    auto const [status, output] =
+        runScenario(stepsAre("{ power_on = [0] }, { wait = true }"), "--timeout 0.5");
+    EXPECT_EQ(status, 3);
+    EXPECT_THAT(output, HasSubstr("app waits for the power-on lock, which only itself could free\n"));
+    EXPECT_EQ(runScenario(scenarioWith(), "--allow all-of").status, 2);
+}
+
 // Fails where a slice ends that is not the innermost of its thread, by its name and values.
 void expectNestedSlices(nlohmann::json const& trace) {
     std::map<int, std::vector<std::string>> open;

@@ -39,8 +39,8 @@ enum ExitStatus : int {
 constexpr std::string_view kExitCodes =
     "Exit status:\n"
     "  0    all ran and every expectation held; a file that was checked is right\n"
-    "  1    an expectation did not hold, a sensor failed where no step expects it, the run broke off, or "
-    "what it came to cannot be written\n"
+    "  1    an expectation did not hold, a sensor failed where no step expects it, a rule was broken, the\n"
+    "       run broke off, or what it came to cannot be written\n"
     "  2    the file or the command line is wrong, or what it asks for cannot be opened; nothing ran\n"
     "  3    the run had not ended at its --timeout\n"
     "  130  it was interrupted with Ctrl-C (SIGINT); 129, 131, 143: ended by SIGHUP, SIGQUIT, SIGTERM";

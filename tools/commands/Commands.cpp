@@ -1,6 +1,7 @@
 #include "commands/CheckCommand.h"
 #include "commands/Command.h"
 #include "commands/ExploreCommand.h"
+#include "commands/RulesCommand.h"
 #include "commands/RunCommand.h"
 #include "text/Printable.h"
 
@@ -14,6 +15,7 @@ constexpr std::array kCommands{
     Command{"run", "Run a scenario; print its log lines, timeline, requests and final states.", addRun},
     Command{"explore", "Run a scenario in every order in which its threads can meet.", addExplore},
     Command{"check", "Read a scenario and tell all that is wrong with it; run nothing.", addCheck},
+    Command{"rules", "List the rules that a run is held against.", addRules},
 };
 
 }  // namespace

@@ -1,7 +1,6 @@
 #include "commands/ExploreCommand.h"
 
 #include "commands/Terminal.h"
-#include "rules/Rule.h"
 #include "rules/Verdict.h"
 #include "run/SimulatedRun.h"
 #include "scenario/ScenarioReader.h"
@@ -57,11 +56,8 @@ std::string complaintAbout(Record const& record) {
             return fmt::format("line {}: {}", expectation.line, record.textOf(expectation.unmet));
         }
     }
-    for (Judgement const& judgement : judge(record)) {
-        if (judgement.rule->of != Rule::Of::Sequence || !judgement.breaches) continue;
-        for (Breach const& breach : *judgement.breaches) {
-            return fmt::format("{}: {}", judgement.rule->name, breach.text);
-        }
+    for (BrokenRule const& broken : brokenRulesOf(record, {})) {
+        if (!broken.isWarning) return fmt::format("{}: {}", broken.rule->name, broken.breach.text);
     }
     return {};
 }

@@ -2,6 +2,7 @@
 
 #include "commands/Outputs.h"
 #include "commands/Terminal.h"
+#include "rules/Rule.h"
 #include "rules/Verdict.h"
 #include "run/LogOutput.h"
 #include "run/Run.h"
@@ -17,8 +18,9 @@
 #include <zeqcam/board/QosFile.h>
 
 #include <unistd.h>
-#include <CLI/CLI.hpp>
 
+#include <CLI/CLI.hpp>
+#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdint>
@@ -56,6 +58,7 @@ struct Options {
     std::optional<double> timeoutSeconds;
     bool simulate = false;
     std::optional<std::string> schedule;
+    Strictness strictness;
 };
 
 // Unlike a comparison with both ends, not a number is wrong here.
@@ -66,6 +69,16 @@ CLI::Validator secondsCheck() {
                 return isNumber && seconds > 0 && seconds <= kMostSeconds
                            ? std::string()
                            : "must be more than 0 and at most 1000000 seconds, not " + text;
+            },
+            ""};
+}
+
+CLI::Validator ruleCheck() {
+    return {[](std::string& text) {
+                auto const all = rules();
+                bool const isKnown =
+                    std::any_of(all.begin(), all.end(), [&](Rule const& rule) { return rule.name == text; });
+                return isKnown ? std::string() : "no rule is named " + text + "; see zeqcam-power rules";
             },
             ""};
 }
@@ -93,6 +106,13 @@ void addOptions(CLI::App& app, Options& options) {
                    "Run in the order that a schedule tells, as explore prints it, not the seed.")
         ->type_name("TEXT")
         ->needs(simulate);
+    app.add_option("--allow", options.strictness.allowed, "Let this rule be broken; may be given again.")
+        ->type_name("RULE")
+        ->expected(1)
+        ->take_all()
+        ->check(ruleCheck());
+    app.add_flag("--strict", options.strictness.clientsToo,
+                 "Fail for a broken rule of the clients too, which else is a warning.");
     auto* const verbose = app.add_flag(
         "-v,--verbose", [&options](std::int64_t) { options.detailsLevel = kAll; },
         "Log debug lines too, whatever the file says.");
@@ -138,6 +158,7 @@ std::ostream& textOutput(Options const& options) {
 bool tell(Record const& record, Options& options) {
     std::ostream& text = textOutput(options);
     Presentation presentation = presentationOn(&text == &std::cout ? STDOUT_FILENO : STDERR_FILENO);
+    presentation.strictness = options.strictness;
     presentation.title = std::filesystem::path(options.file).filename();
     if (options.json) {
         writeResult(record, presentation, std::cout);
@@ -187,7 +208,7 @@ int play(Scenario const& scenario, Options& options, LogOutput& log) {
     Record const taken = record();
     run.reset();
     bool const isTold = tell(taken, options);
-    return isTold && allHeld(taken) ? kAllHeld : kFailed;
+    return isTold && verdictOn(taken, options.strictness) == Verdict::Passed ? kAllHeld : kFailed;
 }
 
 // In virtual time nothing is waited for: a run that nobody can go on with is cut off at once.
@@ -202,7 +223,7 @@ int playSimulated(Scenario const& scenario, Options& options, LogOutput& log) {
     if (!played.result.report.empty()) std::cerr << played.result.report << '\n';
     if (played.leavesThreads()) leave(kTimedOut);
     if (played.record.cutOff) return kTimedOut;
-    return isTold && allHeld(played.record) ? kAllHeld : kFailed;
+    return isTold && verdictOn(played.record, options.strictness) == Verdict::Passed ? kAllHeld : kFailed;
 }
 
 int run(Options& options) try {
@@ -218,8 +239,7 @@ int run(Options& options) try {
         complain("no QoS file, as on a device without it: " + reason);
     }
     using Addresses = LogOutput::Addresses;
-    LogOutput log(textOutput(options),
-                  options.simulate ? Addresses::Hidden : Addresses::Shown);
+    LogOutput log(textOutput(options), options.simulate ? Addresses::Hidden : Addresses::Shown);
     std::ostream logStream(&log);
     scenario.settings.logStream = &logStream;
     if (traceMarker) scenario.settings.traceMarker = traceMarker->get();

@@ -211,6 +211,7 @@ struct Record {
         TextId name = TextId::Empty;
         OptionalNumber<std::uint32_t> controller;  // index into Record::controllers
         OptionalNumber<std::uint32_t> thread;      // index into Record::threads
+        std::optional<bool> isDone;                // whether it will make no other request
     };
 
     // ---- Where it comes from ----

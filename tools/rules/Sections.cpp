@@ -44,4 +44,20 @@ std::vector<Breach> sectionsThatDoNotNest(Record const& record) {
     return breaches;
 }
 
+std::vector<Breach> sectionsWithoutALook(Record const& record) {
+    std::vector<Breach> breaches;
+    std::vector<bool> looked(record.threads.size());  // each thread, just now
+    for (std::uint32_t index = 0; index < record.events.size(); ++index) {
+        Event const& event = record.events[index];
+        bool const isEnd = event.kind == Kind::TraceEnd;
+        if ((event.kind == Kind::TraceBegin || isEnd) && !looked[event.thread]) {
+            breaches.push_back(
+                {quoted(record, index) + (isEnd ? " ends" : " begins") + " without a look at the tags",
+                 {index}});
+        }
+        looked[event.thread] = event.kind == Kind::TraceTags;
+    }
+    return breaches;
+}
+
 }  // namespace zeqcam::tool

@@ -7,5 +7,6 @@
 namespace zeqcam::tool {
 
 std::vector<Breach> sectionsThatDoNotNest(Record const& record);
+std::vector<Breach> sectionsWithoutALook(Record const& record);
 
 }  // namespace zeqcam::tool

@@ -12,11 +12,11 @@ namespace {
 using board::Entry;
 using board::Kind;
 
-constexpr KindSet kOfASensor{Kind::SensorCreate,       Kind::SensorRelease,      Kind::SensorPowerOn,
-                             Kind::SensorPowerOnDone,  Kind::SensorPowerOff,     Kind::SensorPowerOffDone,
-                             Kind::SensorAfterPowerOn, Kind::Hal3AGet,           Kind::Hal3APowerOn,
-                             Kind::Hal3APowerOff,      Kind::Hal3ARelease,       Kind::PeripheralGet,
-                             Kind::PeripheralPowerOn,  Kind::PeripheralPowerOff, Kind::PeripheralRelease};
+constexpr KindSet kOfASensor{
+    Kind::SensorCreate,      Kind::SensorRelease,      Kind::SensorPowerOn,      Kind::SensorPowerOnDone,
+    Kind::SensorPowerOff,    Kind::SensorPowerOffDone, Kind::SensorAfterPowerOn, Kind::Hal3AGet,
+    Kind::Hal3APowerOn,      Kind::Hal3APowerOff,      Kind::Hal3ARelease,       Kind::PeripheralGet,
+    Kind::PeripheralPowerOn, Kind::PeripheralPowerOff, Kind::PeripheralRelease,  Kind::CallerFault};
 
 // Reads a journal from its begin to its end.
 class Reader {

@@ -230,9 +230,14 @@ std::vector<Step const*> addSteps(Record& record, std::vector<Played> const& ste
 
 void addStepsNotReached(Record& record, Scenario const& scenario, std::vector<Played> const& steps) {
     std::vector<std::size_t> reached(scenario.clients.size());  // the steps of each client
-    for (Played const& step : steps) ++reached[step.client];
+    std::vector<bool> isIdle(scenario.clients.size(), true);
+    for (Played const& step : steps) {
+        ++reached[step.client];
+        isIdle[step.client] = step.ended.has_value();
+    }
     for (std::uint32_t client = 0; client < reached.size(); ++client) {
         auto const& all = scenario.clients[client].steps;
+        record.clients[client].isDone = isIdle[client] && reached[client] == all.size();
         for (std::size_t step = reached[client]; step < all.size(); ++step)
             addNotReached(record, client, all[step]);
     }

@@ -3,6 +3,7 @@
 #include "analysis/Outcomes.h"
 #include "analysis/Pending.h"
 #include "analysis/SensorTimes.h"
+#include "rules/Verdict.h"
 #include "text/Printable.h"
 #include "text/TextWidth.h"
 #include "text/TimeText.h"
@@ -187,6 +188,19 @@ std::string failuresOf(Record const& record, Ink ink) {
     return text + '\n';
 }
 
+// "broken", or "warning" where the run does not fail for it.
+std::string brokenRulesText(Record const& record, Strictness const& strictness, Ink ink) {
+    std::string text;
+    for (BrokenRule const& broken : brokenRulesOf(record, strictness)) {
+        std::string const line = fmt::format("{} {}: {}: {}{}", broken.isWarning ? "warning:" : "broken rule",
+                                             broken.rule->name, timeText(broken.time - record.begin),
+                                             broken.client ? clientOf(record, *broken.client) + ": " : "",
+                                             printable(broken.breach.text));
+        text += (broken.isWarning ? line : ink.red(line)) + '\n';
+    }
+    return text;
+}
+
 }  // namespace
 
 void writeReport(Record const& record, Presentation const& presentation, std::ostream& out) {
@@ -196,7 +210,8 @@ void writeReport(Record const& record, Presentation const& presentation, std::os
         << requestsOf(record).text(ink) << '\n'
         << ink.bold("Sensors at the end") << '\n'
         << statesOf(record).text(ink) << '\n'
-        << failuresOf(record, ink) << expectationsOf(record, ink);
+        << failuresOf(record, ink) << brokenRulesText(record, presentation.strictness, ink)
+        << expectationsOf(record, ink);
 }
 
 void writePending(Record const& record, std::ostream& out) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "record/Record.h"
+#include "rules/Strictness.h"
 
 #include <cstdint>
 #include <ostream>
@@ -18,6 +19,7 @@ struct Presentation {
     int columns = 80;   // of the terminal
     bool colours = false;
     Glyphs glyphs = Glyphs::Ascii;
+    Strictness strictness;  // where the view tells what the rules say
 };
 
 // A way to show a record. It reads the record and nothing else, and writes to `out` alone; the same record
