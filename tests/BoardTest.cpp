@@ -114,6 +114,9 @@ TEST(Board, DrawsTheSameFaultsForASeedWhateverOtherSensorsDo) {
     std::vector<std::int32_t> expected(64, 1);
     expected[1] = expected[63] = 0;
     EXPECT_EQ(results(settings, false), expected);
+    settings.sensors[0].powerOnFails = {.every = 3};
+    for (std::size_t i = 0; i < expected.size(); ++i) expected[i] = (i + 1) % 3 == 0 ? 0 : 1;
+    EXPECT_EQ(results(settings, true), expected);
 }
 
 // When a task has run at the latest.

@@ -20,7 +20,7 @@ constinit thread_local bool tInBoard = false;
 
 Device::Device(Settings settings) : serial(nextSerial()) {
     std::lock_guard const hold(mChanging);
-    publish(std::make_unique<Version>(Version{std::move(settings), {}}));
+    publish(std::make_unique<Version>(Version{std::move(settings), {}, {}}));
 }
 
 Sensor const* Device::settingsOf(int sensor) const {
@@ -33,6 +33,12 @@ ImageSensor* Device::sensor(int id) const {
     auto const& sensors = present().sensors;
     auto const found = sensors.find(id);
     return found == sensors.end() ? nullptr : found->second.get();
+}
+
+std::shared_ptr<Rail> Device::rail(std::string const& supply) const {
+    auto const& rails = present().rails;
+    auto const found = rails.find(supply);
+    return found == rails.end() ? nullptr : found->second;
 }
 
 void Device::change(std::function<void(Settings&)> const& edit) {
@@ -62,12 +68,16 @@ void Device::publish(std::unique_ptr<Version> version) {
     for (auto const& [id, settings] : version->settings.sensors) {
         if (auto& sensor = version->sensors[id]; !sensor) sensor = std::make_shared<ImageSensor>();
     }
+    for (auto const& [name, settings] : version->settings.supplies) {
+        if (auto& rail = version->rails[name]; !rail) rail = std::make_shared<Rail>();
+    }
     mVersions.push_back(std::move(version));
     mPresent.store(mVersions.back().get(), std::memory_order_release);
 }
 
 void Device::wake() {
     for (auto const& [id, sensor] : present().sensors) sensor->wake();
+    for (auto const& [name, rail] : present().rails) rail->wake();
     std::lock_guard const hold(mQosLock);
     mQosGoesOn.notify_all();
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ImageSensor.h"
+#include "Rail.h"
 #include "TaskQueue.h"
 
 #include <zeqcam/ThreadSafety.h>
@@ -86,6 +87,8 @@ class Device : public std::enable_shared_from_this<Device> {
     [[nodiscard]] Sensor const* settingsOf(int sensor) const;
     // Null when the board never had such a sensor.
     [[nodiscard]] ImageSensor* sensor(int id) const;
+    // Null when the settings have no such supply.
+    [[nodiscard]] std::shared_ptr<Rail> rail(std::string const& supply) const;
     void change(std::function<void(Settings&)> const& edit);
 
     // Lets go whatever waits: sensors stop waiting, late tasks run, held tasks are destroyed.
@@ -122,6 +125,7 @@ class Device : public std::enable_shared_from_this<Device> {
     struct Version {
         Settings settings;
         std::map<int, std::shared_ptr<ImageSensor>> sensors;  // those of earlier versions too
+        std::map<std::string, std::shared_ptr<Rail>> rails;   // the same
     };
 
     [[nodiscard]] Version const& present() const { return *mPresent.load(std::memory_order_acquire); }

@@ -29,11 +29,20 @@ class ImageSensor {
     std::atomic<int> hal3aRequests = 0;
     std::atomic<int> peripheralRequests = 0;
 
+    // What its services were told so far.
+    std::atomic<int> hal3aPowerOns = 0;
+    std::atomic<int> hal3aPowerOffs = 0;
+    std::atomic<int> peripheralPowerOns = 0;
+    std::atomic<int> peripheralPowerOffs = 0;
+
     // Both take their time and answer whether the sensor obeyed. A call that no caller may make is a fault.
     bool powerOn(Device& device, int id);
     bool powerOff(Device& device, int id);
 
     [[nodiscard]] bool isPowered() const;
+
+    // For a service of the sensor, whose calls take their time side by side with the sensor's.
+    void wait(Device const& device, std::chrono::microseconds time);
 
     // Lets the calls that wait look at the settings again.
     void wake();
@@ -47,6 +56,8 @@ class ImageSensor {
     std::shared_ptr<zeq::hal3a::IPeripheralController> peripheral(Device& device, int id);
 
   private:
+    // Counts the power-on, and answers whether it will succeed. A fault of its caller is noted.
+    bool beginPowerOn(Device& device, int id, Sensor const& settings, int& nth);
     void hangWhile(Device const& device, int id, bool Sensor::*hangs) ZEQCAM_REQUIRES(mLock);
     void takeTime(Device const& device, std::chrono::microseconds time) ZEQCAM_REQUIRES(mLock);
 
@@ -54,6 +65,7 @@ class ImageSensor {
     std::condition_variable_any mWoken;
     bool mPowered ZEQCAM_GUARDED_BY(mLock) = false;
     int mPowerOns ZEQCAM_GUARDED_BY(mLock) = 0;
+    int mPowerOffs ZEQCAM_GUARDED_BY(mLock) = 0;
     int mPoweringOn ZEQCAM_GUARDED_BY(mLock) = 0;    // power-ons under way
     bool mAskedOn ZEQCAM_GUARDED_BY(mLock) = false;  // by the last power change, whatever became of it
     std::vector<std::unique_ptr<SensorHandle>> mHandles ZEQCAM_GUARDED_BY(mLock);

@@ -186,6 +186,7 @@ std::string_view nameOf(Kind kind) {
         NAME(PropertyGet);
         NAME(ExceptionReport);
         NAME(CallerFault);
+        NAME(SupplyGiven);
     }
 #undef NAME
     return "?";

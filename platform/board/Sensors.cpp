@@ -1,4 +1,5 @@
 #include "Device.h"
+#include "Draw.h"
 
 #include <zeqcam/platform/IHalSensor.h>
 
@@ -9,7 +10,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <new>
-#include <random>
 #include <span>
 
 namespace zeqcam::board {
@@ -18,19 +18,9 @@ namespace {
 // A handle is not handed out again before so many others of its sensor have been released after it.
 constexpr std::size_t kRetiredHandles = 64;
 
-// Drawn from the seed, the sensor and the number of the power-on alone: which power-ons fail does not depend
-// on how threads interleave.
-bool failsByChance(double probability, std::uint64_t seed, int id, int powerOns) {
-    if (probability <= 0.0) return false;
-    std::seed_seq mixed{static_cast<std::uint32_t>(seed), static_cast<std::uint32_t>(seed >> 32),
-                        static_cast<std::uint32_t>(id), static_cast<std::uint32_t>(powerOns)};
-    std::mt19937_64 random(mixed);
-    return static_cast<double>(random() >> 11) * 0x1p-53 < probability;
-}
-
 bool fails(PowerOnFault const& fault, std::uint64_t seed, int id, int powerOns) {
     return fault.always || std::count(fault.times.begin(), fault.times.end(), powerOns) > 0 ||
-           failsByChance(fault.probability, seed, id, powerOns);
+           (fault.every > 0 && powerOns % fault.every == 0) || happens(fault.probability, seed, id, powerOns);
 }
 
 }  // namespace
@@ -187,19 +177,27 @@ ImageSensor::~ImageSensor() = default;
 bool ImageSensor::powerOn(Device& device, int id) {
     Sensor const* const settings = device.settingsOf(id);
     if (!settings) return false;
+    int nth = 0;
+    bool const up = beginPowerOn(device, id, *settings, nth);
+    Rail::Place const place(device.rail(settings->supply), device, id, settings->supply);
+    std::lock_guard const hold(mLock);
+    takeTime(device, drawn(settings->powerOnTime, device.settings().seed, id, Kind::SensorPowerOn, nth));
+    if (settings->powerOnHangs) hangWhile(device, id, &Sensor::powerOnHangs);
+    --mPoweringOn;
+    if (up) mPowered = true;
+    return up;
+}
+
+bool ImageSensor::beginPowerOn(Device& device, int id, Sensor const& settings, int& nth) {
     std::lock_guard const hold(mLock);
     if (mAskedOn && (mPowered || mPoweringOn > 0)) {
         device.addFault("power-on of a sensor that is on", id);
     }
     mAskedOn = true;
     throwIfSet(device, id, Kind::SensorPowerOn);
-    bool const up = !fails(settings->powerOnFails, device.settings().seed, id, ++mPowerOns);
+    nth = ++mPowerOns;
     ++mPoweringOn;
-    takeTime(device, settings->powerOnTime);
-    if (settings->powerOnHangs) hangWhile(device, id, &Sensor::powerOnHangs);
-    --mPoweringOn;
-    if (up) mPowered = true;
-    return up;
+    return !fails(settings.powerOnFails, device.settings().seed, id, nth);
 }
 
 bool ImageSensor::powerOff(Device& device, int id) {
@@ -209,7 +207,8 @@ bool ImageSensor::powerOff(Device& device, int id) {
     if (!mAskedOn && !mPowered) device.addFault("power-off of a sensor that is off", id);
     mAskedOn = false;
     throwIfSet(device, id, Kind::SensorPowerOff);
-    takeTime(device, settings->powerOffTime);
+    takeTime(device,
+             drawn(settings->powerOffTime, device.settings().seed, id, Kind::SensorPowerOff, ++mPowerOffs));
     if (settings->powerOffHangs) hangWhile(device, id, &Sensor::powerOffHangs);
     if (!settings->powerOffFails) mPowered = false;
     return !settings->powerOffFails;
@@ -218,6 +217,12 @@ bool ImageSensor::powerOff(Device& device, int id) {
 bool ImageSensor::isPowered() const {
     std::lock_guard const hold(mLock);
     return mPowered;
+}
+
+void ImageSensor::wait(Device const& device, std::chrono::microseconds time) {
+    if (time.count() <= 0) return;
+    std::lock_guard const hold(mLock);
+    takeTime(device, time);
 }
 
 void ImageSensor::wake() {

@@ -1,4 +1,5 @@
 #include "Device.h"
+#include "Draw.h"
 
 #include <zeqcam/platform/Hal3A.h>
 
@@ -13,6 +14,8 @@ struct Hal3A {
     static constexpr auto kSettings = &Sensor::hal3a;
     static constexpr auto kAbsent = &Sensor::hal3aAbsent;
     static constexpr auto kRequests = &ImageSensor::hal3aRequests;
+    static constexpr auto kPowerOns = &ImageSensor::hal3aPowerOns;
+    static constexpr auto kPowerOffs = &ImageSensor::hal3aPowerOffs;
     static constexpr Kind kGet = Kind::Hal3AGet;
     static constexpr Kind kPowerOn = Kind::Hal3APowerOn;
     static constexpr Kind kPowerOff = Kind::Hal3APowerOff;
@@ -24,6 +27,8 @@ struct Peripheral {
     static constexpr auto kSettings = &Sensor::peripheral;
     static constexpr auto kAbsent = &Sensor::peripheralAbsent;
     static constexpr auto kRequests = &ImageSensor::peripheralRequests;
+    static constexpr auto kPowerOns = &ImageSensor::peripheralPowerOns;
+    static constexpr auto kPowerOffs = &ImageSensor::peripheralPowerOffs;
     static constexpr Kind kGet = Kind::PeripheralGet;
     static constexpr Kind kPowerOn = Kind::PeripheralPowerOn;
     static constexpr Kind kPowerOff = Kind::PeripheralPowerOff;
@@ -61,16 +66,25 @@ class SensorService final : public Traits::Interface {
     SensorService(SensorService const&) = delete;
     SensorService& operator=(SensorService const&) = delete;
 
-    std::int32_t notifyPowerOn() override { return answer(Traits::kPowerOn, &Service::onStatus); }
-    std::int32_t notifyPowerOff() override { return answer(Traits::kPowerOff, &Service::offStatus); }
+    std::int32_t notifyPowerOn() override {
+        return answer(Traits::kPowerOn, Traits::kPowerOns, &Service::onStatus, &Service::onTime);
+    }
+    std::int32_t notifyPowerOff() override {
+        return answer(Traits::kPowerOff, Traits::kPowerOffs, &Service::offStatus, &Service::offTime);
+    }
 
   private:
-    std::int32_t answer(Kind kind, std::int32_t Service::*status) {
+    std::int32_t answer(Kind kind, std::atomic<int> ImageSensor::*calls, std::int32_t Service::*status,
+                        TimeRange Service::*time) {
         InBoard const inside;
         std::optional<Service> const settings = settingsOf<Traits>(*mDevice, mSensor);
         std::int32_t const result = settings ? (*settings).*status : kServiceGone;
         noteCall(kind, result);
         throwIfSet(*mDevice, mSensor, kind);
+        if (ImageSensor* const sensor = settings ? mDevice->sensor(mSensor) : nullptr) {
+            int const nth = (sensor->*calls).fetch_add(1, std::memory_order_relaxed) + 1;
+            sensor->wait(*mDevice, drawn((*settings).*time, mDevice->settings().seed, mSensor, kind, nth));
+        }
         return result;
     }
 

@@ -39,6 +39,24 @@
 ///     client.join();
 namespace zeqcam::board {
 
+/// How long something takes: always the same, or each time anew from a range, both ends included. What is
+/// drawn follows from the board's seed, the sensor, the call and how many such calls it had before: a run
+/// with the same seed takes the same times, whichever thread comes first.
+struct TimeRange {
+    std::chrono::microseconds least{0};  ///< 0 or more
+    std::chrono::microseconds most{0};   ///< at least `least`, or that counts
+
+    TimeRange() = default;
+    /// Always `time`.
+    template <class Number, class Period>
+    constexpr TimeRange(std::chrono::duration<Number, Period> time) : least(time), most(time) {}
+    /// From `from` to `to`.
+    constexpr TimeRange(std::chrono::microseconds from, std::chrono::microseconds to)
+        : least(from), most(to) {}
+
+    friend bool operator==(TimeRange const&, TimeRange const&) = default;
+};
+
 /// Which power-ons of a sensor fail: by default none. Any of the members may make one fail. A power-on that
 /// fails takes its time all the same, answers 0 and leaves the sensor as it was.
 struct PowerOnFault {
@@ -47,6 +65,7 @@ struct PowerOnFault {
     /// 0 to 1. Drawn from the board's seed, the sensor and the number of its power-on alone: the same
     /// power-ons fail in every run, whichever thread comes first.
     double probability = 0.0;
+    int every = 0;  ///< of so many power-ons the last: with 3 the third, the sixth and so on; 0: none
 };
 
 /// A 3A control or a peripheral controller: the statuses that it answers. 0 is success. A sensor has one
@@ -54,22 +73,32 @@ struct PowerOnFault {
 struct Service {
     std::int32_t onStatus = 0;   ///< to a power-on
     std::int32_t offStatus = 0;  ///< to a power-off
+    TimeRange onTime;            ///< waited in the call of a power-on, after it was noted
+    TimeRange offTime;           ///< waited in the call of a power-off, after it was noted
+};
+
+/// What feeds sensors. One that comes up draws the most: of the sensors of one supply, at most so many are
+/// let come up at once, and the others wait in their power-on, in the order of their calls.
+struct Supply {
+    int atOnce = 1;  ///< at least 1; a sensor that hangs in its power-on counts
 };
 
 /// One image sensor. By default it answers at once, obeys and has both services.
 struct Sensor {
-    std::string name;                           ///< for people; the boundary knows a sensor by its id
-    std::chrono::microseconds powerOnTime{0};   ///< waited in the call, without spinning
-    std::chrono::microseconds powerOffTime{0};  ///< waited in the call, without spinning
-    PowerOnFault powerOnFails;                  ///< which power-ons come to nothing
-    bool powerOffFails = false;                 ///< answers failure and stays powered
-    bool powerOnHangs = false;                  ///< power-on does not return until this is changed to false
-    bool powerOffHangs = false;                 ///< power-off does not return until this is changed to false
-    bool hasHandle = true;                      ///< false: the sensor list makes no handle for it
-    std::optional<Service> hal3a = Service{};   ///< empty: the sensor has no 3A control
+    std::string name;                          ///< for people; the boundary knows a sensor by its id
+    TimeRange powerOnTime;                     ///< waited in the call, without spinning
+    TimeRange powerOffTime;                    ///< waited in the call, without spinning
+    PowerOnFault powerOnFails;                 ///< which power-ons come to nothing
+    bool powerOffFails = false;                ///< answers failure and stays powered
+    bool powerOnHangs = false;                 ///< power-on does not return until this is changed to false
+    bool powerOffHangs = false;                ///< power-off does not return until this is changed to false
+    bool hasHandle = true;                     ///< false: the sensor list makes no handle for it
+    std::optional<Service> hal3a = Service{};  ///< empty: the sensor has no 3A control
     std::optional<Service> peripheral = Service{};  ///< empty: the sensor has no peripheral controller
     std::vector<int> hal3aAbsent;       ///< the n-th requests for it, counted from 1, that find no 3A control
     std::vector<int> peripheralAbsent;  ///< the same of its peripheral controller
+    /// Its supply, by name. One that the settings lack, or none, lets all come up at once.
+    std::string supply;
     /// The calls that throw std::runtime_error when they have been noted, without any other effect. Any of
     /// SensorCreate, SensorPowerOn, SensorPowerOff, SensorAfterPowerOn, Hal3AGet, Hal3APowerOn,
     /// Hal3APowerOff, PeripheralGet, PeripheralPowerOn and PeripheralPowerOff; others are passed over.
@@ -132,18 +161,19 @@ struct LogControls {
 
 /// What a board is. The default is a board without sensors on which everything else is present.
 struct Settings {
-    std::map<int, Sensor> sensors;       ///< by sensor id
-    bool hasSensorList = true;           ///< false: the process has no sensor list
-    std::vector<int> sensorListAbsent;   ///< the n-th requests for it, counted from 1, that find none
-    bool hasPowerBudget = true;          ///< false: there is no power budget
-    std::vector<int> powerBudgetAbsent;  ///< the n-th requests for it that find none
-    Queue queue;                         ///< of all controllers
-    QosWrites qosWrites;                 ///< of the whole process, while the board stands
-    std::vector<int> affinityCpus;       ///< empty: all that the process may use
-    LogControls log;                     ///< of the whole process, while the board stands
-    std::uint64_t traceTags = 0x400;     ///< the tags that are traced: the camera's
+    std::map<int, Sensor> sensors;           ///< by sensor id
+    std::map<std::string, Supply> supplies;  ///< by name
+    bool hasSensorList = true;               ///< false: the process has no sensor list
+    std::vector<int> sensorListAbsent;       ///< the n-th requests for it, counted from 1, that find none
+    bool hasPowerBudget = true;              ///< false: there is no power budget
+    std::vector<int> powerBudgetAbsent;      ///< the n-th requests for it that find none
+    Queue queue;                             ///< of all controllers
+    QosWrites qosWrites;                     ///< of the whole process, while the board stands
+    std::vector<int> affinityCpus;           ///< empty: all that the process may use
+    LogControls log;                         ///< of the whole process, while the board stands
+    std::uint64_t traceTags = 0x400;         ///< the tags that are traced: the camera's
     std::map<std::string, std::int32_t> properties;  ///< the system properties that are set, by name
-    std::uint64_t seed = 1;                          ///< of the faults by chance
+    std::uint64_t seed = 1;                          ///< of the faults by chance, and of times
     /// Lines of the unified logger, the debug print and the Android log go here in logcat's threadtime
     /// format; null: nowhere but the journal. As with logd, a text is cut so that it takes 4,068 bytes with
     /// its tag, its level and the ends of both; each line of a text has a header of its own. The board writes
@@ -197,9 +227,9 @@ class ZEQCAM_BOARD_API Board {
     [[nodiscard]] Journal& journal();
 
     /// Changes the settings under way. Takes effect from the next call across the boundary; a hanging sensor
-    /// whose setting becomes false goes on. Queues that exist keep their number of threads. `edit` changes
-    /// nothing else of the board. Earlier settings are kept until the board goes: meant for a scenario's
-    /// steps, not for a tight loop.
+    /// whose setting becomes false goes on, and so do sensors that their supply lets come up now. Queues that
+    /// exist keep their number of threads. `edit` changes nothing else of the board. Earlier settings are
+    /// kept until the board goes: meant for a scenario's steps, not for a tight loop.
     void change(std::function<void(Settings&)> const& edit);
 
     /// Whether a sensor's last power-on or power-off that succeeded left it powered. False for a sensor that

@@ -79,6 +79,8 @@ enum class Kind : std::uint8_t {
                       ///< the message
 
     CallerFault,  ///< the call before it on this thread is a fault of the caller; text: which one
+
+    SupplyGiven,  ///< sensor: comes up from now on, for all that its supply has to say; text: that supply
 };
 
 /// The enumerator's name, such as "SensorPowerOn"; "?" when it is none.
