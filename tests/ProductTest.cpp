@@ -66,6 +66,10 @@ class ProductTest : public PowerTest {
         mController.reset();
         PowerTest::TearDown();
     }
+    // An id that is named twice in one request is powered off twice.
+    void expectPowerOffsOfSensorsThatAreOff() {
+        board().expectFaults(testing::Each("power-off of a sensor that is off: 0"));
+    }
     // Powers sensors 0 and 1 on, with these listeners of sensor 0.
     bool powerOnWith(std::vector<std::shared_ptr<NSCam::IPowerOnOffListener>> listeners) {
         journal().clear();
@@ -136,6 +140,7 @@ class ShortOfMemory final : public Listener {
 };
 
 TEST_F(ProductTest, AListenerThatThrowsKeepsNoSensorPowered) {
+    expectPowerOffsOfSensorsThatAreOff();
     for (std::vector<int> const& request : std::vector<std::vector<int>>{{0}, {0, 1}, {0, 0, 1}}) {
         bool isShort = false;
         auto const throwing = std::make_shared<ShortOfMemory>(isShort, mTold);
@@ -214,6 +219,7 @@ class Pumps final : public Listener {
 };
 
 TEST_F(ProductTest, ATaskThatRunsInsideAnotherOfItsSensorWaitsForNobody) {
+    expectPowerOffsOfSensorsThatAreOff();
     board().change([](board::Settings& settings) {
         settings.queue = {.runs = board::TaskRuns::Held, .handles = board::TaskHandles::NoHandle};
     });

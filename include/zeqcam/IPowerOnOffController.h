@@ -75,8 +75,9 @@ class ZEQCAM_API IPowerOnOffController {
     /// stays off; an id that the controller was not created for is passed over. Refusals of sensors and
     /// listeners are not looked at: every listed sensor counts as off afterwards. Nor does a listener that
     /// throws keep a sensor powered: the others are told, every listed sensor goes off, and then the first
-    /// exception is passed on. Where memory cannot be had the call may throw before it has begun; the sensors
-    /// are then as they were, and the same call may be made again.
+    /// exception is passed on. A sensor whose own power-off throws stays as it was. Where memory cannot be
+    /// had the call may throw before it has begun; the sensors are then as they were, and the same call may
+    /// be made again.
     virtual void powerOff(std::vector<int> sensorIds) = 0;
 
     /// One entry for each sensor that the controller was created for, with the id's 32 bits as its key: true

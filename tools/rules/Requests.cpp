@@ -142,7 +142,7 @@ std::vector<Breach> handlesThatOutliveAPowerOff(Record const& record) {
 
 std::vector<Breach> waitsThatEndUnderTheLock(Record const& record) {
     std::vector<Breach> breaches;
-    std::optional<std::uint32_t> held;  // by the power-on that began here, beyond doubt
+    OptionalNumber<std::uint32_t> held;  // by the power-on that began here, beyond doubt
     std::set<std::uint32_t>
         asking;  // threads whose power-on holds it once it works: nobody may release it yet
     std::map<std::uint32_t, std::uint32_t> waits;  // under it, by thread
@@ -165,7 +165,7 @@ std::vector<Breach> waitsThatEndUnderTheLock(Record const& record) {
                                    event.kind == Kind::SensorRelease ||
                                    (isSection && record.textOf(event.text) == kPowerOff);
         if (mayBeReleased) {
-            held.reset();
+            held = std::nullopt;
             waits.clear();
             asking.clear();
         }

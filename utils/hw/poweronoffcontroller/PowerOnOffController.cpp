@@ -291,12 +291,15 @@ bool notifyPowerOn(std::vector<int> const& sensorIds, Records const& records) {
 // Calls of which one that throws keeps none of the others from being made.
 class Attempts {
   public:
+    // False when it throws.
     template <class Call>
-    void make(Call const& call) noexcept {
+    bool make(Call const& call) noexcept {
         try {
             call();
+            return true;
         } catch (...) {
             if (!mFirstFailure) mFirstFailure = std::current_exception();
+            return false;
         }
     }
     [[nodiscard]] std::exception_ptr const& firstFailure() const { return mFirstFailure; }
@@ -343,7 +346,10 @@ class PowerOffTask {
         for (int left = mUnfinished.load(); left > 0; left = mUnfinished.load()) mUnfinished.wait(left);
     }
 
-    // Passes on what a listener threw first, after the wait.
+    // After the wait. False when the sensor's own power-off threw: nobody knows what became of it, so that it
+    // stays on record, and the next power-off tries again.
+    [[nodiscard]] bool isOff() const { return mIsOff; }
+    // Passes on what a listener or the sensor threw first, after the wait.
     void passOnFailure() const {
         if (mAttempts.firstFailure()) std::rethrow_exception(mAttempts.firstFailure());
     }
@@ -360,7 +366,7 @@ class PowerOffTask {
             });
         }
         unsigned int const index = keyOf(mSensorId);
-        mAttempts.make([&] { record->mHalSensor->powerOff(mCaller.c_str(), 1, &index); });
+        mIsOff = mAttempts.make([&] { record->mHalSensor->powerOff(mCaller.c_str(), 1, &index); });
     }
 
     std::string const& mCaller;
@@ -368,6 +374,7 @@ class PowerOffTask {
     Records const& mRecords;   // stand still while a claimed task runs
     std::string const mLabel;  // made before a task is posted: a task that runs needs no memory
     Attempts mAttempts;
+    bool mIsOff = true;
     std::atomic<int> mUnclaimed{0};
     std::atomic<int> mUnderWay{0};
     std::atomic<int> mUnfinished{0};
@@ -406,10 +413,10 @@ std::shared_future<void> post(std::shared_ptr<TaskQueue>& queue, std::shared_ptr
     }
 }
 
-void markOff(std::vector<int> const& sensorIds, States& states) {
-    for (int const sensorId : sensorIds) {
-        auto const entry = states.find(keyOf(sensorId));
-        if (entry != states.end()) entry->second = SensorPowerState::PowerOff;
+void markOff(PowerOffTasks const& tasks, States& states) {
+    for (auto const& task : tasks) {
+        auto const entry = states.find(keyOf(task->sensorId()));
+        if (task->isOff() && entry != states.end()) entry->second = SensorPowerState::PowerOff;
     }
 }
 
@@ -592,7 +599,9 @@ void PowerOnOffController::powerOff(std::vector<int> sensorIds) {
     }
     for (auto const& task : tasks) task->wait();
 
-    for (int const sensorId : sensorIds) mDataMap.erase(keyOf(sensorId));
+    for (auto const& task : tasks) {
+        if (task->isOff()) mDataMap.erase(keyOf(task->sensorId()));
+    }
     if (mDataMap.empty()) {
         logDebug("gSensorPowerOnLock unlock");
         gSensorPowerOnLock.release();
@@ -600,7 +609,7 @@ void PowerOnOffController::powerOff(std::vector<int> sensorIds) {
     logInfo("powerOff -");
     {
         std::lock_guard const state(mStateLock);
-        markOff(sensorIds, mStateMap);
+        markOff(tasks, mStateMap);
     }
     for (auto const& task : tasks) task->passOnFailure();
 }
