@@ -4,6 +4,7 @@
 #include "scenario/ScenarioKeys.h"
 #include "scenario/ScenarioReader.h"
 #include "views/Report.h"
+#include "views/StandingText.h"
 #include "views/TraceFile.h"
 
 #include <gmock/gmock.h>
@@ -506,6 +507,46 @@ TEST(Tool, TellsAndKeepsWhatARunThatIsCutOffWasIn) {
         expectNestedSlices(nlohmann::json::parse(trace.text()));
         EXPECT_THAT(picture.text(), HasSubstr("</svg>"));
     }
+}
+
+TEST(Standings, TellWhoWaitsForWhom) {
+    using std::chrono::steady_clock;
+    auto const controllerOf = [](Record& record, std::uint32_t client, std::uint32_t controller) {
+        record.clients.push_back({.name = record.texts.add(client == 0   ? "face unlock"
+                                                           : client == 1 ? "camera app"
+                                                                         : "lens test"),
+                                  .controller = controller});
+    };
+    Record record;
+    for (std::uint32_t const client : {0U, 1U, 2U}) controllerOf(record, client, client == 1 ? 1 : 0);
+    record.end = instantOf(steady_clock::time_point(520ms));
+    addJournal(
+        record,
+        journalOf(
+            {{.thread = 1, .kind = Kind::TraceTags},
+             {.thread = 1,
+              .kind = Kind::Request,
+              .text = "face unlock",
+              .detail = "power on",
+              .sensors = {2}},
+             {.thread = 1, .kind = Kind::SensorCreate, .sensor = 2, .number = 1},
+             {.thread = 4, .kind = Kind::SensorPowerOn, .sensor = 2},
+             {.thread = 2, .kind = Kind::Request, .text = "camera app", .detail = "power on", .sensors = {0}},
+             {.thread = 2, .kind = Kind::SensorCreate, .sensor = 0, .number = 1},
+             {.thread = 2, .kind = Kind::Reply, .number = 1, .text = "camera app"},
+             {.thread = 2, .kind = Kind::Request, .text = "camera app", .detail = "wait"},
+             {.thread = 3,
+              .kind = Kind::Request,
+              .text = "lens test",
+              .detail = "power off",
+              .sensors = {2}}}));
+    EXPECT_THAT(
+        standingLines(record, standingsOf(record)),
+        ElementsAre("face unlock is in sensor 2's power-on, for 517 ms",
+                    "camera app waits for the power-on lock, held since 1.00 ms by face unlock, which is "
+                    "in sensor 2's power-on, for 513 ms",
+                    "lens test waits for its controller, kept by the power on of face unlock, which is in "
+                    "sensor 2's power-on, for 512 ms"));
 }
 
 TEST(Tool, EndsWithOneWhereAFileCannotBeWritten) {

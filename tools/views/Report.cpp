@@ -9,6 +9,7 @@
 #include "text/TimeText.h"
 #include "views/FailureText.h"
 #include "views/RequestText.h"
+#include "views/StandingText.h"
 
 #include <fmt/format.h>
 
@@ -215,6 +216,8 @@ void writeReport(Record const& record, Presentation const& presentation, std::os
 }
 
 void writePending(Record const& record, std::ostream& out) {
+    for (std::string const& line : standingLines(record, standingsOf(record)))
+        out << "  " << printable(line) << '\n';
     for (auto const& [thread, in] : pendingIn(record, timelineOf(record))) {
         std::string_view separator = ": in ";
         out << "  " << printable(thread);
