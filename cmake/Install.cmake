@@ -47,7 +47,7 @@ foreach(library poweronoff board simulation)
     DESTINATION ${zeqcam_pkgconfig_dir} COMPONENT development)
 endforeach()
 
-install(FILES CHANGELOG.md docs/architecture.md docs/scenario.md docs/simulation.md
+install(FILES CHANGELOG.md docs/architecture.md docs/results.md docs/scenario.md docs/simulation.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 
 if(TARGET zeqcam-power)
@@ -62,6 +62,8 @@ if(TARGET zeqcam-power)
     DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT tool)
   install(FILES completions/zeqcam-power.fish
     DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT tool)
+  install(FILES schemas/results.schema.json
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/zeqcam-power/schemas COMPONENT tool)
   install(FILES examples/phone.toml
     DESTINATION ${CMAKE_INSTALL_DATADIR}/zeqcam-power/examples COMPONENT tool)
 endif()

@@ -568,10 +568,40 @@ TEST(Tool, PrintsNothingBesidesTheJson) {
         runScenario(stepsAre("{ power_on = [0] }, { status = { 0 = false } }"), "--json", "/dev/null");
     EXPECT_EQ(status, 1);
     auto const result = nlohmann::json::parse(output);
-    EXPECT_EQ(result.at("requests").at(0).at("result"), "true");
-    EXPECT_EQ(result.at("requests").at(1).at("unmet"), "main is on, expected off");
+    EXPECT_EQ(result.at("form"), 2);
+    EXPECT_EQ(result.at("verdict"), "failed");
+    EXPECT_EQ(result.at("requests").at(0).at("result"), true);
+    EXPECT_EQ(result.at("unmet").at(0).at("line"), 10);
+    EXPECT_EQ(result.at("unmet").at(0).at("reason"), "main is on, expected off");
+    EXPECT_EQ(result.at("broken_rules").at(0).at("rule"), "all-off");
+    EXPECT_EQ(result.at("broken_rules").at(0).at("warning"), true);
     EXPECT_EQ(result.at("sensors").at(0).at("powered"), true);
     EXPECT_EQ(result.at("sensors").at(0).at("controllers").at("photo"), true);
+}
+
+TEST(Results, AreAsTheirSchemaSays) {
+    if (std::system("python3 -c 'import jsonschema' 2>/dev/null") != 0)
+        GTEST_SKIP() << "needs python3-jsonschema";
+    std::string const fails =
+        withSensor("power_on_fails = 'always'\nhal3a = { on_status = -5 }",
+                   "{ power_on = [0] }, { status = { 0 = false } }, { power_off = [0] }");
+    struct Case {
+        std::string text;
+        std::string options;
+        std::string verdict;
+    };
+    for (auto const& [text, options, verdict] : std::vector<Case>{
+             {stepsAre("{ power_on = [0], expect = true }, { power_off = [0] }"), "", "passed"},
+             {fails, "--strict", "failed"},
+             {withSensor("power_on_hangs = true", "{ power_on = [0] }, { status = { 0 = true } }"),
+              "--timeout 0.3", "cut off"}}) {
+        TemporaryFile const result(".result.json",
+                                   runScenario(text, "--json " + options, "/dev/null").output);
+        EXPECT_EQ(nlohmann::json::parse(result.text()).at("verdict"), verdict);
+        auto const [status, said] = runCommand("python3 -W ignore -m jsonschema -i " + result.path +
+                                               " " ZEQCAM_RESULTS_SCHEMA " 2>&1");
+        EXPECT_EQ(status, 0) << said;
+    }
 }
 
 // The letters of the levels, or the messages, of the log lines.

@@ -1,7 +1,9 @@
 #include "views/ResultFile.h"
 
+#include "analysis/Outcomes.h"
 #include "analysis/Pending.h"
 #include "analysis/SensorTimes.h"
+#include "rules/Verdict.h"
 #include "views/RequestText.h"
 
 #include <nlohmann/json.hpp>
@@ -9,6 +11,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 #include <utility>
 #include <vector>
@@ -19,37 +22,104 @@ namespace {
 using nlohmann::ordered_json;
 using std::chrono::microseconds;
 
+// Of the results' form: grows when a program that reads them must change.
+constexpr int kForm = 2;
+
 double milliseconds(std::chrono::nanoseconds time) {
     return std::chrono::duration<double, std::milli>(time).count();
 }
 
-ordered_json requestsOf(Record const& record) {
-    std::vector<Expectation const*> expectations(record.requests.size());
-    for (Expectation const& each : record.expectations) {
-        if (each.request) expectations[*each.request] = &each;
+template <class Number>
+ordered_json orNull(OptionalNumber<Number> number) {
+    return number ? ordered_json(*number) : ordered_json();
+}
+
+ordered_json servicesOf(Record const& record, Outcome const& outcome) {
+    using board::Kind;
+    ordered_json services = ordered_json::array();
+    for (std::uint32_t const index : outcome.services) {
+        Event const& event = record.events[index];
+        bool const is3A = event.kind == Kind::Hal3APowerOn || event.kind == Kind::Hal3APowerOff;
+        bool const isOn = event.kind == Kind::Hal3APowerOn || event.kind == Kind::PeripheralPowerOn;
+        services.push_back({{"sensor", event.sensor ? ordered_json(*event.sensor) : ordered_json()},
+                            {"service", is3A ? "hal3a" : "peripheral"},
+                            {"call", isOn ? "power on" : "power off"},
+                            {"status", event.number.value_or(0)}});
     }
+    return services;
+}
+
+ordered_json reportsOf(Record const& record, Outcome const& outcome) {
+    ordered_json reports = ordered_json::array();
+    for (std::uint32_t const index : outcome.reports)
+        reports.push_back(record.textOf(record.events[index].shown));
+    return reports;
+}
+
+ordered_json requestsOf(Record const& record) {
     auto const times = sensorTimes(record);
+    auto const outcomes = outcomesOf(record);
     ordered_json requests = ordered_json::array();
     for (std::size_t i = 0; i < record.requests.size(); ++i) {
         Request const& request = record.requests[i];
         bool const called = times[i].calls > 0;
-        bool const unmet = expectations[i] && expectations[i]->state == Expectation::State::Unmet;
         auto const wall = request.ended.value_or(record.end) - request.began;
         requests.push_back(
-            {{"line", request.line ? ordered_json(*request.line) : ordered_json()},
+            {{"line", orNull(request.line)},
              {"client", record.textOf(record.clients[request.client].name)},
              {"request", record.textOf(request.name)},
              {"sensors", sensorsOf(request)},
              {"ended", request.ended.has_value()},
-             {"result", resultText(request)},
+             {"result", request.result ? ordered_json(*request.result) : ordered_json()},
+             {"failed_sensors", outcomes[i].failedSensors},
+             {"refusals", servicesOf(record, outcomes[i])},
+             {"exception_reports", reportsOf(record, outcomes[i])},
              {"began_ms", milliseconds(request.began - record.requests.front().began)},
              {"wall_ms", milliseconds(floor<microseconds>(wall))},
              {"slowest_ms", called ? ordered_json(milliseconds(times[i].slowest)) : ordered_json()},
-             {"in_turn_ms", called ? ordered_json(milliseconds(times[i].oneAfterAnother)) : ordered_json()},
-             {"expects", expectations[i] != nullptr},
-             {"unmet", unmet ? ordered_json(record.textOf(expectations[i]->unmet)) : ordered_json()}});
+             {"in_turn_ms", called ? ordered_json(milliseconds(times[i].oneAfterAnother)) : ordered_json()}});
     }
     return requests;
+}
+
+ordered_json unmetOf(Record const& record) {
+    ordered_json unmet = ordered_json::array();
+    for (Expectation const& each : record.expectations) {
+        if (each.state == Expectation::State::Held) continue;
+        unmet.push_back({{"line", each.line},
+                         {"client", record.textOf(record.clients[each.client].name)},
+                         {"request", nameOf(each.step)},
+                         {"reached", each.state != Expectation::State::NotReached},
+                         {"reason", record.textOf(each.unmet)}});
+    }
+    return unmet;
+}
+
+ordered_json brokenRulesIn(Record const& record, Strictness const& strictness) {
+    ordered_json all = ordered_json::array();
+    for (BrokenRule const& each : brokenRulesOf(record, strictness)) {
+        all.push_back({{"rule", each.rule->name},
+                       {"of", each.rule->of == Rule::Of::Sequence ? "sequence" : "clients"},
+                       {"warning", each.isWarning},
+                       {"line", orNull(each.line)},
+                       {"client", each.client ? ordered_json(record.textOf(record.clients[*each.client].name))
+                                              : ordered_json()},
+                       {"sensors", each.sensors},
+                       {"at_ms", milliseconds(each.time - record.begin)},
+                       {"reason", each.breach.text}});
+    }
+    return all;
+}
+
+ordered_json callerFaultsOf(Record const& record) {
+    ordered_json faults = ordered_json::array();
+    for (CallerFault const& each : record.callerFaults) {
+        faults.push_back(
+            {{"sensor", each.sensor ? ordered_json(*each.sensor) : ordered_json()},
+             {"at_ms", each.time ? ordered_json(milliseconds(*each.time - record.begin)) : ordered_json()},
+             {"fault", record.textOf(each.text)}});
+    }
+    return faults;
 }
 
 // What each controller that may drive the sensor counts it as; null: destroyed.
@@ -93,8 +163,18 @@ ordered_json pendingOf(Record const& record) {
 
 }  // namespace
 
-void writeResult(Record const& record, Presentation const&, std::ostream& out) {
-    ordered_json const result{{"file", record.files.front()},
+void writeResult(Record const& record, Presentation const& presentation, std::ostream& out) {
+    Strictness const& strictness = presentation.strictness;
+    ordered_json const result{{"form", kForm},
+                              {"file", record.files.front()},
+                              {"seed", record.seed ? ordered_json(*record.seed) : ordered_json()},
+                              {"verdict", nameOf(verdictOn(record, strictness))},
+                              {"cut_off", record.cutOff ? ordered_json(*record.cutOff) : ordered_json()},
+                              {"duration_ms", milliseconds(record.end - record.begin)},
+                              {"expectations", record.expectations.size()},
+                              {"unmet", unmetOf(record)},
+                              {"broken_rules", brokenRulesIn(record, strictness)},
+                              {"caller_faults", callerFaultsOf(record)},
                               {"requests", requestsOf(record)},
                               {"sensors", sensorsOf(record)},
                               {"pending", pendingOf(record)}};
