@@ -59,6 +59,22 @@ struct Journal::State {
         }
     }
 
+    // `use` is called for each entry that goes.
+    template <class Use>
+    void remove(Use const& use) {
+        std::uint64_t const end = gNextOrder.load(std::memory_order_acquire);
+        for (Shard& shard : shards) {
+            std::lock_guard const hold(shard.lock);
+            for (auto& block : shard.blocks) {
+                for (Entry& entry : block) {
+                    if (entry.order < end) use(entry);
+                }
+                std::erase_if(block, [end](Entry const& entry) { return entry.order < end; });
+            }
+            std::erase_if(shard.blocks, [](auto const& block) { return block.empty(); });
+        }
+    }
+
     template <class Reached>
     void wait(Reached const& reached) const {
         for (;;) {
@@ -111,15 +127,15 @@ std::vector<Entry> Journal::entries(Kind kind) const {
     return some;
 }
 
+std::vector<Entry> Journal::take() {
+    std::vector<Entry> taken;
+    mState->remove([&](Entry& entry) { taken.push_back(std::move(entry)); });
+    std::sort(taken.begin(), taken.end(), [](Entry const& a, Entry const& b) { return a.order < b.order; });
+    return taken;
+}
+
 void Journal::clear() {
-    std::uint64_t const end = gNextOrder.load(std::memory_order_acquire);
-    for (State::Shard& shard : mState->shards) {
-        std::lock_guard const hold(shard.lock);
-        for (auto& block : shard.blocks) {
-            std::erase_if(block, [end](Entry const& entry) { return entry.order < end; });
-        }
-        std::erase_if(shard.blocks, [](auto const& block) { return block.empty(); });
-    }
+    mState->remove([](Entry const&) {});
 }
 
 void Journal::waitUntil(std::function<bool(std::vector<Entry> const&)> const& enough) const {

@@ -186,7 +186,7 @@ bool tell(Record const& record, Options& options) {
 
 int play(Scenario const& scenario, Options& options, LogOutput& log) {
     Watch watch;
-    auto run = std::make_unique<Run>(scenario, [&watch] { watch.allDone(); });
+    auto run = std::make_unique<Run>(scenario, Run::Drains::Meanwhile, [&watch] { watch.allDone(); });
     auto const cut = cutOff(
         watch.wait(options.timeoutSeconds ? Watch::Limit(*options.timeoutSeconds) : Watch::Limit()), options);
     auto const record = [&] {

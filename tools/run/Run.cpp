@@ -1,7 +1,7 @@
 #include "run/Run.h"
 
 #include "run/Expectations.h"
-#include "run/JournalRecord.h"
+#include "run/JournalDrain.h"
 
 #include <zeqcam/IPowerOnOffController.h>
 #include <zeqcam/ThreadSafety.h>
@@ -292,6 +292,9 @@ struct Run::State {
 
     Scenario const& scenario;
     board::Board board;
+    Record taken;
+    JournalReader reader{taken};
+    std::optional<JournalDrain> drain;
     std::map<std::string, std::weak_ptr<NSCam::IPowerOnOffController>> controllers;  // by name
     // A client's hold stays until the end of the run unless a step lets go of it: what the sensors are left
     // in is a result. Each belongs to its client's thread.
@@ -304,8 +307,9 @@ struct Run::State {
     std::vector<std::future<void>> players;
 };
 
-Run::Run(Scenario const& scenario, std::function<void()> const& allDone)
+Run::Run(Scenario const& scenario, Drains drains, std::function<void()> const& allDone)
     : mState(std::make_unique<State>(scenario, allDone)) {
+    if (drains == Drains::Meanwhile) mState->drain.emplace(mState->board.journal(), mState->reader);
     mState->createControllers();
     mState->startClients();
 }
@@ -325,22 +329,27 @@ void Run::join() {
 }
 
 Record Run::record(Clock::time_point end) {
-    Record record;
+    Record& record = mState->taken;
+    if (mState->drain) {
+        mState->drain->stop();
+    } else {
+        mState->reader.read(mState->board.journal().take());
+    }
     record.end = instantOf(end);
     record.process = getpid();
+    record.toWallClock =
+        std::chrono::system_clock::now().time_since_epoch() - Clock::now().time_since_epoch();
     record.seed = mState->scenario.settings.seed;
     std::vector<Played> steps = mState->steps.all();
     cutAt(end, steps);
     addClients(record, mState->scenario);
     auto const begun = addSteps(record, steps);
-    std::vector<board::Entry> journal = mState->board.journal().entries();
-    std::erase_if(journal, [&](board::Entry const& entry) { return entry.time > end; });
-    addJournal(record, journal);
+    mState->reader.finish(record.end);
     mState->addStates(record);
     addCallerFaults(record, mState->board.callerFaults());
     addExpectations(record, begun);
     addStepsNotReached(record, mState->scenario, steps);
-    return record;
+    return std::move(record);
 }
 
 }  // namespace zeqcam::tool

@@ -4,6 +4,7 @@
 #include "scenario/Scenario.h"
 
 #include <chrono>
+#include <cstdint>
 #include <functional>
 #include <memory>
 
@@ -13,9 +14,13 @@ namespace zeqcam::tool {
 // where log lines and trace sections go.
 class Run {
   public:
+    // When the journal becomes the record: meanwhile, on a thread that looks again and again, so that a long
+    // run stays small; or when the record is taken, so that no such thread counts into the run.
+    enum class Drains : std::uint8_t { Meanwhile, AtTheEnd };
+
     // Starts the clients. `allDone` is called when the last is done, on its thread. Throws what the standard
     // library throws; `scenario` outlives the run.
-    Run(Scenario const& scenario, std::function<void()> const& allDone);
+    Run(Scenario const& scenario, Drains drains, std::function<void()> const& allDone);
     // Waits for the clients, which a scenario may keep for ever; then lets go of the controllers.
     ~Run();
     Run(Run const&) = delete;
@@ -24,8 +29,8 @@ class Run {
     // Waits for the clients. Throws what one of them threw.
     void join();
 
-    // What had come of it by a time, now or earlier. A controller that a client lets go of later stays until
-    // the run goes.
+    // What had come of it by a time, now or earlier; once. A controller that a client lets go of later stays
+    // until the run goes.
     [[nodiscard]] Record record(std::chrono::steady_clock::time_point end = std::chrono::steady_clock::now());
 
   private:

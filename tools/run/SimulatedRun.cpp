@@ -68,7 +68,7 @@ struct Shared {
 
 void playUntil(Scenario const& scenario, std::optional<std::chrono::nanoseconds> limit, Shared& shared) {
     shared.began = Clock::now();
-    shared.run = std::make_unique<Run>(scenario, [&shared] { shared.allDone.tell(); });
+    shared.run = std::make_unique<Run>(scenario, Run::Drains::AtTheEnd, [&shared] { shared.allDone.tell(); });
     bool const ended = shared.allDone.wait(limit ? std::optional(shared.began + *limit) : std::nullopt);
     if (ended) shared.run->join();
     shared.record = shared.run->record();
@@ -101,6 +101,7 @@ SimulatedRun simulate(Scenario const& scenario, Order const& order,
         run.record = shared->run->record(shared->began + run.result.time);
     }
     run.record.clock = ClockKind::Virtual;
+    run.record.toWallClock.reset();
     hideAddresses(run.record);
     if (run.leavesThreads()) {
         if (!run.record.cutOff) run.record.cutOff = whyCutOff(run.result.ending);

@@ -128,6 +128,10 @@ class ZEQCAM_BOARD_API Journal {
     /// The same, of one kind only.
     [[nodiscard]] std::vector<Entry> entries(Kind kind) const;
 
+    /// The same as `entries()`, which leave the journal with it: one that is being added meanwhile comes with
+    /// this call or with the next. Calls one after another so give every entry once, in order.
+    [[nodiscard]] std::vector<Entry> take();
+
     /// Forgets what stands in it.
     void clear();
 
