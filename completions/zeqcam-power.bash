@@ -6,14 +6,15 @@ _zeqcam_power() {
   done
   compopt -o filenames 2>/dev/null
   case $command:$before in
-    run:--seed | run:--timeout | run:--schedule | explore:--preemptions | explore:--schedules | explore:--seconds) COMPREPLY=() ;;
+    run:--seed | run:--timeout | run:--schedule | run:--client | run:--sensor | run:--from | run:--to | run:--width | explore:--preemptions | explore:--schedules | explore:--seconds) COMPREPLY=() ;;
     run:--allow)
       mapfile -t COMPREPLY < <(compgen -W "$(zeqcam-power rules | sed -n 's/^  \([a-z]\)/\1/p')" -- "$word")
       ;;
     run:--trace | run:--svg) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
     *)
       local words='run explore check rules --help --version'
-      [ "$command" = run ] && words='--trace --svg --ftrace --json --verbose --quiet --seed --timeout --simulate --schedule --allow --strict --help'
+      [ "$command" = run ] && words='--trace --svg --ftrace --json --verbose --quiet --seed --timeout --simulate --schedule --allow --strict --client --sensor --from
+        --to --width --full --help'
       [ "$command" = explore ] && words='--preemptions --schedules --seconds --help'
       [[ $command == check || $command == rules ]] && words='--help'
       if [[ -z $command || $word == -* ]]; then

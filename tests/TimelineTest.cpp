@@ -1,9 +1,11 @@
+#include "analysis/Selection.h"
 #include "analysis/SensorLanes.h"
 #include "analysis/SensorNames.h"
 #include "analysis/Timeline.h"
 #include "commands/Terminal.h"
 #include "run/JournalRecord.h"
 #include "text/TextWidth.h"
+#include "views/Report.h"
 #include "views/SvgTimeline.h"
 #include "views/TerminalTimeline.h"
 
@@ -12,6 +14,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -317,6 +320,54 @@ TEST(TerminalTimeline, IsNeverWiderThanItsColumnsAndMarksAFailureWithoutColours)
     EXPECT_EQ(shown(writeTerminalTimeline, recordOf({}), {}), "");
 }
 
+TEST(Report, FoldsTablesIntoItsColumnsAndLosesNoNumber) {
+    Record record = recordOf(aRun());
+    record.files = {"phone.toml"};
+    for (int columns : {30, 45, 60, 80}) {
+        std::string const text = shown(writeReport, record, {.columns = columns});
+        std::istringstream lines(text);
+        for (std::string line; std::getline(lines, line);) {
+            bool const ofATable = line.starts_with(' ') || line.starts_with('!');
+            ASSERT_LE(columnsOf(line), ofATable ? columns : 80) << line;
+        }
+        EXPECT_THAT(text, testing::AllOf(HasSubstr(" 33.0"), HasSubstr(" 12.0"), HasSubstr("WALL")));
+    }
+}
+
+TEST(Selection, KeepsWhatIsChosenAndWhatRequestsBringTogetherWithIt) {
+    std::vector<Happened> happened = aRun();
+    for (auto const& [ms, kind] : {std::pair{0, Kind::Request}, {99, Kind::Reply}})
+        happened.push_back({ms, 9, kind, "other", 0, 1, "power on", {7}});
+    std::stable_sort(happened.begin(), happened.end(),
+                     [](Happened const& a, Happened const& b) { return a.ms < b.ms; });
+    Record const record = recordOf(happened);
+    struct Case {
+        Selection selection;
+        std::string shown;
+    };
+    for (auto const& [selection, expected] : std::vector<Case>{
+             {{.clients = {"other"}}, "other@0 "},
+             {{.sensors = {0}}, "app@0 app@40 app@60 sensor 0 worker@2 powerOnOffCtrl@41 +0"},
+             {{.clients = {"app"}, .sensors = {3}},
+              "app@0 app@40 app@60 sensor 3 worker@2 sensor 3 worker@61 +3"},
+             {{.from = 35ms, .to = 55ms, .clients = {"app"}}, "app@40 powerOnOffCtrl@41 +0 +3"},
+         }) {
+        Timeline const timeline = timelineOf(record, selection);
+        std::string text;
+        for (Row const& row : timeline.rows) {
+            for (Section const& section : row.sections)
+                text += row.name + '@' + std::to_string((section.begin - kBegin) / 1ms) + ' ';
+        }
+        for (SensorLane const& lane : sensorLanesOf(record, selection))
+            text += '+' + std::to_string(lane.sensor) + ' ';
+        EXPECT_EQ(text.substr(0, expected.size()), expected);
+        EXPECT_LE(text.size(), expected.size() + 1) << text;
+    }
+    EXPECT_THAT(
+        shown(writeTerminalTimeline, record, {.columns = 70, .selection = {.from = 35ms, .to = 55ms}}),
+        testing::AllOf(HasSubstr(" 40 ms"), Not(HasSubstr(" 0 ms")), Not(HasSubstr("60 ms"))));
+}
+
 TEST(TerminalTimeline, ShowsAllOfManyShortRequestsAsMarks) {
     std::vector<Happened> happened;
     for (int i = 0; i < 1000; ++i) {
@@ -374,6 +425,30 @@ TEST(SvgTimeline, IsXmlThatHoldsEveryNameAndMarksFailures) {
                     HasSubstr("sensor 3 on\nstart 3.00 ms, took 17.0 ms, failed"));
     }
     std::remove(file.c_str());
+}
+
+TEST(SvgTimeline, StaysWithinItsBoundsAndTellsWhatItLeavesOut) {
+    std::vector<Happened> happened;
+    for (int i = 0; i < 400; ++i) {
+        int const thread = 2 * i;
+        std::string const client = "client " + std::to_string(i);
+        happened.push_back({0, thread, Kind::Request, client, 0, 0, "power on", {i}});
+        happened.push_back({1, thread + 1, Kind::TraceBegin, "powerOnSensor: " + std::to_string(i)});
+        for (int call = 0; call < 50; ++call) {
+            happened.push_back({2, thread + 1, Kind::SensorPowerOn, "", i});
+            happened.push_back({2, thread + 1, Kind::SensorPowerOnDone, "", i, i != 350});
+        }
+    }
+    Record const record = recordOf(happened, 10s);
+    std::string const text = shown(writeSvg, record, {});
+    EXPECT_LE(text.size(), 2'000'000U);
+    EXPECT_LE(std::stod(text.substr(text.find("height=\"") + 8)), 4000);
+    EXPECT_THAT(text, HasSubstr("No room for "));
+    EXPECT_THAT(text, HasSubstr(">sensor 350 worker<")) << "the row that fails goes last";
+    std::string const full = shown(writeSvg, record, {.full = true});
+    EXPECT_THAT(full, Not(HasSubstr("No room for ")));
+    EXPECT_THAT(full,
+                testing::AllOf(HasSubstr(">sensor 399 worker<"), HasSubstr("<title>50 sections, 50 failed")));
 }
 
 }  // namespace

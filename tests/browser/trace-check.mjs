@@ -1,5 +1,6 @@
 // Opens a trace in speedscope, in headless Chromium, and checks that the viewer finds what the file holds: the threads
-// that have slices, by name, and in each of them its slices, without a word about any that do not nest.
+// that have slices, by name, and in each of them its slices, without a word about any that do not nest. Holds the file
+// to what viewers ask of arrows: each has both ends, and each end lies in a slice of its thread.
 //
 //     node trace-check.mjs TRACE.json [PICTURE.png]
 //
@@ -28,6 +29,25 @@ function slicesOf({ traceEvents }) {
     threads.set(thread, slices.add(args ? `${name} ${JSON.stringify(args)}` : name));
   }
   return threads;
+}
+
+// What is wrong with the arrows.
+function brokenArrows({ traceEvents }) {
+  const slices = new Map();
+  const open = new Map();
+  for (const { ph, tid, ts } of traceEvents) {
+    if (ph === 'B') open.set(tid, [...(open.get(tid) ?? []), ts]);
+    if (ph === 'E') slices.set(tid, [...(slices.get(tid) ?? []), [open.get(tid).pop(), ts]]);
+  }
+  const ends = new Map();
+  const broken = [];
+  for (const { ph, id, tid, ts } of traceEvents) {
+    if (ph !== 's' && ph !== 'f') continue;
+    ends.set(id, (ends.get(id) ?? '') + ph);
+    if (!(slices.get(tid) ?? []).some(([begin, end]) => begin <= ts && ts <= end)) broken.push(`arrow ${id}: outside`);
+  }
+  for (const [id, each] of ends) if (each !== 'sf') broken.push(`arrow ${id}: has the ends ${each}`);
+  return { arrows: ends.size, broken };
 }
 
 const viewer = join(dirname(createRequire(import.meta.url).resolve('speedscope/package.json')), 'dist/release');
@@ -86,7 +106,10 @@ try {
     count += found.length;
     await page.keyboard.press('n');
   }
-  console.log(`${trace}: ${threads.length} threads, ${count} different slices`);
+  const { arrows, broken } = brokenArrows(JSON.parse(text));
+  faults.push(...broken);
+  if (arrows === 0) faults.push('no arrow leads from a request to its work');
+  console.log(`${trace}: ${threads.length} threads, ${count} different slices, ${arrows} arrows`);
 } finally {
   await browser.close();
   server.close();

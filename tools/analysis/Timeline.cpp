@@ -65,6 +65,7 @@ struct Opening {
     SectionKind kind;
     std::string label;
     std::array<std::string, 2> briefs{};
+    std::optional<int> sensor{};
 };
 
 Opening requestOpening(Record const& record, Event const& event) {
@@ -87,12 +88,12 @@ Opening requestOpening(Record const& record, Event const& event) {
 
 Opening callOpening(Record const& record, Event const& event, char const* change) {
     std::string const sensor = event.sensor ? sensorTitle(record, *event.sensor) : "sensor ?";
-    return {SectionKind::SensorCall, sensor + ' ' + change, {change}};
+    return {SectionKind::SensorCall, sensor + ' ' + change, {change}, event.sensor};
 }
 
 Opening sectionOpening(Record const& record, Event const& event) {
     auto const [label, sensor, powersOn] = sensorLabel(record, record.textOf(event.text));
-    Opening opening{SectionKind::Trace, label};
+    Opening opening{SectionKind::Trace, label, {}, sensor};
     if (sensor) opening.briefs = {sensorWord(record, *sensor), std::to_string(*sensor)};
     return opening;
 }
@@ -175,7 +176,7 @@ std::string_view markText(Record const& record, Event const& event) {
 class Reader {
   public:
     explicit Reader(Record const& record) : mRecord(record), mThreads(record.threads.size()) {
-        mTimeline.begin = mTimeline.end = record.begin;
+        mTimeline.zero = mTimeline.begin = mTimeline.end = record.begin;
         mTimeline.powered.push_back({record.begin, 0});
     }
 
@@ -247,6 +248,9 @@ class Reader {
         for (std::size_t i = 0; i < opening.briefs.size(); ++i)
             section.briefLabels[i] = mTimeline.texts.add(opening.briefs[i]);
         section.begin = event.time;
+        section.sensor = opening.sensor;
+        section.thread = event.thread;
+        if (event.kind == Kind::Request) section.request = event.request;
         thread.open.push_back({event.kind, std::move(section)});
     }
 
@@ -301,8 +305,8 @@ class Reader {
         thread.lastLine = mTimeline.marks.size();
         thread.lastLog = isLine ? std::optional(event.kind) : std::nullopt;
         if (!thread.row) thread.marks.push_back(thread.lastLine);
-        mTimeline.marks.push_back(
-            {event.time, thread.row.value_or(0), level, mTimeline.texts.add(markText(mRecord, event))});
+        mTimeline.marks.push_back({event.time, thread.row.value_or(0), level,
+                                   mTimeline.texts.add(markText(mRecord, event)), event.thread});
     }
 
     // A log statement reaches up to two logs, one after the other; the debug print adds where it stands.
@@ -371,6 +375,10 @@ class Reader {
             int const number = ++alike[name];
             place[row] = static_cast<std::uint32_t>(rows.size());
             rows.push_back(std::move(mTimeline.rows[row]));
+            Role const& role = mRows[row].role;
+            if (role.is == Role::Is::Worker) rows.back().sensor = static_cast<int>(role.order);
+            if (role.is == Role::Is::Client && role.order < std::ssize(mRecord.clients))
+                rows.back().client = static_cast<std::uint32_t>(role.order);
             rows.back().name = number == 1 ? name : name + " (" + std::to_string(number) + ')';
         }
         for (Mark& mark : mTimeline.marks) mark.row = place[mark.row];

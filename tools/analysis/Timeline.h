@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -16,8 +17,11 @@ enum class SectionKind : std::uint8_t { Request, Wait, Trace, SensorCall };
 // A part of a thread's time, with the parts that it holds.
 struct Section {
     SectionKind kind = SectionKind::Trace;
-    bool open = false;    // it had not ended at the end of the record
-    bool failed = false;  // a sensor that did not come up, a request that was refused
+    bool open = false;                      // it had not ended at the end of the record
+    bool failed = false;                    // a sensor that did not come up, a request that was refused
+    std::uint32_t thread = 0;               // index into Record::threads
+    OptionalNumber<std::uint32_t> request;  // of a request or a wait: index into Record::requests
+    std::optional<int> sensor;              // of a call on one, and of what the library traces of one
     TextId label = TextId::Empty;
     // What still tells it apart where the label does not fit, the longer first; Empty: none. "power off main
     // wide" has "off main wide" and "off 0 2".
@@ -34,6 +38,8 @@ struct Row {
     std::string name;
     std::vector<std::uint32_t> threads;  // indices into Record::threads
     std::vector<Section> sections;
+    OptionalNumber<std::uint32_t> client;  // whose thread it is: index into Record::clients
+    std::optional<int> sensor;             // whose workers they are
 };
 
 enum class Level : std::uint8_t { Error, Warning, Info, Debug, Profile };
@@ -47,6 +53,7 @@ struct Mark {
     std::uint32_t row = 0;
     Level level = Level::Info;
     TextId text = TextId::Empty;
+    std::uint32_t thread = 0;  // index into Record::threads
 };
 
 // How many sensors were powered from a time on.
@@ -58,6 +65,7 @@ struct PoweredCount {
 // What each thread of a record did, when: what the drawn views are drawn from. It stands on its own; the
 // record may go.
 struct Timeline {
+    Instant zero;  // from which its times are told
     Instant begin;
     Instant end;
     std::vector<Row> rows;

@@ -32,6 +32,7 @@
 #include <optional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace zeqcam::tool {
 namespace {
@@ -59,6 +60,13 @@ struct Options {
     bool simulate = false;
     std::optional<std::string> schedule;
     Strictness strictness;
+    std::optional<int> width;
+    std::optional<double> fromMs;
+    std::optional<double> toMs;
+    std::vector<std::string> clients;
+    std::vector<std::string> sensors;
+    bool full = false;
+    Selection selection;  // as these say of the scenario
 };
 
 // Unlike a comparison with both ends, not a number is wrong here.
@@ -81,6 +89,49 @@ CLI::Validator ruleCheck() {
                 return isKnown ? std::string() : "no rule is named " + text + "; see zeqcam-power rules";
             },
             ""};
+}
+
+void addViewOptions(CLI::App& app, Options& options) {
+    constexpr double kMostMs = 1e9;
+    constexpr int kMostColumns = 10'000;
+    auto const number = [&app](char const* name, auto& value, char const* help, auto most) {
+        app.add_option(name, value, help)->check(CLI::Range(decltype(most){}, most).description(""));
+    };
+    app.add_option("--client", options.clients, "Show this client and its sensors only; may be repeated.")
+        ->type_name("NAME")
+        ->allow_extra_args(false);
+    app.add_option("--sensor", options.sensors, "Show this sensor and its clients only; may be repeated.")
+        ->type_name("NAME")
+        ->allow_extra_args(false);
+    number("--from", options.fromMs, "Show what happened from this time on, in milliseconds.", kMostMs);
+    number("--to", options.toMs, "Show what happened until this time, in milliseconds.", kMostMs);
+    number("--width", options.width, "The columns of the output, instead of the terminal's.", kMostColumns);
+    app.add_flag("--full", options.full,
+                 "Let the picture be taller than 4000 pixels and larger than 2 MB, with all of its rows.");
+}
+
+// Throws CannotOpen, which a wrong command line is told by.
+Selection selectionOf(Options const& options, Scenario const& scenario) {
+    auto const time = [](std::optional<double> ms) {
+        return ms ? std::optional(std::chrono::nanoseconds(std::llround(*ms * 1e6))) : std::nullopt;
+    };
+    Selection selection{time(options.fromMs), time(options.toMs), options.clients, {}};
+    if (selection.from && selection.to && *selection.from >= *selection.to)
+        throw CannotOpen("--to: must be later than --from");
+    for (std::string const& name : options.clients) {
+        bool const known = std::any_of(scenario.clients.begin(), scenario.clients.end(),
+                                       [&](Client const& client) { return client.name == name; });
+        if (!known) throw CannotOpen("--client: the scenario has no client " + name);
+    }
+    auto const& all = scenario.settings.sensors;
+    for (std::string const& name : options.sensors) {
+        auto const found = std::find_if(all.begin(), all.end(), [&](auto const& each) {
+            return each.second.name == name || std::to_string(each.first) == name;
+        });
+        if (found == all.end()) throw CannotOpen("--sensor: the scenario has no sensor " + name);
+        selection.sensors.push_back(found->first);
+    }
+    return selection;
 }
 
 void addOptions(CLI::App& app, Options& options) {
@@ -113,6 +164,7 @@ void addOptions(CLI::App& app, Options& options) {
         ->check(ruleCheck());
     app.add_flag("--strict", options.strictness.clientsToo,
                  "Fail for a broken rule of the clients too, which else is a warning.");
+    addViewOptions(app, options);
     auto* const verbose = app.add_flag(
         "-v,--verbose", [&options](std::int64_t) { options.detailsLevel = kAll; },
         "Log debug lines too, whatever the file says.");
@@ -157,7 +209,10 @@ std::ostream& textOutput(Options const& options) {
 // Tells what a run came to in every form that was asked for. False when not all of it could be told.
 bool tell(Record const& record, Options& options) {
     std::ostream& text = textOutput(options);
-    Presentation presentation = presentationOn(&text == &std::cout ? STDOUT_FILENO : STDERR_FILENO);
+    Presentation presentation =
+        presentationOn(&text == &std::cout ? STDOUT_FILENO : STDERR_FILENO, options.width);
+    presentation.selection = options.selection;
+    presentation.full = options.full;
     presentation.strictness = options.strictness;
     presentation.title = std::filesystem::path(options.file).filename();
     if (options.json) {
@@ -232,6 +287,7 @@ int run(Options& options) try {
         complain(faultText(faults.front(), options.file));
         return kWrongInput;
     }
+    options.selection = selectionOf(options, scenario);
     options.outputs.open(options.file, options.json);
     std::optional<Descriptor> traceMarker;
     if (options.kernelTrace) traceMarker.emplace(openTraceMarker());

@@ -3,6 +3,7 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <charconv>
 #include <cstdlib>
 #include <string_view>
 
@@ -20,6 +21,14 @@ bool wantsColours(int descriptor) {
 
 int columnsOn(int descriptor) {
     constexpr int kColumns = 80;  // of text that goes elsewhere
+    constexpr int kMost = 10'000;
+    // NOLINTNEXTLINE(concurrency-mt-unsafe): nothing changes the environment
+    char const* const variable = std::getenv("COLUMNS");
+    std::string_view const text = variable != nullptr ? variable : "";
+    int columns = 0;
+    auto const [rest, error] = std::from_chars(text.data(), text.data() + text.size(), columns);
+    bool const isNumber = error == std::errc() && rest == text.data() + text.size();
+    if (isNumber && columns > 0 && columns <= kMost) return columns;
     winsize size{};
     bool const known = ioctl(descriptor, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
     return known ? size.ws_col : kColumns;
@@ -41,9 +50,10 @@ Glyphs glyphsOfLocale() {
     return Glyphs::Ascii;
 }
 
-Presentation presentationOn(int descriptor) {
-    return {
-        .columns = columnsOn(descriptor), .colours = wantsColours(descriptor), .glyphs = glyphsOfLocale()};
+Presentation presentationOn(int descriptor, std::optional<int> width) {
+    return {.columns = width.value_or(columnsOn(descriptor)),
+            .colours = wantsColours(descriptor),
+            .glyphs = glyphsOfLocale()};
 }
 
 }  // namespace zeqcam::tool

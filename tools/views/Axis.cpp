@@ -26,10 +26,11 @@ nanoseconds tickStep(nanoseconds span, int most) {
 std::vector<Tick> ticksOf(Timeline const& timeline, int most) {
     nanoseconds const span = timeline.end - timeline.begin;
     nanoseconds const step = tickStep(span, most);
-    TimeUnit const unit = unitOf(span);
+    TimeUnit const unit = unitOf(timeline.end - timeline.zero);
     std::vector<Tick> ticks;
-    for (nanoseconds at{0}; at <= span; at += step) {
-        ticks.push_back({timeline.begin + at, fmt::format("{:.9g} {}", countOf(at, unit), unit.name)});
+    nanoseconds const begin = timeline.begin - timeline.zero;
+    for (nanoseconds at = (begin + step - nanoseconds(1)) / step * step; at <= begin + span; at += step) {
+        ticks.push_back({timeline.zero + at, fmt::format("{:.9g} {}", countOf(at, unit), unit.name)});
     }
     return ticks;
 }

@@ -9,10 +9,11 @@ namespace zeqcam::tool {
 
 struct Tick {
     Instant time;
-    std::string label;  // the time since the begin, with its unit
+    std::string label;  // the time since the record began, with its unit
 };
 
-// Round times for an axis along the timeline, the begin first: as close together as `most` of them allow.
+// Round times for an axis along the timeline, from the first in it: as close together as `most` of them
+// allow.
 std::vector<Tick> ticksOf(Timeline const& timeline, int most);
 
 }  // namespace zeqcam::tool

@@ -56,12 +56,15 @@ class Table {
         mRows.push_back({std::move(cells), marked});
     }
 
-    [[nodiscard]] std::string text(Ink ink) const {
+    // Each row takes as many lines as `columns` ask for, those after its first further in.
+    [[nodiscard]] std::string text(Ink ink, int columns) const {
         std::vector<std::string> headings;
         for (Column const& column : mColumns) headings.push_back(column.heading);
-        std::string text = ink.bold(line(headings, ' ')) + '\n';
+        std::string text;
+        for (std::string const& line : linesOf(headings, ' ', columns)) text += ink.bold(line) + '\n';
         for (Row const& row : mRows) {
-            text += (row.marked ? ink.red(line(row.cells, '!')) : line(row.cells, ' ')) + '\n';
+            for (std::string const& line : linesOf(row.cells, row.marked ? '!' : ' ', columns))
+                text += (row.marked ? ink.red(line) : line) + '\n';
         }
         return text;
     }
@@ -72,15 +75,27 @@ class Table {
         bool marked;
     };
 
-    [[nodiscard]] std::string line(std::vector<std::string> const& cells, char mark) const {
-        std::string line(1, mark);
+    [[nodiscard]] std::vector<std::string> linesOf(std::vector<std::string> const& cells, char mark,
+                                                   int columns) const {
+        constexpr int kFurtherIn = 5;
+        std::vector<std::string> lines{std::string(1, mark)};
+        int used = 1;
         for (std::size_t i = 0; i < cells.size(); ++i) {
-            std::string const padding(static_cast<std::size_t>(mColumns[i].width - columnsOf(cells[i])), ' ');
-            line += i == 0 ? " " : "  ";
-            line += mColumns[i].align == Align::Left ? cells[i] + padding : padding + cells[i];
+            int const gap = i == 0 ? 1 : 2;
+            if (used > kFurtherIn && used + gap + mColumns[i].width > columns) {
+                lines.emplace_back(kFurtherIn - gap, ' ');
+                used = kFurtherIn - gap;
+            }
+            // All rows of a column are cut at one width, so that those beside it stay in line.
+            int const width = std::clamp(columns - used - gap, 1, mColumns[i].width);
+            std::string const cell = shortened(cells[i], width, "~");
+            std::string const padding(static_cast<std::size_t>(width - columnsOf(cell)), ' ');
+            lines.back() += std::string(static_cast<std::size_t>(gap), ' ') +
+                            (mColumns[i].align == Align::Left ? cell + padding : padding + cell);
+            used += gap + width;
         }
-        line.erase(line.find_last_not_of(' ') + 1);
-        return line;
+        for (std::string& line : lines) line.erase(line.find_last_not_of(' ') + 1);
+        return lines;
     }
 
     std::vector<Column> mColumns;
@@ -208,9 +223,9 @@ void writeReport(Record const& record, Presentation const& presentation, std::os
     Ink const ink{presentation.colours};
     out << '\n'
         << ink.bold("Requests, times in milliseconds") << '\n'
-        << requestsOf(record).text(ink) << '\n'
+        << requestsOf(record).text(ink, presentation.columns) << '\n'
         << ink.bold("Sensors at the end") << '\n'
-        << statesOf(record).text(ink) << '\n'
+        << statesOf(record).text(ink, presentation.columns) << '\n'
         << failuresOf(record, ink) << brokenRulesText(record, presentation.strictness, ink)
         << expectationsOf(record, ink);
 }

@@ -1,5 +1,6 @@
 #include "views/SvgTimeline.h"
 
+#include "analysis/Selection.h"
 #include "analysis/SensorLanes.h"
 #include "analysis/SensorNames.h"
 #include "analysis/Timeline.h"
@@ -13,7 +14,10 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <limits>
+#include <map>
 #include <set>
+#include <span>
 #include <sstream>
 #include <string_view>
 #include <utility>
@@ -41,7 +45,7 @@ constexpr std::string_view kPatterns = R"svg(<defs>
 </defs>
 )svg";
 
-constexpr std::array<std::pair<std::string_view, std::string_view>, 11> kLegend{{
+constexpr std::array<std::pair<std::string_view, std::string_view>, 12> kLegend{{
     {"request", "request"},
     {"wait", "wait"},
     {"trace", "trace section"},
@@ -50,6 +54,7 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 11> kLegend{
     {"on", "on"},
     {"failed", "failed"},
     {"conflict", "counted on, but not on"},
+    {"gathered", "several, too short to draw"},
     {"open", "not ended"},
     {"error", "error logged"},
     {"warning", "warning logged"},
@@ -135,16 +140,38 @@ class Canvas {
     std::ostringstream mOut;
 };
 
+// No picture is larger unless it is asked for in full.
+constexpr double kMostHeight = 4000;
+constexpr std::size_t kMostBytes = 2'000'000;
+
+// What a picture leaves out to keep its size.
+struct Detail {
+    double gathers = 1;  // what is narrower than this and has such neighbours becomes one shape with them
+    std::size_t lanes = 16;
+    double height = kMostHeight;  // rows beyond it are left out
+};
+
 struct Lane {
     std::vector<Section const*> sections;  // from left to right
     double top = 0;                        // below the row's
     double height = kThinLane;
 };
 
+struct Shown {
+    Record const& record;
+    Timeline timeline;
+    std::vector<SensorLane> lanes;
+    std::string_view title;
+};
+
 class Picture {
   public:
-    Picture(Record const& record, std::string_view title)
-        : mRecord(record), mTimeline(timelineOf(record)), mLanes(sensorLanesOf(record)), mTitle(title) {
+    Picture(Shown const& shown, Detail detail)
+        : mRecord(shown.record),
+          mTimeline(shown.timeline),
+          mLanes(shown.lanes),
+          mTitle(shown.title),
+          mDetail(detail) {
         double names = widthOf(kPoweredName, kNameCharacter);
         for (Row const& row : mTimeline.rows) {
             if (!row.sections.empty()) names = std::max(names, widthOf(shownName(row.name), kNameCharacter));
@@ -154,19 +181,36 @@ class Picture {
         mLeft = kMargin + 8 + names + 12;
     }
 
+    // That it has with all of its rows.
+    [[nodiscard]] double height() const {
+        double height = mY + kRoomBelow + kSensorHeight * static_cast<double>(mLanes.size());
+        for (Row const& row : mTimeline.rows) {
+            if (!row.sections.empty()) height += heightOf(lanesOf(row));
+        }
+        return height;
+    }
+
     std::string text() {
         double const top = mY;
+        chooseRows();
         for (std::size_t row = 0; row < mTimeline.rows.size(); ++row) {
-            if (!mTimeline.rows[row].sections.empty()) addRow(row);
+            if (mShownRows.contains(row)) addRow(row);
         }
-        for (SensorLane const& lane : mLanes) addSensor(lane);
+        for (std::size_t lane = 0; lane < mLanes.size(); ++lane) {
+            if (mShownLanes.contains(lane)) addSensor(mLanes[lane]);
+        }
         addPowered();
         double const bottom = mY;
+        if (bottom - top > kHeightForASecondAxis) mY += 18;
+        addLeftOut();
         addLegend();
         return ground(mY + kMargin) + grid(top, bottom) + mShapes.str() + "</svg>\n";
     }
 
   private:
+    static constexpr double kSensorHeight = 26;
+    static constexpr double kRoomBelow = 250;  // of the rows: the powered sensors, the axis, the legend
+    static constexpr double kHeightForASecondAxis = 600;
     static constexpr std::string_view kPoweredName = "sensors powered";
     static constexpr double kRight = kWidth - kMargin - 10;
 
@@ -179,7 +223,7 @@ class Picture {
         using Seconds = std::chrono::duration<double>;
         double const span = Seconds(mTimeline.end - mTimeline.begin).count();
         double const part = span > 0 ? Seconds(time - mTimeline.begin).count() / span : 0;
-        return mLeft + part * (kRight - mLeft);
+        return mLeft + std::clamp(part, 0.0, 1.0) * (kRight - mLeft);
     }
     [[nodiscard]] double extentOf(Section const& section) const {
         return std::max(xOf(section.end) - xOf(section.begin), kSliver);
@@ -210,9 +254,10 @@ class Picture {
             double const x = xOf(tick.time);
             canvas.line(x, top, x, bottom, R"(class="grid")");
             bool const fits = x + widthOf(tick.label, kNameCharacter) / 2 <= kRight;
-            canvas.text(x, top - 6,
-                        fits ? R"(class="muted" text-anchor="middle")" : R"(class="muted" text-anchor="end")",
-                        tick.label);
+            std::string_view const look =
+                fits ? R"(class="muted" text-anchor="middle")" : R"(class="muted" text-anchor="end")";
+            canvas.text(x, top - 6, look, tick.label);
+            if (bottom - top > kHeightForASecondAxis) canvas.text(x, bottom + 16, look, tick.label);
         }
         return canvas.str();
     }
@@ -231,8 +276,8 @@ class Picture {
         return lanes;
     }
 
-    static void addToLanes(std::vector<Lane>& lanes, std::vector<Section> const& sections,
-                           std::size_t depth) {
+    void addToLanes(std::vector<Lane>& lanes, std::vector<Section> const& sections, std::size_t depth) const {
+        if (depth == mDetail.lanes) return;
         if (!sections.empty() && lanes.size() == depth) lanes.emplace_back();
         for (Section const& section : sections) {
             lanes[depth].sections.push_back(&section);
@@ -240,20 +285,84 @@ class Picture {
         }
     }
 
+    [[nodiscard]] static double heightOf(std::vector<Lane> const& lanes) {
+        return lanes.back().top + lanes.back().height + 5;
+    }
+
+    // Those with a failure first; of each kind as many as there is room for.
+    void chooseRows() {
+        double room = mDetail.height - mY - kRoomBelow;
+        auto const choose = [&](bool failing, auto const& isOfKind) {
+            for (std::size_t index = 0; index < mTimeline.rows.size(); ++index) {
+                Row const& row = mTimeline.rows[index];
+                if (row.sections.empty() || !isOfKind(row) || mShownRows.contains(index)) continue;
+                bool const fails = std::any_of(row.sections.begin(), row.sections.end(), holdsFailure);
+                double const height = fails == failing ? heightOf(lanesOf(row)) : room + 1;
+                if (height > room) continue;
+                room -= height;
+                mShownRows.insert(index);
+            }
+        };
+        auto const isClient = [](Row const& row) { return row.client.has_value(); };
+        auto const isOther = [](Row const& row) { return !row.client; };
+        choose(true, isClient);
+        choose(true, isOther);
+        for (bool const conflicts : {true, false}) {
+            if (!conflicts) choose(false, isClient);
+            for (std::size_t lane = 0; lane < mLanes.size(); ++lane) {
+                auto const& parts = mLanes[lane].parts;
+                bool const has = std::any_of(parts.begin(), parts.end(), isConflict);
+                if (has != conflicts || room < kSensorHeight) continue;
+                room -= kSensorHeight;
+                mShownLanes.insert(lane);
+            }
+        }
+        choose(false, isOther);
+    }
+
+    void addLeftOut() {
+        std::size_t rows = 0;
+        for (std::size_t index = 0; index < mTimeline.rows.size(); ++index)
+            rows += mTimeline.rows[index].sections.empty() || mShownRows.contains(index) ? 0U : 1U;
+        std::string text;
+        auto const tell = [&text](std::size_t count, std::string const& what) {
+            if (count == 0) return;
+            text += (text.empty() ? "" : ", ") + std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
+        };
+        tell(rows, "row of a thread");
+        tell(mLanes.size() - mShownLanes.size(), "lane of a sensor");
+        if (text.empty()) return;
+        mShapes.text(kMargin + 8, mY + 16, R"(class="muted")",
+                     "No room for " + text + ": choose by --client and --sensor, or --full.");
+        mY += 18;
+    }
+
     void addRow(std::size_t index) {
         Row const& row = mTimeline.rows[index];
         std::vector<Lane> const lanes = lanesOf(row);
-        double const height = lanes.back().top + lanes.back().height + 5;
+        double const height = heightOf(lanes);
         addBand(shownName(row.name), height);
         for (Lane const& lane : lanes) {
-            for (std::size_t i = 0; i < lane.sections.size(); ++i) {
-                bool const last = i + 1 == lane.sections.size();
-                addSection(*lane.sections[i], mY + lane.top, lane.height - 2,
-                           last ? kRight : xOf(lane.sections[i + 1]->begin));
+            for (std::size_t i = 0; i < lane.sections.size();) {
+                std::size_t const end = gatheredEnd(lane.sections.size(), i, [&](std::size_t each) {
+                    return Extent{xOf(lane.sections[each]->begin), xOf(lane.sections[each]->end)};
+                });
+                double const next = end == lane.sections.size() ? kRight : xOf(lane.sections[end]->begin);
+                if (end > i + 1) {
+                    addGathered({lane.sections.data() + i, end - i}, mY + lane.top, lane.height - 2, next);
+                } else {
+                    addSection(*lane.sections[i], mY + lane.top, lane.height - 2, next);
+                }
+                i = end;
             }
         }
+        std::map<Level, double> last;  // mark of a level
         for (Mark const& mark : mTimeline.marks) {
-            if (mark.row == index) addMark(mark);
+            if (mark.row != index) continue;
+            auto const [before, first] = last.emplace(mark.level, xOf(mark.time));
+            if (!first && xOf(mark.time) < before->second + mDetail.gathers) continue;
+            before->second = xOf(mark.time);
+            addMark(mark);
         }
         mY += height;
     }
@@ -266,19 +375,61 @@ class Picture {
         mShapes.text(kMargin + 8, mY + baseline, "", name);
     }
 
+    struct Extent {
+        double begin;
+        double end;
+    };
+
+    // Behind the last of those from `first` on that are drawn as one: as long as each is too narrow.
+    template <class ExtentOf>
+    std::size_t gatheredEnd(std::size_t count, std::size_t first, ExtentOf const& extentAt) const {
+        double const begin = extentAt(first).begin;
+        std::size_t end = first;
+        while (end < count && extentAt(end).end - extentAt(end).begin < mDetail.gathers &&
+               extentAt(end).begin < begin + 2 * mDetail.gathers) {
+            ++end;
+        }
+        return std::max(end, first + 1);
+    }
+
+    void addGathered(std::span<Section const* const> sections, double top, double height, double next) {
+        Section const& first = *sections.front();
+        Section const& last = *sections.back();
+        auto const failed = std::count_if(sections.begin(), sections.end(),
+                                          [](Section const* section) { return holdsFailure(*section); });
+        std::string const look = failed > 0 ? "failed" : "gathered";
+        mLooks.insert(look);
+        std::string const count = std::to_string(sections.size());
+        mShapes << "<g><title>" << count << " sections";
+        if (failed > 0) mShapes << ", " << failed << " failed";
+        mShapes << "\nstart " << timeText(first.begin - mTimeline.zero) << ", took "
+                << timeText(last.end - first.begin) << "</title>";
+        double const x = xOf(first.begin);
+        double const width = std::max(xOf(last.end) - x, kSliver);
+        mShapes.rect(x, top, width, height, classed(look));
+        if (height > kThinLane && x + width + widthOf(count, kCharacter) + 10 <= next)
+            mShapes.text(x + width + 4, top + 13, R"(class="label muted")", count);
+        mShapes << "</g>\n";
+    }
+
+    // A failure shows on what holds it where that is not drawn.
+    [[nodiscard]] bool fails(Section const& section) const {
+        return section.failed || (mDetail.lanes == 1 && holdsFailure(section));
+    }
+
     // `next`: where the next section of its lane begins.
     void addSection(Section const& section, double top, double height, double next) {
         double const x = xOf(section.begin);
         double const width = extentOf(section);
         mShapes << "<g><title>" << escaped(mTimeline.textOf(section.label)) << "\nstart "
-                << timeText(section.begin - mTimeline.begin) << ", "
+                << timeText(section.begin - mTimeline.zero) << ", "
                 << (section.open ? "not ended after " : "took ") << timeText(section.end - section.begin)
-                << (section.failed ? ", failed" : "") << "</title>";
-        std::string const look = section.failed ? "failed" : classOf(section.kind);
+                << (fails(section) ? ", failed" : "") << "</title>";
+        std::string const look = fails(section) ? "failed" : classOf(section.kind);
         mLooks.insert(look);
         if (section.open) mLooks.insert("open");
         mShapes.rect(x, top, width, height, classed(section.open ? look + " open" : look));
-        if (section.failed) addSign(x, top + height / 2);
+        if (fails(section)) addSign(x, top + height / 2);
         if (height > kThinLane) addLabel(section, x, top, next);
         mShapes << "</g>\n";
     }
@@ -291,10 +442,10 @@ class Picture {
 
     void addLabel(Section const& section, double x, double top, double next) {
         constexpr double kLeastColumns = 5;
-        double const before = section.failed ? 20 : 4;
+        double const before = fails(section) ? 20 : 4;
         double const room = extentOf(section) - before - 2;
-        double const beside = x + std::max(extentOf(section), section.failed ? before : 0);
-        bool const patterned = section.failed || section.kind == SectionKind::Wait;
+        double const beside = x + std::max(extentOf(section), fails(section) ? before : 0);
+        bool const patterned = fails(section) || section.kind == SectionKind::Wait;
         std::string_view const inside = patterned ? R"(class="label halo")" : R"(class="label")";
         std::string label;
         for (TextId const form : {section.label, section.briefLabels[0], section.briefLabels[1]}) {
@@ -328,20 +479,22 @@ class Picture {
     }
 
     void addSensor(SensorLane const& lane) {
-        constexpr double kHeight = 26;
         std::string const name = sensorTitle(mRecord, lane.sensor);
-        addBand(shownName(name), kHeight, 17);
+        addBand(shownName(name), kSensorHeight, 17);
         mShapes.line(mLeft, mY + 20, kRight, mY + 20, R"(class="grid")");
+        double gathered = 0;  // up to there something too narrow has a shape
         for (SensorPart const& part : lane.parts) {
             std::string const look(lookOf(part));
-            if (look.empty()) continue;
+            bool const isNarrow = xOf(part.end) - xOf(part.begin) < mDetail.gathers;
+            if (look.empty() || (isNarrow && look != "conflict" && xOf(part.begin) < gathered)) continue;
+            if (isNarrow) gathered = xOf(part.begin) + mDetail.gathers;
             mLooks.insert(look);
             double const x = xOf(part.begin);
             double const width = std::max(xOf(part.end) - x, kSliver);
             std::string const clients = clientsText(mRecord, part);
             mShapes << "<g><title>" << escaped(name) << ": " << nameOf(part.state)
                     << (clients.empty() ? "" : ", counted on by ") << escaped(clients) << "\nfrom "
-                    << timeText(part.begin - mTimeline.begin) << ", for " << timeText(part.end - part.begin)
+                    << timeText(part.begin - mTimeline.zero) << ", for " << timeText(part.end - part.begin)
                     << "</title>";
             mShapes.rect(x, mY + 4, width, 16, classed(look));
             bool const signs = look == "failed" || look == "conflict";
@@ -352,14 +505,14 @@ class Picture {
                 mShapes.text(x + before, mY + 16, R"(class="label")", label);
             mShapes << "</g>\n";
         }
-        mY += kHeight;
+        mY += kSensorHeight;
     }
 
     void addMark(Mark const& mark) {
         if (mark.level != Level::Error && mark.level != Level::Warning) return;
         std::string_view const level = nameOf(mark.level);
         mLooks.emplace(level);
-        mShapes << "<g><title>" << level << " at " << timeText(mark.time - mTimeline.begin) << "\n"
+        mShapes << "<g><title>" << level << " at " << timeText(mark.time - mTimeline.zero) << "\n"
                 << escaped(mTimeline.textOf(mark.text)) << "</title>";
         addPointer(xOf(mark.time), mY + 1, level);
         mShapes << "</g>\n";
@@ -378,9 +531,14 @@ class Picture {
         double const floor = mY + height - 4;
         Canvas line;
         line << 'M' << mLeft << ' ' << floor;
+        double last = 0;
         for (PoweredCount const& count : mTimeline.powered) {
+            if (xOf(count.time) < last) continue;
+            last = xOf(count.time) + mDetail.gathers / 2;
             line << 'H' << xOf(count.time) << 'V' << floor - count.sensors * step;
         }
+        if (!mTimeline.powered.empty())
+            line << 'H' << kRight << 'V' << floor - mTimeline.powered.back().sensors * step;
         line << 'H' << kRight;
         mShapes << R"(<path class="area" d=")" << line.str() << 'V' << floor << "z\"/>\n"
                 << R"(<path class="powered" d=")" << line.str() << "\"/>\n";
@@ -429,9 +587,12 @@ class Picture {
     }
 
     Record const& mRecord;
-    Timeline const mTimeline;
-    std::vector<SensorLane> const mLanes;
+    Timeline const& mTimeline;
+    std::vector<SensorLane> const& mLanes;
     std::string_view const mTitle;
+    Detail const mDetail;
+    std::set<std::size_t> mShownRows;
+    std::set<std::size_t> mShownLanes;
     double mLeft = 0;
     double mY = 64;  // where the next row begins
     bool mBanded = false;
@@ -442,7 +603,21 @@ class Picture {
 }  // namespace
 
 void writeSvg(Record const& record, Presentation const& presentation, std::ostream& out) {
-    out << Picture(record, presentation.title).text();
+    Shown const shown{record, timelineOf(record, presentation.selection),
+                      sensorLanesOf(record, presentation.selection), presentation.title};
+    if (presentation.full) {
+        out << Picture(shown, {.height = std::numeric_limits<double>::infinity()}).text();
+        return;
+    }
+    // The rows first give up what they hold, and then some of them go.
+    Detail detail;
+    while (detail.lanes > 1 && Picture(shown, detail).height() > kMostHeight) --detail.lanes;
+    std::string text = Picture(shown, detail).text();
+    while (text.size() > kMostBytes) {
+        detail.gathers *= 2;
+        text = Picture(shown, detail).text();
+    }
+    out << text;
 }
 
 }  // namespace zeqcam::tool

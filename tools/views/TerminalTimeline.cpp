@@ -1,5 +1,6 @@
 #include "views/TerminalTimeline.h"
 
+#include "analysis/Selection.h"
 #include "analysis/SensorLanes.h"
 #include "analysis/SensorNames.h"
 #include "analysis/Timeline.h"
@@ -124,7 +125,8 @@ class Scale {
           mCells(cells) {}
 
     [[nodiscard]] int cellOf(Instant time) const {
-        double const part = std::chrono::duration<double>(time - mBegin).count() / mSpan;
+        double const part =
+            std::clamp(std::chrono::duration<double>(time - mBegin).count() / mSpan, 0.0, 1.0);
         return static_cast<int>(std::lround(part * (mCells > 2 * kSpare ? mCells - kSpare : mCells - 1)));
     }
     [[nodiscard]] int cells() const { return mCells; }
@@ -199,7 +201,7 @@ class Picture {
     Picture(Record const& record, Timeline const& timeline, Presentation const& presentation)
         : mRecord(record),
           mTimeline(timeline),
-          mLanes(sensorLanesOf(record)),
+          mLanes(sensorLanesOf(record, presentation.selection)),
           mColumns(presentation.columns),
           mColours(presentation.colours),
           mAlphabet(presentation.glyphs == Glyphs::Utf8 ? kUtf8 : kAscii),
@@ -207,18 +209,20 @@ class Picture {
           mScale(timeline, mColumns - mNames) {}
 
     std::string text() {
-        addAxis();
+        addAxis(true);
         for (Row const& row : mTimeline.rows) {
             if (!row.sections.empty()) addRow(row);
         }
         for (SensorLane const& lane : mLanes) addLane(lane);
         addPowered();
+        if (mLines > kLinesForASecondAxis) addAxis(false);
         addLaneLegend();
         addLeftOut();
         return std::move(mText);
     }
 
   private:
+    static constexpr int kLinesForASecondAxis = 24;
     static constexpr std::string_view kPowered = "sensors powered";
 
     // With the space behind them. The larger part of the width is for the bars.
@@ -256,9 +260,13 @@ class Picture {
         return line;
     }
 
-    void add(Line const& line) { mText += line.text(mColours); }
+    void add(Line const& line) {
+        mText += line.text(mColours);
+        ++mLines;
+    }
 
-    void addAxis() {
+    // The labels stand away from the rows.
+    void addAxis(bool above) {
         constexpr int kCellsForATick = 12;
         Line labels(mColumns);
         Line ruler(mColumns);
@@ -268,8 +276,8 @@ class Picture {
             ruler.put(column, mAlphabet.axisTick, kDim);
             if (column + columnsOf(tick.label) <= mColumns) labels.put(column, tick.label, kDim);
         }
-        add(labels);
-        add(ruler);
+        add(above ? labels : ruler);
+        add(above ? ruler : labels);
     }
 
     void addRow(Row const& row) {
@@ -433,6 +441,7 @@ class Picture {
     Alphabet const& mAlphabet;
     int const mNames;
     Scale const mScale;
+    int mLines = 0;
     int mLeftOut = 0;
     std::set<std::string_view> mLooks;  // of the sensors' lanes
     std::string mText;
@@ -441,7 +450,7 @@ class Picture {
 }  // namespace
 
 void writeTerminalTimeline(Record const& record, Presentation const& presentation, std::ostream& out) {
-    Timeline const timeline = timelineOf(record);
+    Timeline const timeline = timelineOf(record, presentation.selection);
     bool const empty = std::all_of(timeline.rows.begin(), timeline.rows.end(),
                                    [](Row const& row) { return row.sections.empty(); });
     if (empty || presentation.columns < 2) return;

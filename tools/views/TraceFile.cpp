@@ -1,12 +1,24 @@
 #include "views/TraceFile.h"
 
-#include "analysis/Timeline.h"
+#include "analysis/Causes.h"
+#include "analysis/Selection.h"
+#include "analysis/SensorNames.h"
+#include "views/RequestText.h"
 
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <algorithm>
 #include <chrono>
+#include <cstdint>
+#include <ctime>
+#include <iterator>
+#include <map>
+#include <optional>
+#include <set>
 #include <string>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
 namespace zeqcam::tool {
@@ -29,79 +41,177 @@ char const* categoryOf(SectionKind kind) {
     return "";
 }
 
+// "2026-11-23T05:16:48.315Z".
+std::string wallClockText(std::chrono::nanoseconds since1970) {
+    auto const milliseconds = since1970 / std::chrono::milliseconds(1);
+    std::time_t const seconds = milliseconds / 1000;
+    std::tm parts{};
+    gmtime_r(&seconds, &parts);
+    return fmt::format("{}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}Z", parts.tm_year + 1900, parts.tm_mon + 1,
+                       parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec, milliseconds % 1000);
+}
+
 class Events {
   public:
-    Events(Record const& record, std::string const& process)
-        : mTimeline(timelineOf(record)), mProcess(record.process.value_or(1)) {
-        Timeline const& timeline = mTimeline;
-        mEvents.push_back(metadata("process_name", mProcess, {{"name", process}}));
-        for (std::size_t row = 0; row < timeline.rows.size(); ++row) {
-            mEvents.push_back(metadata("thread_name", threadOf(row), {{"name", timeline.rows[row].name}}));
-            mEvents.push_back(metadata("thread_sort_index", threadOf(row), {{"sort_index", row}}));
+    Events(Record const& record, Presentation const& presentation, std::ostream& out)
+        : mRecord(record),
+          mTimeline(timelineOf(record, presentation.selection)),
+          mProcess(record.process.value_or(1)),
+          mOut(out) {
+        nameThreads(presentation.title);
+        for (std::uint32_t row = 0; row < mTimeline.rows.size(); ++row) {
+            for (Section const& section : mTimeline.rows[row].sections)
+                add(section, threadOf(row, section.thread));
         }
-        for (std::size_t row = 0; row < timeline.rows.size(); ++row) {
-            for (Section const& section : timeline.rows[row].sections) add(section, threadOf(row));
-        }
-        for (Mark const& mark : timeline.marks) add(mark);
-        for (PoweredCount const& count : timeline.powered) add(count);
+        for (Cause const& cause : causesOf(record)) add(cause);
+        for (Mark const& mark : mTimeline.marks) add(mark);
+        for (PoweredCount const& count : mTimeline.powered) add(count);
+        for (SensorLane const& lane : sensorLanesOf(record, presentation.selection)) add(lane);
     }
-
-    json take() { return std::move(mEvents); }
 
   private:
-    [[nodiscard]] json metadata(char const* what, int thread, json values) const {
-        return {{"ph", "M"}, {"name", what}, {"pid", mProcess}, {"tid", thread}, {"args", std::move(values)}};
+    // Each at once: together they take many times as much as the record.
+    void write(json const& event) {
+        mOut << std::exchange(mSeparator, ",\n")
+             << event.dump(-1, ' ', false, json::error_handler_t::replace);
     }
 
-    // Workers come and go under ids that the kernel gives anew: a row is a thread to the viewer, under an id
-    // of its own.
-    [[nodiscard]] int threadOf(std::size_t row) const { return mProcess + 1 + static_cast<int>(row); }
+    void writeMetadata(char const* what, int thread, json values) {
+        write({{"ph", "M"}, {"name", what}, {"pid", mProcess}, {"tid", thread}, {"args", std::move(values)}});
+    }
+
+    void nameThreads(std::string const& process) {
+        writeMetadata("process_name", mProcess, {{"name", process}});
+        if (mRecord.toWallClock) {
+            auto const began = mTimeline.zero.time_since_epoch() + *mRecord.toWallClock;
+            writeMetadata("process_labels", mProcess, {{"labels", "began " + wallClockText(began)}});
+        }
+        std::set<std::uint32_t> marked;
+        for (Mark const& mark : mTimeline.marks) marked.insert(mark.row);
+        for (std::uint32_t row = 0; row < mTimeline.rows.size(); ++row) {
+            if (mTimeline.rows[row].sections.empty() && !marked.contains(row)) continue;
+            int number = 0;
+            for (std::uint32_t const thread : mTimeline.rows[row].threads) {
+                std::string const which = ++number > 1 ? " #" + std::to_string(number) : "";
+                int const id = threadOf(row, thread);
+                writeMetadata("thread_name", id, {{"name", mTimeline.rows[row].name + which}});
+                writeMetadata("thread_sort_index", id, {{"sort_index", id - mProcess}});
+            }
+        }
+    }
+
+    // The kernel gives an ended thread's id anew: what a thread was in another row is another to the viewer.
+    int threadOf(std::uint32_t row, std::uint32_t thread) {
+        int const next = mProcess + 1 + static_cast<int>(mThreads.size());
+        int const id = mThreads.emplace(std::pair(row, thread), next).first->second;
+        mRows[thread].insert(row);
+        return id;
+    }
 
     [[nodiscard]] json event(char const* phase, std::string_view name, Instant time, int thread) const {
-        double const microseconds = std::chrono::duration<double, std::micro>(time - mTimeline.begin).count();
+        double const microseconds = std::chrono::duration<double, std::micro>(time - mTimeline.zero).count();
         return {{"ph", phase}, {"name", name}, {"ts", microseconds}, {"pid", mProcess}, {"tid", thread}};
     }
 
     // A begin and an end, alike but for the time: viewers match them by name and values. Times of complete
     // events are sums, whose rounding can break the nesting.
     void add(Section const& section, int thread) {
-        addSlice("B", section, section.begin, thread);
+        json slice = event("B", mTimeline.textOf(section.label), section.begin, thread);
+        slice["cat"] = categoryOf(section.kind);
+        if (json values = valuesOf(section); !values.empty()) slice["args"] = std::move(values);
+        write(slice);
         for (Section const& inner : section.inner) add(inner, thread);
-        addSlice("E", section, section.end, thread);
+        slice["ph"] = "E";
+        slice["ts"] = event("E", {}, section.end, thread)["ts"];
+        write(slice);
     }
 
-    void addSlice(char const* phase, Section const& section, Instant time, int thread) {
-        json slice = event(phase, mTimeline.textOf(section.label), time, thread);
-        slice["cat"] = categoryOf(section.kind);
-        if (section.failed) slice["args"]["failed"] = true;
-        if (section.open) slice["args"]["open"] = true;
-        mEvents.push_back(std::move(slice));
+    [[nodiscard]] json valuesOf(Section const& section) const {
+        json values;
+        if (section.failed) values["failed"] = true;
+        if (section.open) values["open"] = true;
+        if (section.sensor) values["sensor"] = mRecord.nameOfSensor(*section.sensor);
+        if (!section.request) return values;
+        Request const& request = mRecord.requests[*section.request];
+        for (int const sensor : sensorsOf(request)) values["sensors"].push_back(mRecord.nameOfSensor(sensor));
+        values["result"] = resultText(request);
+        return values;
+    }
+
+    // An arrow from the request to the work that is done for it.
+    void add(Cause const& cause) {
+        auto const from = rowOf(cause.asking, cause.asked);
+        auto const to = rowOf(cause.working, cause.began);
+        if (!from || !to) return;
+        ++mArrows;
+        for (auto const& [phase, time, thread] : {std::tuple{"s", cause.asked, threadOf(*from, cause.asking)},
+                                                  {"f", cause.began, threadOf(*to, cause.working)}}) {
+            json arrow = event(phase, mRecord.textOf(mRecord.requests[cause.request].name), time, thread);
+            arrow["cat"] = "cause";
+            arrow["id"] = mArrows;
+            if (*phase == 'f') arrow["bp"] = "e";
+            write(arrow);
+        }
+    }
+
+    // The row in which a thread is in a section at that time.
+    [[nodiscard]] std::optional<std::uint32_t> rowOf(std::uint32_t thread, Instant time) const {
+        auto const rows = mRows.find(thread);
+        if (rows == mRows.end()) return {};
+        for (std::uint32_t const row : rows->second) {
+            auto const& sections = mTimeline.rows[row].sections;
+            auto const after = std::upper_bound(
+                sections.begin(), sections.end(), time,
+                [](Instant instant, Section const& section) { return instant < section.begin; });
+            if (after == sections.begin()) continue;
+            Section const& section = *std::prev(after);
+            if (section.thread == thread && section.end >= time) return row;
+        }
+        return {};
     }
 
     void add(Mark const& mark) {
-        json instant = event("i", mTimeline.textOf(mark.text), mark.time, threadOf(mark.row));
+        json instant = event("i", mTimeline.textOf(mark.text), mark.time, threadOf(mark.row, mark.thread));
         instant["s"] = "t";
         instant["cat"] = mark.level == Level::Profile ? "profile" : "log";
         instant["args"] = {{"level", nameOf(mark.level)}};
-        mEvents.push_back(std::move(instant));
+        write(instant);
+    }
+
+    void addCounter(std::string const& name, Instant time, json values) {
+        json counter = event("C", name, time, mProcess);
+        counter["args"] = std::move(values);
+        write(counter);
     }
 
     void add(PoweredCount const& count) {
-        json counter = event("C", "sensors powered", count.time, mProcess);
-        counter["args"] = {{"sensors", count.sensors}};
-        mEvents.push_back(std::move(counter));
+        addCounter("sensors powered", count.time, {{"sensors", count.sensors}});
     }
 
+    void add(SensorLane const& lane) {
+        std::string const name = sensorTitle(mRecord, lane.sensor);
+        for (SensorPart const& part : lane.parts) {
+            addCounter(name, part.begin,
+                       {{"on", part.state == SensorState::On ? 1 : 0}, {"clients", part.clients.size()}});
+        }
+    }
+
+    Record const& mRecord;
     Timeline const mTimeline;
     int const mProcess;
-    json mEvents = json::array();
+    std::ostream& mOut;
+    char const* mSeparator = "\n";
+    std::map<std::pair<std::uint32_t, std::uint32_t>, int> mThreads;  // the viewer's, by row and thread
+    std::map<std::uint32_t, std::set<std::uint32_t>> mRows;           // of a thread
+    int mArrows = 0;
 };
 
 }  // namespace
 
 void writeTrace(Record const& record, Presentation const& presentation, std::ostream& out) {
-    json const file{{"displayTimeUnit", "ms"}, {"traceEvents", Events(record, presentation.title).take()}};
-    out << file.dump(-1, ' ', false, json::error_handler_t::replace) << '\n';
+    out << R"({"displayTimeUnit":"ms","traceEvents":[)";
+    Events(record, presentation, out);
+    out << "\n]}\n";
 }
 
 }  // namespace zeqcam::tool

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "analysis/Selection.h"
 #include "record/Record.h"
 #include "rules/Strictness.h"
 
@@ -20,6 +21,8 @@ struct Presentation {
     bool colours = false;
     Glyphs glyphs = Glyphs::Ascii;
     Strictness strictness;  // where the view tells what the rules say
+    Selection selection{};
+    bool full = false;  // a picture may become as tall and large as it takes
 };
 
 // A way to show a record. It reads the record and nothing else, and writes to `out` alone; the same record

@@ -1,0 +1,78 @@
+#include "analysis/Causes.h"
+
+#include "analysis/SensorNames.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <optional>
+#include <set>
+
+namespace zeqcam::tool {
+namespace {
+
+using board::Kind;
+
+struct Work {
+    int sensor;
+    bool powersOn;
+};
+
+std::optional<Work> workBegunBy(Record const& record, Event const& event) {
+    if (event.kind == Kind::TraceBegin) {
+        auto const label = sensorLabel(record, record.textOf(event.text));
+        return label.sensor ? std::optional(Work{*label.sensor, label.powersOn}) : std::nullopt;
+    }
+    bool const isCall = event.kind == Kind::SensorPowerOn || event.kind == Kind::SensorPowerOff;
+    if (!isCall || !event.sensor) return {};
+    return Work{*event.sensor, event.kind == Kind::SensorPowerOn};
+}
+
+// A request that has not ended.
+struct Open {
+    std::uint32_t request;
+    Instant asked;
+    std::uint32_t thread;
+    std::size_t pastLock = 0;  // the event that shows so; 0: none yet
+    std::set<int> done{};      // sensors whose work has begun
+};
+
+bool asksFor(Record const& record, Open const& open, Work const& work) {
+    Request const& request = record.requests[open.request];
+    bool const suits = work.powersOn
+                           ? request.kind == RequestKind::PowerOn
+                           : request.kind == RequestKind::PowerOff || request.kind == RequestKind::Destroy;
+    return suits && open.pastLock > 0 && !open.done.contains(work.sensor) && request.sensors &&
+           std::find(request.sensors->begin(), request.sensors->end(), work.sensor) != request.sensors->end();
+}
+
+}  // namespace
+
+std::vector<Cause> causesOf(Record const& record) {
+    std::vector<Cause> causes;
+    std::vector<Open> all;
+    for (std::size_t index = 0; index < record.events.size(); ++index) {
+        Event const& event = record.events[index];
+        if (event.request) {
+            auto const own = std::find_if(all.begin(), all.end(),
+                                          [&](Open const& open) { return open.request == *event.request; });
+            if (event.kind == Kind::Request) all.push_back({*event.request, event.time, event.thread});
+            if (own == all.end()) continue;
+            if (event.kind == Kind::SensorListGet || event.kind == Kind::TaskPost) own->pastLock = index;
+            if (event.kind == Kind::Reply) all.erase(own);
+            continue;
+        }
+        auto const work = workBegunBy(record, event);
+        if (!work) continue;
+        Open* found = nullptr;
+        for (Open& open : all) {
+            if (asksFor(record, open, *work) && (found == nullptr || open.pastLock > found->pastLock))
+                found = &open;
+        }
+        if (found == nullptr) continue;
+        found->done.insert(work->sensor);
+        causes.push_back({found->request, found->asked, found->thread, event.time, event.thread});
+    }
+    return causes;
+}
+
+}  // namespace zeqcam::tool

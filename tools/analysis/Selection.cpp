@@ -1,0 +1,104 @@
+#include "analysis/Selection.h"
+
+#include <algorithm>
+#include <set>
+#include <utility>
+
+namespace zeqcam::tool {
+namespace {
+
+// A selection as a record resolves it.
+class Chosen {
+  public:
+    Chosen(Record const& record, Selection const& selection)
+        : mBegin(record.begin + selection.from.value_or(std::chrono::nanoseconds(0))),
+          mEnd(selection.to ? record.begin + *selection.to : Instant::max()),
+          mAll(selection.clients.empty() && selection.sensors.empty()),
+          mSensors(selection.sensors.begin(), selection.sensors.end()) {
+        for (std::uint32_t index = 0; index < record.clients.size(); ++index) {
+            auto const& names = selection.clients;
+            bool const named = std::find(names.begin(), names.end(),
+                                         record.textOf(record.clients[index].name)) != names.end();
+            if (named) mClients.insert(index);
+        }
+        for (Request const& request : record.requests) {
+            auto const sensors = request.sensors.value_or(std::vector<int>());
+            if (selection.sensors.empty() && mClients.contains(request.client))
+                mSensors.insert(sensors.begin(), sensors.end());
+            bool const asks = std::any_of(sensors.begin(), sensors.end(),
+                                          [this](int sensor) { return mSensors.contains(sensor); });
+            if (selection.clients.empty() && asks) mClients.insert(request.client);
+        }
+    }
+
+    [[nodiscard]] Instant begin() const { return mBegin; }
+    [[nodiscard]] Instant end() const { return mEnd; }
+    [[nodiscard]] bool hasSensor(int sensor) const { return mAll || mSensors.contains(sensor); }
+    [[nodiscard]] bool has(Row const& row) const {
+        return mAll || ((!row.client || mClients.contains(*row.client)) &&
+                        (!row.sensor || mSensors.contains(*row.sensor)));
+    }
+    // `inClient`: what a client's thread does is its requests', whichever sensors they name.
+    [[nodiscard]] bool has(Section const& section, bool inClient) const {
+        return section.begin <= mEnd && section.end >= mBegin &&
+               (inClient || !section.sensor || hasSensor(*section.sensor));
+    }
+
+  private:
+    Instant mBegin;
+    Instant mEnd;
+    bool mAll;
+    std::set<int> mSensors;
+    std::set<std::uint32_t> mClients;
+};
+
+void keepChosen(std::vector<Section>& sections, Chosen const& chosen, bool inClient) {
+    std::erase_if(sections, [&](Section const& section) { return !chosen.has(section, inClient); });
+    for (Section& section : sections) keepChosen(section.inner, chosen, inClient);
+}
+
+void keepChosen(std::vector<PoweredCount>& powered, Chosen const& chosen) {
+    std::erase_if(powered, [&](PoweredCount const& count) { return count.time > chosen.end(); });
+    while (powered.size() > 1 && powered[1].time <= chosen.begin()) {
+        auto const next = std::find_if(powered.begin() + 1, powered.end(), [&](PoweredCount const& count) {
+            return count.time > chosen.begin();
+        });
+        powered.erase(powered.begin(), next - 1);
+    }
+    if (!powered.empty()) powered.front().time = std::max(powered.front().time, chosen.begin());
+}
+
+}  // namespace
+
+Timeline timelineOf(Record const& record, Selection const& selection) {
+    Timeline timeline = timelineOf(record);
+    Chosen const chosen(record, selection);
+    timeline.begin = std::max(timeline.begin, std::min(chosen.begin(), timeline.end));
+    timeline.end = std::max(timeline.begin, std::min(timeline.end, chosen.end()));
+    std::set<std::uint32_t> kept;
+    for (std::uint32_t index = 0; index < timeline.rows.size(); ++index) {
+        Row& row = timeline.rows[index];
+        if (chosen.has(row)) kept.insert(index);
+        if (!chosen.has(row)) row.sections.clear();
+        keepChosen(row.sections, chosen, row.client.has_value());
+    }
+    std::erase_if(timeline.marks, [&](Mark const& mark) {
+        return mark.time < timeline.begin || mark.time > timeline.end || !kept.contains(mark.row);
+    });
+    keepChosen(timeline.powered, chosen);
+    return timeline;
+}
+
+std::vector<SensorLane> sensorLanesOf(Record const& record, Selection const& selection) {
+    std::vector<SensorLane> lanes = sensorLanesOf(record);
+    Chosen const chosen(record, selection);
+    std::erase_if(lanes, [&](SensorLane const& lane) { return !chosen.hasSensor(lane.sensor); });
+    for (SensorLane& lane : lanes) {
+        std::erase_if(lane.parts, [&](SensorPart const& part) {
+            return part.end < chosen.begin() || part.begin > chosen.end();
+        });
+    }
+    return lanes;
+}
+
+}  // namespace zeqcam::tool
