@@ -329,8 +329,8 @@ class Picture {
             if (count == 0) return;
             text += (text.empty() ? "" : ", ") + std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
         };
-        tell(rows, "row of a thread");
-        tell(mLanes.size() - mShownLanes.size(), "lane of a sensor");
+        tell(rows, "thread row");
+        tell(mLanes.size() - mShownLanes.size(), "sensor lane");
         if (text.empty()) return;
         mShapes.text(kMargin + 8, mY + 16, R"(class="muted")",
                      "No room for " + text + ": choose by --client and --sensor, or --full.");
