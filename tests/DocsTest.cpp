@@ -26,8 +26,12 @@ char const* wordFor(Type type) {
             return "whole numbers";
         case Type::Number:
             return "number";
+        case Type::Time:
+            return "number or range";
         case Type::Text:
             return "text";
+        case Type::Texts:
+            return "text or texts";
         case Type::Choice:
             return "word";
         case Type::Sensors:

@@ -140,7 +140,9 @@ TEST(ScenarioReader, AcceptsEveryDefaultThatItStates) {
         if (table.empty() || key.fallback.empty() || key.fallback == "none" || key.type == Type::Text)
             continue;
         std::string const quote = key.type == Type::Choice ? "'" : "";
-        std::string const header = table == "sensor" ? "" : '[' + table + "]\n";
+        std::string const header = table == "sensor"   ? ""
+                                   : table == "supply" ? "[[supply]]\nname = 'rail'\n"
+                                                       : '[' + table + "]\n";
         std::string const line = std::string(key.name) + " = " + quote + std::string(key.fallback) + quote;
         EXPECT_THAT(readScenario(scenarioWith(4, header + line + "\n[[controller]]")).faults, ElementsAre())
             << line;
@@ -148,7 +150,7 @@ TEST(ScenarioReader, AcceptsEveryDefaultThatItStates) {
 }
 
 TEST(ScenarioReader, GivesTheBoardWhatTheFileSays) {
-    auto const [scenario, faults] = readScenario(scenarioWith(
+    auto const [scenario, faults, included] = readScenario(scenarioWith(
         4,
         "power_on_ms = 1.5\npower_on_fails = { times = [2], chance = 0.25 }\nhal3a = { off_status = -3 }\n"
         "peripheral.present = false\n[board]\nqueue = 'late'\nqueue_late_ms = 2\nlog = "

@@ -1,5 +1,6 @@
 #include "commands/CheckCommand.h"
 
+#include "scenario/NeverEnds.h"
 #include "scenario/ScenarioReader.h"
 
 #include <CLI/CLI.hpp>
@@ -10,7 +11,8 @@ namespace zeqcam::tool {
 namespace {
 
 int check(std::string const& file) {
-    auto const faults = readScenarioFile(file).faults;
+    auto [scenario, faults, included] = readScenarioFile(file);
+    if (faults.empty()) faults = neverEnding(scenario);
     for (Fault const& fault : faults) complain(faultText(fault, file));
     return faults.empty() ? kAllHeld : kWrongInput;
 }

@@ -40,7 +40,7 @@ void Outputs::addOptions(CLI::App& app) {
     }
 }
 
-void Outputs::open(std::string const& input, bool outputIsTaken) {
+void Outputs::open(std::vector<std::string> const& inputs, bool outputIsTaken) {
     for (auto output = mOutputs.begin(); output != mOutputs.end(); ++output) {
         std::string const& path = output->path;
         if (path.empty()) continue;
@@ -51,7 +51,7 @@ void Outputs::open(std::string const& input, bool outputIsTaken) {
             continue;
         }
         if (isOpenAs(path, STDERR_FILENO)) throw CannotOpen(path + ": messages go to the standard error");
-        requireApart(path, input);
+        for (std::string const& input : inputs) requireApart(path, input);
         for (auto other = mOutputs.begin(); other != output; ++other) {
             if (other->file) requireApart(path, other->path);
         }

@@ -22,9 +22,9 @@ class Outputs {
     // An option for each view that goes to a file. This object outlives the reading of the command line.
     void addOptions(CLI::App& app);
 
-    // Before anything runs: what cannot be written is known then. `input` is a file that none may replace;
+    // Before anything runs: what cannot be written is known then. None may replace a file of `inputs`;
     // `outputIsTaken`: by what must stand there alone. Throws CannotOpen.
-    void open(std::string const& input, bool outputIsTaken);
+    void open(std::vector<std::string> const& inputs, bool outputIsTaken);
 
     // Whether one of them goes to the standard output. From `open` on.
     [[nodiscard]] bool takeOutput() const;

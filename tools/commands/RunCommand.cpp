@@ -282,13 +282,14 @@ int playSimulated(Scenario const& scenario, Options& options, LogOutput& log) {
 }
 
 int run(Options& options) try {
-    auto [scenario, faults] = readScenarioFile(options.file);
+    auto [scenario, faults, files] = readScenarioFile(options.file);
     if (!faults.empty()) {
         complain(faultText(faults.front(), options.file));
         return kWrongInput;
     }
     options.selection = selectionOf(options, scenario);
-    options.outputs.open(options.file, options.json);
+    files.push_back(options.file);
+    options.outputs.open(files, options.json);
     std::optional<Descriptor> traceMarker;
     if (options.kernelTrace) traceMarker.emplace(openTraceMarker());
     if (std::string const reason = board::QosFile::provide(); !reason.empty()) {

@@ -26,7 +26,7 @@ class Clients {
             mClients.emplace(record.clients[index].name, ClientState{index, {}, 0});
         for (std::uint32_t index = 0; index < record.requests.size(); ++index) {
             Request const& request = record.requests[index];
-            if (request.kind == RequestKind::Sleep) continue;
+            if (request.kind == RequestKind::Sleep || request.kind == RequestKind::Other) continue;
             mClients.at(record.clients[request.client].name).known.push_back(index);
         }
     }

@@ -2,6 +2,7 @@
 
 #include "run/Expectations.h"
 #include "run/JournalDrain.h"
+#include "run/Signals.h"
 
 #include <zeqcam/IPowerOnOffController.h>
 #include <zeqcam/ThreadSafety.h>
@@ -46,6 +47,7 @@ std::vector<int> countedOn(std::map<int, bool> const& status) {
 // A step of a client that has begun.
 struct Played {
     RequestKind kind = RequestKind::Other;
+    std::string name = std::string(nameOf(kind));
     std::uint32_t client = 0;  // of the scenario
     Step const* step = nullptr;
     std::vector<int> sensors;
@@ -83,9 +85,14 @@ class PlayedSteps {
 class Player {
   public:
     // `controller` is the client's own hold on it.
-    Player(Scenario const& scenario, std::uint32_t client, board::Board& board, PlayedSteps& steps,
-           ControllerPointer& controller)
-        : mScenario(scenario), mClient(client), mBoard(board), mSteps(steps), mController(controller) {}
+    Player(Scenario const& scenario, std::uint32_t client, board::Board& board, Signals& signals,
+           PlayedSteps& steps, ControllerPointer& controller)
+        : mScenario(scenario),
+          mClient(client),
+          mBoard(board),
+          mSignals(signals),
+          mSteps(steps),
+          mController(controller) {}
 
     void play() {
         for (Step const& step : mScenario.clients[mClient].steps) {
@@ -121,11 +128,20 @@ class Player {
     }
 
     void play(Sleep const& action) {
-        Played step{.kind = RequestKind::Sleep, .client = mClient, .step = mStep};
-        std::size_t const place = mSteps.begin(step);
-        std::this_thread::sleep_for(action.time);
-        step.ended = Clock::now();
-        mSteps.end(place, std::move(step));
+        apart(RequestKind::Sleep, "sleep", [&] { std::this_thread::sleep_for(action.time); });
+    }
+
+    void play(Signal const& action) {
+        apart(RequestKind::Other, "signal " + action.name, [&] { mSignals.give(action.name); });
+    }
+
+    void play(Await const& action) {
+        int const times = ++mAwaited[action.name];
+        apart(RequestKind::Other, "await " + action.name, [&] { mSignals.await(action.name, times); });
+    }
+
+    void play(Change const& action) {
+        apart(RequestKind::Other, "change", [&] { mBoard.change(action.edit); });
     }
 
     void play(Wait const&) {
@@ -136,6 +152,16 @@ class Player {
     void play(Destroy const&) {
         ask(RequestKind::Destroy, countedOn(statusOf(*mController)),
             [&](Played&, auto&) { mController.reset(); });
+    }
+
+    // What does not come to the library.
+    template <class Call>
+    void apart(RequestKind kind, std::string name, Call const& call) {
+        Played step{.kind = kind, .name = std::move(name), .client = mClient, .step = mStep};
+        std::size_t const place = mSteps.begin(step);
+        call();
+        step.ended = Clock::now();
+        mSteps.end(place, std::move(step));
     }
 
     template <class Call>
@@ -155,9 +181,11 @@ class Player {
     Scenario const& mScenario;
     std::uint32_t const mClient;
     board::Board& mBoard;
+    Signals& mSignals;
     PlayedSteps& mSteps;
     ControllerPointer& mController;
     Step const* mStep = nullptr;
+    std::map<std::string, int> mAwaited;  // how often, by signal
 };
 
 // Calls back when the last client is done, whichever way.
@@ -213,10 +241,11 @@ void addClients(Record& record, Scenario const& scenario) {
 std::vector<Step const*> addSteps(Record& record, std::vector<Played> const& steps) {
     std::vector<Step const*> added;
     for (Played const& step : steps) {
-        if (step.kind == RequestKind::Sleep && step.ended) continue;
+        bool const cameToTheLibrary = step.kind != RequestKind::Sleep && step.kind != RequestKind::Other;
+        if (!cameToTheLibrary && step.ended) continue;
         added.push_back(step.step);
         record.requests.push_back({.kind = step.kind,
-                                   .name = record.texts.add(nameOf(step.kind)),
+                                   .name = record.texts.add(step.name),
                                    .client = step.client,
                                    .line = step.step->line,
                                    .sensors = step.sensors,
@@ -267,7 +296,7 @@ struct Run::State {
             players.push_back(std::async(std::launch::async, [this, index, started] {
                 started.get();
                 Countdown::One const one(countdown);
-                Player(scenario, index, board, steps, holds[index]).play();
+                Player(scenario, index, board, signals, steps, holds[index]).play();
             }));
         }
         start.set_value();
@@ -302,6 +331,7 @@ struct Run::State {
     // Controllers whose states were asked for. Whoever lets go of one last powers its sensors off, which may
     // take for ever.
     std::vector<ControllerPointer> asked;
+    Signals signals;
     PlayedSteps steps;
     Countdown countdown;
     std::vector<std::future<void>> players;

@@ -5,11 +5,21 @@
 
 #include <zeqcam/board/Board.h>
 
+#include <functional>
+
 namespace zeqcam::tool {
 
-// `fields` are those of the table `board`.
-void readBoard(Fields const& fields, board::Settings& settings);
-// `fields` are those of one table `sensor`.
+// What a table says of a part of the board, to be said of the part as it is by then.
+template <class Part>
+using Edit = std::function<void(Part&)>;
+
+// `fields` are those of the table `board`, or of a change of it.
+Edit<board::Settings> readBoard(Fields const& fields);
+// `fields` are those of one table `supply`.
+void readSupply(Fields const& fields, board::Settings& settings, Names& names);
+// `fields` are those of one table `sensor`; every supply has been read.
 void readSensor(Fields const& fields, board::Settings& settings, Names& names);
+// `fields` are those of a sensor's change.
+Edit<board::Sensor> readSensorChange(Fields const& fields, Names const& names);
 
 }  // namespace zeqcam::tool

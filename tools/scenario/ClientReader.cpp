@@ -1,5 +1,6 @@
 #include "scenario/ClientReader.h"
 
+#include <set>
 #include <string>
 #include <utility>
 #include <variant>
@@ -8,15 +9,16 @@ namespace zeqcam::tool {
 namespace {
 
 bool asksController(Step const& step) {
-    return !std::holds_alternative<Wait>(step.action) && !std::holds_alternative<Sleep>(step.action) &&
-           !std::holds_alternative<Powered>(step.action);
+    return std::holds_alternative<PowerOn>(step.action) || std::holds_alternative<PowerOff>(step.action) ||
+           std::holds_alternative<Status>(step.action) || std::holds_alternative<Destroy>(step.action);
 }
 
 // A client that let go of its controller has none to ask any more.
 void refuseStepsAfterDestroy(Fields const& client, std::vector<Step> const& steps) {
     int destroyed = 0;
+    std::set<int> refused;  // a step that is repeated is at fault once
     for (Step const& step : steps) {
-        if (destroyed != 0 && asksController(step)) {
+        if (destroyed != 0 && asksController(step) && refused.insert(step.line).second) {
             client.faultAtLine(step.line, "steps." + std::string(keyOf(step)),
                                "the client let go of its controller on line " + std::to_string(destroyed));
         }

@@ -31,6 +31,10 @@ int lineOf(toml::source_region const& source) {
     return std::max(1, static_cast<int>(source.begin.line));
 }
 
+std::string fileOf(toml::source_region const& source) {
+    return source.path ? *source.path : std::string();
+}
+
 std::string inQuotes(std::string_view text) {
     return '"' + std::string(text) + '"';
 }
@@ -42,19 +46,33 @@ std::optional<std::int64_t> wholeNumber(std::string_view text) {
     return number;
 }
 
-Fields::Fields(std::string_view path, toml::table const& table, Faults& faults)
-    : mPath(path), mTable(table), mFaults(faults) {
-    for (auto&& [name, value] : mTable) {
-        if (!find(name.str())) add(name.source(), name.str(), "unknown field");
+Fields::Fields(std::string_view path, Tables tables, Faults& faults, Says says)
+    : mPath(path), mTables(std::move(tables)), mFaults(faults), mSays(says) {
+    bool const isPartOfPart = mPath.find('.') != mPath.npos;
+    for (auto const* const table : mTables) {
+        for (auto&& [name, value] : *table) {
+            Key const* const key = find(name.str());
+            if (!key) add(name.source(), name.str(), "unknown field");
+            if (key && says == Says::Changes && !isPartOfPart && !key->changes)
+                add(name.source(), name.str(), "cannot be changed");
+        }
     }
+    if (says == Says::Changes) return;
     for (Key const& key : scenarioKeys()) {
         if (key.table == mPath && key.fallback.empty() && !has(key.name)) fault(key.name, "is missing");
     }
 }
 
+toml::node const* Fields::node(std::string_view name) const {
+    for (auto const* const table : mTables) {
+        if (auto const* const found = table->get(name)) return found;
+    }
+    return nullptr;
+}
+
 void Fields::fault(std::string_view name, std::string message) const {
     auto const* const value = node(name);
-    add(value ? value->source() : mTable.source(), name, std::move(message));
+    add(value ? value->source() : mTables.front()->source(), name, std::move(message));
 }
 
 void Fields::faultAt(toml::node const& value, std::string_view name, std::string message) const {
@@ -62,11 +80,13 @@ void Fields::faultAt(toml::node const& value, std::string_view name, std::string
 }
 
 void Fields::faultAtLine(int line, std::string const& name, std::string message) const {
-    mFaults.push_back({line, std::string(mPath) + '.' + name, std::move(message)});
+    mFaults.push_back(
+        {line, std::string(mPath) + '.' + name, std::move(message), fileOf(mTables.front()->source())});
 }
 
 void Fields::fault(std::string message) const {
-    mFaults.push_back({lineOf(mTable.source()), std::string(mPath), std::move(message)});
+    auto const& source = mTables.front()->source();
+    mFaults.push_back({lineOf(source), std::string(mPath), std::move(message), fileOf(source)});
 }
 
 bool Fields::boolean(std::string_view name) const {
@@ -86,7 +106,7 @@ bool Fields::holdsInteger(std::string_view name) const {
 std::int64_t Fields::integer(std::string_view name) const {
     Key const& key = keyOf(name);
     auto const* const value = node(name);
-    if (value) return integer(key, *value);
+    if (value) return integerOf(key, *value);
     return wholeNumber(key.fallback).value_or(0);
 }
 
@@ -94,7 +114,7 @@ std::vector<int> Fields::integers(std::string_view name) const {
     Key const& key = keyOf(name);
     std::vector<int> numbers;
     for (auto const* const value : list(name, "must be a list of whole numbers")) {
-        numbers.push_back(static_cast<int>(integer(key, *value)));
+        numbers.push_back(static_cast<int>(integerOf(key, *value)));
     }
     return numbers;
 }
@@ -102,12 +122,31 @@ std::vector<int> Fields::integers(std::string_view name) const {
 double Fields::number(std::string_view name) const {
     Key const& key = keyOf(name);
     auto const* const value = node(name);
-    if (value) return number(key, *value);
+    if (value) return numberOf(key, *value);
     return static_cast<double>(wholeNumber(key.fallback).value_or(0));
 }
 
 std::chrono::microseconds Fields::time(std::string_view name) const {
     return std::chrono::microseconds(std::llround(number(name) * 1000));
+}
+
+board::TimeRange Fields::timeRange(std::string_view name) const {
+    auto const microseconds = [](double milliseconds) {
+        return std::chrono::microseconds(std::llround(milliseconds * 1000));
+    };
+    auto const* const value = node(name);
+    if (!value || !value->is_array()) return microseconds(number(name));
+    auto const& ends = *value->as_array();
+    if (ends.size() != 2 || !ends[0].is_number() || !ends[1].is_number()) {
+        fault(name, "must be a number, or two: the least and the most");
+        return {};
+    }
+    std::size_t const before = mFaults.size();
+    board::TimeRange const range(microseconds(numberOf(keyOf(name), ends[0])),
+                                 microseconds(numberOf(keyOf(name), ends[1])));
+    if (range.most < range.least && mFaults.size() == before)
+        fault(name, "must not have the most before the least");
+    return range;
 }
 
 std::string Fields::text(std::string_view name) const {
@@ -152,26 +191,35 @@ std::vector<toml::node const*> Fields::list(std::string_view name, std::string_v
     return elements;
 }
 
-std::vector<toml::table const*> Fields::tables(std::string_view name) const {
+Tables Fields::tables(std::string_view name) const {
     std::string const message = "must be a list of tables";
-    std::vector<toml::table const*> found;
-    auto const* const value = node(name);
-    if (value && value->is_array() && value->as_array()->empty()) fault(name, "must not be empty");
-    for (auto const* const element : list(name, message)) {
-        if (auto const* const table = element->as_table()) {
-            found.push_back(table);
-        } else {
-            faultAt(*element, name, message);
+    Tables found;
+    for (auto const* const table : mTables) {
+        auto const* const value = table->get(name);
+        if (!value) continue;
+        if (!value->is_array()) {
+            faultAt(*value, name, message);
+            continue;
+        }
+        if (value->as_array()->empty()) faultAt(*value, name, "must not be empty");
+        for (auto const& element : *value->as_array()) {
+            if (!element.is_table()) faultAt(element, name, message);
+            if (element.is_table()) found.push_back(element.as_table());
         }
     }
     return found;
 }
 
-toml::table const& Fields::table(std::string_view name) const {
+Tables Fields::layers(std::string_view name) const {
     static toml::table const kEmpty;
-    auto const* const value = node(name);
-    if (value && !value->is_table()) fault(name, "must be a table");
-    return value && value->is_table() ? *value->as_table() : kEmpty;
+    Tables found;
+    for (auto const* const table : mTables) {
+        auto const* const value = table->get(name);
+        if (value && !value->is_table()) faultAt(*value, name, "must be a table");
+        if (value && value->is_table()) found.push_back(value->as_table());
+    }
+    if (found.empty()) found.push_back(&kEmpty);
+    return found;
 }
 
 Key const* Fields::find(std::string_view name) const {
@@ -181,7 +229,7 @@ Key const* Fields::find(std::string_view name) const {
     return found == keys.end() ? nullptr : &*found;
 }
 
-std::int64_t Fields::integer(Key const& key, toml::node const& value) const {
+std::int64_t Fields::integerOf(Key const& key, toml::node const& value) const {
     if (!value.is_integer()) {
         faultAt(value, key.name, "must be a whole number");
         return 0;
@@ -190,7 +238,7 @@ std::int64_t Fields::integer(Key const& key, toml::node const& value) const {
     return inRange(key, value, static_cast<double>(number)) ? number : 0;
 }
 
-double Fields::number(Key const& key, toml::node const& value) const {
+double Fields::numberOf(Key const& key, toml::node const& value) const {
     if (!value.is_number()) {
         faultAt(value, key.name, "must be a number");
         return key.least;
@@ -212,7 +260,7 @@ void Fields::add(toml::source_region const& source, std::string_view name, std::
     std::string field(mPath);
     if (!field.empty()) field += '.';
     field += name.empty() ? inQuotes(name) : name;
-    mFaults.push_back({lineOf(source), std::move(field), std::move(message)});
+    mFaults.push_back({lineOf(source), std::move(field), std::move(message), fileOf(source)});
 }
 
 }  // namespace zeqcam::tool

@@ -19,6 +19,8 @@ class Names {
     // False where another sensor has that name already.
     bool addSensor(std::string name, int id) { return mSensorsByName.emplace(std::move(name), id).second; }
     void addId(int id) { mIds.insert(id); }
+    bool addSupply(std::string const& name) { return mSupplies.insert(name).second; }
+    [[nodiscard]] bool hasSupply(std::string const& name) const { return mSupplies.contains(name); }
     bool addController(std::string const& name) { return mControllers.insert(name).second; }
     [[nodiscard]] bool hasController(std::string const& name) const { return mControllers.contains(name); }
 
@@ -40,6 +42,7 @@ class Names {
     bool mAllNamed = true;
     std::set<int> mIds;
     std::map<std::string, int, std::less<>> mSensorsByName;
+    std::set<std::string> mSupplies;
     std::set<std::string> mControllers;
     std::set<std::string> mClients;
 };

@@ -3,6 +3,7 @@
 #include <zeqcam/board/Board.h>
 
 #include <chrono>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -50,9 +51,26 @@ struct Destroy {
     static constexpr std::string_view kKey = "destroy";
 };
 
+// Gives a signal to all clients who await it.
+struct Signal {
+    static constexpr std::string_view kKey = "signal";
+    std::string name;
+};
+
+// Waits until the signal was given as often as this client has awaited it, this time included.
+struct Await {
+    static constexpr std::string_view kKey = "await";
+    std::string name;
+};
+
+struct Change {
+    static constexpr std::string_view kKey = "change";
+    std::function<void(board::Settings&)> edit;
+};
+
 struct Step {
     int line = 0;
-    std::variant<PowerOn, PowerOff, Status, Powered, Sleep, Wait, Destroy> action;
+    std::variant<PowerOn, PowerOff, Status, Powered, Sleep, Wait, Destroy, Signal, Await, Change> action;
     // What the file expects of the step besides what stands in the action.
     std::optional<std::chrono::microseconds> within;
     std::optional<std::vector<int>> failed;  // the sensors that must fail, no others; none: no sensor
@@ -69,10 +87,12 @@ struct Controller {
     std::vector<int> sensors;
 };
 
+constexpr int kMostStepsOfClient = 100000;
+
 struct Client {
     std::string name;
     std::string controller;
-    std::vector<Step> steps;
+    std::vector<Step> steps;  // what is repeated stands here that often
 };
 
 struct Scenario {

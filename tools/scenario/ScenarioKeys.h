@@ -11,7 +11,9 @@ enum class Type : std::uint8_t {
     Integer,
     Integers,  // a list
     Number,    // whole or with a fraction
+    Time,      // a number, or a list of the least and the most
     Text,
+    Texts,    // one, or a list
     Choice,   // one of some words
     Sensors,  // a list of sensor ids and names
     Table,
@@ -29,6 +31,7 @@ struct Key {
     double most = 0;
     std::string_view unit = {};  // of a number; the words of a choice
     std::string_view says = {};  // what it means, as the page and an editor tell it
+    bool changes = false;        // a `change` can name it
 
     // Not a number is in no range.
     [[nodiscard]] constexpr bool holds(double number) const { return number >= least && number <= most; }

@@ -4,71 +4,88 @@
 #include "scenario/ClientReader.h"
 #include "scenario/Fields.h"
 #include "scenario/Names.h"
+#include "scenario/Sources.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <memory>
 #include <utility>
+#include <vector>
 
 namespace zeqcam::tool {
 namespace {
 
-// Far beyond any scenario, and a bound on devices that never end.
-constexpr std::size_t kLargestFile = 1 << 20;
+// The tables of each sensor: what one file says of a sensor stands before what a file that it includes says
+// of the same. A sensor that one file defines twice is two.
+std::vector<Tables> bySensor(Tables const& tables) {
+    std::vector<Tables> sensors;
+    for (auto const* const table : tables) {
+        auto const* const id = table->get("id");
+        auto const isSame = [&](Tables const& sensor) {
+            auto const* const other = sensor.front()->get("id");
+            return id && other && id->is_integer() && other->is_integer() &&
+                   id->as_integer()->get() == other->as_integer()->get() &&
+                   fileOf(sensor.back()->source()) != fileOf(table->source());
+        };
+        auto const same = std::find_if(sensors.begin(), sensors.end(), isSame);
+        if (same == sensors.end()) {
+            sensors.push_back({table});
+        } else {
+            same->push_back(table);
+        }
+    }
+    return sensors;
+}
 
-Reading readTables(toml::table const& file) {
-    Reading reading;
-    auto& [scenario, faults] = reading;
+void readTables(Tables const& files, Reading& reading) {
+    auto& [scenario, faults, included] = reading;
     Names names;
-    Fields const fields("", file, faults);
+    Fields const fields("", files, faults);
     auto const sensors = fields.tables("sensor");
     auto const controllers = fields.tables("controller");
     if (sensors.empty() || controllers.empty()) names.lack();
-    readBoard(fields.inner("board", fields.table("board")), scenario.settings);
-    for (auto const* const table : sensors)
-        readSensor(fields.inner("sensor", *table), scenario.settings, names);
+    readBoard(fields.inner("board", fields.layers("board")))(scenario.settings);
+    for (auto const* const table : fields.tables("supply"))
+        readSupply(fields.inner("supply", *table), scenario.settings, names);
+    for (auto const& tables : bySensor(sensors))
+        readSensor(fields.inner("sensor", tables), scenario.settings, names);
     for (auto const* const table : controllers)
         scenario.controllers.push_back(readController(fields.inner("controller", *table), names));
     for (auto const* const table : fields.tables("client"))
         scenario.clients.push_back(readClient(fields.inner("client", *table), names));
-    std::stable_sort(faults.begin(), faults.end(),
-                     [](Fault const& left, Fault const& right) { return left.line < right.line; });
-    return reading;
 }
 
-struct Close {
-    void operator()(std::FILE* file) const { std::fclose(file); }
-};
-
-Reading unreadable(std::string reason) {
-    return {{}, {{0, "", std::move(reason)}}};
+Reading readingOf(Sources& sources, Reading reading) {
+    if (reading.faults.empty()) readTables(sources.tables(), reading);
+    auto const& files = sources.names();
+    auto const placeOf = [&](Fault const& fault) {
+        return std::pair(std::find(files.begin(), files.end(), fault.file), fault.line);
+    };
+    std::stable_sort(reading.faults.begin(), reading.faults.end(),
+                     [&](Fault const& left, Fault const& right) { return placeOf(left) < placeOf(right); });
+    if (!files.empty()) reading.included.assign(files.begin() + 1, files.end());
+    return reading;
 }
 
 }  // namespace
 
 std::string faultText(Fault const& fault, std::string_view file) {
-    std::string text(file);
+    std::string text(fault.file.empty() ? file : fault.file);
     if (fault.line > 0) text += ':' + std::to_string(fault.line);
     if (!fault.field.empty()) text += ": " + fault.field;
     return text + ": " + fault.message;
 }
 
 Reading readScenario(std::string_view text) {
-    toml::parse_result const parsed = toml::parse(text);
-    if (parsed) return readTables(parsed.table());
-    return {{}, {{lineOf(parsed.error().source()), "syntax", std::string(parsed.error().description())}}};
+    Reading reading;
+    Sources sources(reading.faults);
+    sources.readText(text);
+    return readingOf(sources, std::move(reading));
 }
 
 Reading readScenarioFile(std::string const& path) {
-    std::unique_ptr<std::FILE, Close> const file(std::fopen(path.c_str(), "rbe"));
-    if (!file) return unreadable(std::string("cannot be read: ") + std::strerror(errno));
-    std::string text(kLargestFile + 1, '\0');
-    text.resize(std::fread(text.data(), 1, text.size(), file.get()));
-    if (std::ferror(file.get())) return unreadable(std::string("cannot be read: ") + std::strerror(errno));
-    if (text.size() > kLargestFile) return unreadable("cannot be read: larger than 1 MiB");
-    return readScenario(text);
+    Reading reading;
+    Sources sources(reading.faults);
+    sources.readFile(path);
+    return readingOf(sources, std::move(reading));
 }
 
 }  // namespace zeqcam::tool

@@ -1,3 +1,4 @@
+#include "scenario/BoardReader.h"
 #include "scenario/ClientReader.h"
 
 #include <algorithm>
@@ -25,16 +26,16 @@ constexpr std::array<ExpectationKey, 4> kExpectations{{
     {"within_ms", {PowerOn::kKey, PowerOff::kKey, Wait::kKey}},
 }};
 
-bool isExpectation(std::string_view key) {
-    return std::any_of(kExpectations.begin(), kExpectations.end(),
-                       [key](ExpectationKey const& each) { return each.name == key; });
+bool isBesides(std::string_view key) {
+    return key == "steps" || std::any_of(kExpectations.begin(), kExpectations.end(),
+                                         [key](ExpectationKey const& each) { return each.name == key; });
 }
 
 // Empty when the step holds none, or more than one.
 std::string_view actionOf(Fields const& step) {
     std::string_view action;
     for (Key const& key : scenarioKeys()) {
-        if (key.table != "client.steps" || isExpectation(key.name) || !step.has(key.name)) continue;
+        if (key.table != "client.steps" || isBesides(key.name) || !step.has(key.name)) continue;
         if (!action.empty()) return {};
         action = key.name;
     }
@@ -78,12 +79,44 @@ PowerOn powerOn(Fields const& step, Names const& names) {
             step.has("expect") ? std::optional(step.boolean("expect")) : std::nullopt};
 }
 
+// What the step changes of each sensor that it names.
+Change change(Fields const& step, Names const& names) {
+    std::map<int, Edit<board::Sensor>> edits;
+    for (auto&& [name, value] : step.table("change")) {
+        auto const sensor = names.sensorOfKey(name.str());
+        if (!sensor) names.unknown(step, value, "change", "no sensor is " + inQuotes(name.str()));
+        if (!value.is_table()) {
+            step.faultAt(value, "change", "each sensor must be a table");
+            continue;
+        }
+        auto edit = readSensorChange(step.inner("sensor", *value.as_table(), Says::Changes), names);
+        if (sensor && !edits.emplace(*sensor, std::move(edit)).second)
+            step.faultAt(value, "change", "names the sensor " + inQuotes(name.str()) + " twice");
+    }
+    return {[edits](board::Settings& settings) {
+        for (auto const& [sensor, edit] : edits) edit(settings.sensors.at(sensor));
+    }};
+}
+
+Change changeBoard(Fields const& step) {
+    Fields const fields = step.inner("board", step.table("change_board"), Says::Changes);
+    auto const* const queue = fields.node("queue");
+    // A queue is there or not from the begin of its controller on.
+    if (queue && queue->value_or(std::string_view()) == "missing")
+        fields.fault("queue", "cannot be changed to \"missing\": the queues are made by then");
+    return {readBoard(fields)};
+}
+
 decltype(Step::action) readAction(Fields const& fields, std::string_view action, Names const& names) {
     if (action == PowerOn::kKey) return powerOn(fields, names);
     if (action == PowerOff::kKey) return PowerOff{names.sensors(fields, action)};
     if (action == Status::kKey) return Status{expectedStates(fields, action, names)};
     if (action == Powered::kKey) return Powered{expectedStates(fields, action, names)};
     if (action == Sleep::kKey) return Sleep{fields.time(action)};
+    if (action == Signal::kKey) return Signal{fields.text(action)};
+    if (action == Await::kKey) return Await{fields.text(action)};
+    if (action == Change::kKey) return change(fields, names);
+    if (action == "change_board") return changeBoard(fields);
     mustBeTrue(fields, action);
     if (action == Destroy::kKey) return Destroy{};
     return Wait{};
@@ -101,13 +134,36 @@ Step readStep(Fields const& fields, int line, Names const& names) {
     return step;
 }
 
+void addRepeated(Fields const& fields, Names const& names, std::vector<Step>& steps) {
+    if (actionOf(fields) != "repeat") fields.fault("must hold exactly one action");
+    Step none;
+    readExpectations(fields, "repeat", names, none);
+    auto const times = static_cast<std::size_t>(fields.integer("repeat"));
+    std::vector<Step> const once = readSteps(fields, names);
+    auto const most = static_cast<std::size_t>(kMostStepsOfClient);
+    // One more than may be is enough to be refused.
+    for (std::size_t i = 0; i < times && steps.size() <= most; ++i)
+        steps.insert(steps.end(), once.begin(), once.end());
+}
+
 }  // namespace
 
 std::vector<Step> readSteps(Fields const& fields, Names const& names) {
     std::vector<Step> steps;
     for (auto const* const table : fields.tables("steps")) {
         Fields const step = fields.inner("client.steps", *table);
-        steps.push_back(readStep(step, lineOf(table->source()), names));
+        bool const isRepeat = step.has("repeat");
+        if (step.has("steps") != isRepeat) {
+            step.fault("repeat and steps belong together");
+        } else if (isRepeat) {
+            addRepeated(step, names, steps);
+        } else {
+            steps.push_back(readStep(step, lineOf(table->source()), names));
+        }
+        if (steps.size() > static_cast<std::size_t>(kMostStepsOfClient)) {
+            step.fault("the client has more than " + std::to_string(kMostStepsOfClient) + " steps by here");
+            return {};
+        }
     }
     return steps;
 }
