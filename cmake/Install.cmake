@@ -64,6 +64,7 @@ if(TARGET zeqcam-power)
     DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT tool)
   install(FILES schemas/results.schema.json
     DESTINATION ${CMAKE_INSTALL_DATADIR}/zeqcam-power/schemas COMPONENT tool)
-  install(FILES examples/phone.toml
-    DESTINATION ${CMAKE_INSTALL_DATADIR}/zeqcam-power/examples COMPONENT tool)
+  install(DIRECTORY examples/
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/zeqcam-power/examples COMPONENT tool
+    FILES_MATCHING PATTERN *.toml PATTERN consumer EXCLUDE)
 endif()
