@@ -67,4 +67,6 @@ if(TARGET zeqcam-power)
   install(DIRECTORY examples/
     DESTINATION ${CMAKE_INSTALL_DATADIR}/zeqcam-power/examples COMPONENT tool
     FILES_MATCHING PATTERN *.toml PATTERN consumer EXCLUDE)
+  install(FILES docs/scenario.schema.json
+    DESTINATION ${CMAKE_INSTALL_DATADIR}/zeqcam-power COMPONENT tool)
 endif()

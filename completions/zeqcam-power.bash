@@ -2,7 +2,7 @@
 _zeqcam_power() {
   local word=${COMP_WORDS[COMP_CWORD]} before=${COMP_WORDS[COMP_CWORD - 1]} each command=
   for each in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
-    case $each in run | explore | check | rules) command=$each && break ;; esac
+    case $each in run | explore | check | rules | schema) command=$each && break ;; esac
   done
   compopt -o filenames 2>/dev/null
   case $command:$before in
@@ -12,12 +12,12 @@ _zeqcam_power() {
       ;;
     run:--trace | run:--svg) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
     *)
-      local words='run explore check rules --help --version'
+      local words='run explore check rules schema --help --version'
       [ "$command" = run ] && words='--trace --svg --ftrace --json --verbose --quiet --seed --timeout --simulate --schedule --allow --strict --client --sensor --from
         --to --width --full --help'
       [ "$command" = explore ] && words='--preemptions --schedules --seconds --help'
-      [[ $command == check || $command == rules ]] && words='--help'
-      if [[ -z $command || $word == -* ]]; then
+      [[ $command == check || $command == rules || $command == schema ]] && words='--help'
+      if [[ -z $command || $command == schema || $command == rules || $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")
       else
         mapfile -t COMPREPLY < <(compgen -d -- "$word"; compgen -f -X '!*.toml' -- "$word")

@@ -1,7 +1,7 @@
 # Completion of zeqcam-power in fish.
 set -l run '__fish_seen_subcommand_from run'
 set -l explore '__fish_seen_subcommand_from explore'
-set -l command '__fish_seen_subcommand_from run explore check rules'
+set -l command '__fish_seen_subcommand_from run explore check rules schema'
 complete -c zeqcam-power -f
 complete -c zeqcam-power -s h -l help -d 'Print the options'
 complete -c zeqcam-power -n "not $command" -l version -d 'Print the version'
@@ -9,7 +9,8 @@ complete -c zeqcam-power -n "not $command" -a run -d 'Play a scenario'
 complete -c zeqcam-power -n "not $command" -a explore -d 'Play a scenario in every order of its threads'
 complete -c zeqcam-power -n "not $command" -a rules -d 'List the rules that a run is held against'
 complete -c zeqcam-power -n "not $command" -a check -d 'Tell what is wrong with a scenario'
-complete -c zeqcam-power -n "$command" -a '(__fish_complete_suffix .toml)'
+complete -c zeqcam-power -n "not $command" -a schema -d 'Print the JSON Schema of scenarios'
+complete -c zeqcam-power -n "__fish_seen_subcommand_from run explore check" -a '(__fish_complete_suffix .toml)'
 complete -c zeqcam-power -n "$run" -l trace -r -F -d 'Write the run as a trace'
 complete -c zeqcam-power -n "$run" -l svg -r -F -d 'Write the timeline as a picture'
 complete -c zeqcam-power -n "$run" -l client -x -d 'Show this client only'

@@ -1,5 +1,6 @@
 #include "scenario/ScenarioKeys.h"
 #include "scenario/ScenarioReader.h"
+#include "scenario/ScenarioSchema.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -109,6 +110,13 @@ TEST(ScenarioPage, TellsOfEachKeyWhatTheReaderHoldsAndOfNoOther) {
     auto const rows = readPage(ZEQCAM_SCENARIO_PAGE).rows;
     EXPECT_THAT(without(keys, rows), testing::IsEmpty()) << "of the reader, not told so on the page";
     EXPECT_THAT(without(rows, keys), testing::IsEmpty()) << "on the page, not so for the reader";
+}
+
+TEST(ScenarioSchema, StandsInTheFilesForEditorsAsTheKeysSayIt) {
+    std::ostringstream expected, found;
+    writeScenarioSchema(expected);
+    found << std::ifstream(ZEQCAM_SCENARIO_SCHEMA).rdbuf();
+    EXPECT_EQ(found.str(), expected.str()) << "zeqcam-power schema > docs/scenario.schema.json";
 }
 
 TEST(ScenarioPage, HasExamplesThatTogetherAreAScenario) {

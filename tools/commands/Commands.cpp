@@ -3,6 +3,7 @@
 #include "commands/ExploreCommand.h"
 #include "commands/RulesCommand.h"
 #include "commands/RunCommand.h"
+#include "commands/SchemaCommand.h"
 #include "text/Printable.h"
 
 #include <array>
@@ -16,6 +17,7 @@ constexpr std::array kCommands{
     Command{"explore", "Run a scenario in every order in which its threads can meet.", addExplore},
     Command{"check", "Read a scenario and tell all that is wrong with it; run nothing.", addCheck},
     Command{"rules", "List the rules that a run is held against.", addRules},
+    Command{"schema", "Print the JSON Schema of scenario files, for editors.", addSchema},
 };
 
 }  // namespace
