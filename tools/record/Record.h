@@ -119,8 +119,8 @@ std::string_view nameOf(RequestKind kind);
 // Other where nothing else has that name.
 RequestKind requestKindOf(std::string_view name);
 
-// What a client did: a call on its controller, a look at the board, or a sleep. All sleeps of a run are here
-// that had not ended.
+// What a client did: a call on its controller, a look at the board, a sleep, or what its name says. Of what
+// does not come to the library, a sleep or the wait for a signal, a run holds what had not ended.
 struct Request {
     RequestKind kind = RequestKind::Other;
     TextId name = TextId::Empty;              // as people read it
