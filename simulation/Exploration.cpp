@@ -45,7 +45,7 @@ struct Running {
     bool isFull = false;
     std::vector<Trail::Branch> branches;
     std::vector<Trail::Alternative> alternatives;
-    std::vector<std::uint64_t> contested;
+    std::vector<void const*> contested;
 
     void keep(Trail const& trail) {
         result = trail.result(turns);
@@ -269,7 +269,7 @@ class Search {
     Clock::time_point mTold{};
 
     SharedMemory<Contested> const mContested;
-    std::vector<std::uint64_t> mNewlyContested;
+    std::vector<void const*> mNewlyContested;
     std::uint64_t mSinceNew = 0;
     std::vector<std::unique_ptr<Worker>> mWorkers;
     std::vector<Worker*> mFree;

@@ -61,46 +61,34 @@ void Order::takes(Thread& thread, Time now) {
     }
     // Nobody can join before the end: that meeting is never open.
     if (step.object != nullptr) {
-        past.hash = meets(thread, objectOf(thread, step.object), step.access, step.target != nullptr);
+        past.hash = meets(thread, step.object, step.access, step.target != nullptr);
     }
     if (step.lock != nullptr && step.lock != step.object) {
-        past.hash = meets(thread, objectOf(thread, step.lock), Access::Write, false);
+        past.hash = meets(thread, step.lock, Access::Write, false);
     }
     mState += mix(past.hash);
 }
 
 bool Order::isContested(Thread const& thread) const {
     Step const& step = thread.step;
-    if (step.target != nullptr) return false;
-    return (step.object != nullptr && isKnown(idOf(thread, step.object))) ||
-           (step.lock != nullptr && isKnown(idOf(thread, step.lock)));
+    return step.target == nullptr && (isKnown(step.object) || isKnown(step.lock));
 }
 
-bool Order::isKnown(std::uint64_t id) const {
-    return std::binary_search(mContested.begin(), mContested.end(), id);
-}
-
-std::uint64_t Order::idOf(Thread const& thread, void const* address) const {
-    auto const found = mObjects.find(address);
-    return found != mObjects.end() ? found->second.id : mix(thread.identity, thread.past.objects + 1);
-}
-
-Order::Object& Order::objectOf(Thread& thread, void const* address) {
-    Object& object = mObjects[address];
-    if (object.id == 0) object.id = object.hash = mix(thread.identity, ++thread.past.objects);
-    return object;
+bool Order::isKnown(void const* address) const {
+    return std::binary_search(mContested.begin(), mContested.end(), address);
 }
 
 // Returns the thread's new hash.
-std::uint64_t Order::meets(Thread& thread, Object& object, Access access, bool isOrdered) {
+std::uint64_t Order::meets(Thread& thread, void const* address, Access access, bool isOrdered) {
+    Object& object = mObjects[address];
     auto const own = static_cast<std::size_t>(thread.number);
     Past& past = thread.past;
     bool const writes = access == Access::Write;
     bool const isOpen =
         hasUnseen(object.lastWrites, thread) || (writes && hasUnseen(object.lastReads, thread));
-    if (isOpen && !isOrdered && !isKnown(object.id) &&
-        std::find(mNew.begin(), mNew.end(), object.id) == mNew.end()) {
-        mNew.push_back(object.id);
+    if (isOpen && !isOrdered && !isKnown(address) &&
+        std::find(mNew.begin(), mNew.end(), address) == mNew.end()) {
+        mNew.push_back(address);
     }
     join(past.clock, object.written);
     if (writes) {

@@ -25,7 +25,7 @@ bool meet(Step const& one, Step const& other);
 class Order final : public Observer {
   public:
     // `contested` are the objects known from earlier runs, sorted.
-    explicit Order(std::span<std::uint64_t const> contested) : mContested(contested) {}
+    explicit Order(std::span<void const* const> contested) : mContested(contested) {}
 
     void started(Thread* parent, Thread& thread) override;
     void takes(Thread& thread, Time now) override;
@@ -35,13 +35,12 @@ class Order final : public Observer {
     // Whether the thread stands before a point at a contested object.
     [[nodiscard]] bool isContested(Thread const& thread) const;
     // Those that were not known.
-    [[nodiscard]] OwnVector<std::uint64_t> const& newlyContested() const { return mNew; }
+    [[nodiscard]] OwnVector<void const*> const& newlyContested() const { return mNew; }
 
   private:
     using Clock = OwnVector<std::uint32_t>;
 
     struct Object {
-        std::uint64_t id = 0;  // made of who touched it first and when: the same in any order
         std::uint64_t hash = 0;
         std::uint64_t readers = 0;  // hashes of reads since the last write, in any order
         Clock written;              // what the writers had seen
@@ -50,14 +49,12 @@ class Order final : public Observer {
         Clock lastReads;
     };
 
-    Object& objectOf(Thread& thread, void const* address);
-    [[nodiscard]] bool isKnown(std::uint64_t id) const;
-    [[nodiscard]] std::uint64_t idOf(Thread const& thread, void const* address) const;
-    std::uint64_t meets(Thread& thread, Object& object, Access access, bool isOrdered);
+    [[nodiscard]] bool isKnown(void const* address) const;
+    std::uint64_t meets(Thread& thread, void const* address, Access access, bool isOrdered);
 
-    std::span<std::uint64_t const> const mContested;
+    std::span<void const* const> const mContested;
     OwnMap<void const*, Object> mObjects;
-    OwnVector<std::uint64_t> mNew;
+    OwnVector<void const*> mNew;
     std::uint64_t mState = 0;
 };
 

@@ -48,7 +48,6 @@ struct Step {
 struct Past {
     OwnVector<std::uint32_t> clock;  // of each thread the last step that it has seen
     std::uint64_t hash = 0;          // of all that has led to where it is
-    std::uint64_t objects = 0;       // that it was the first to touch
 };
 
 // A thread that a simulation has started. All but `turn`, `shows` and `leaves` belongs to whoever has the

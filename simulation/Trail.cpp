@@ -26,7 +26,7 @@ void Trail::keep(Result const& result) {
     isDone = true;
 }
 
-void Trail::addContested(std::span<std::uint64_t const> objects) {
+void Trail::addContested(std::span<void const* const> objects) {
     isFull = isFull || objects.size() > contested.size();
     contestedCount = static_cast<std::uint32_t>(std::min(objects.size(), contested.size()));
     std::copy_n(objects.begin(), contestedCount, contested.begin());

@@ -46,12 +46,12 @@ struct Trail {
     std::uint32_t reportLength;
     std::array<Branch, kMostBranches> branches;
     std::array<Alternative, kMostAlternatives> alternatives;
-    std::array<std::uint64_t, kMostContested> contested;
+    std::array<void const*, kMostContested> contested;
     std::array<char, kMostText> report;
 
     void clear();
     void keep(Result const& result);
-    void addContested(std::span<std::uint64_t const> objects);
+    void addContested(std::span<void const* const> objects);
     [[nodiscard]] Result result(GivenTurns const& turns) const;
 };
 

@@ -55,14 +55,14 @@ bool writeByte(int descriptor) {
 
 }  // namespace
 
-bool Contested::add(std::span<std::uint64_t const> more) {
-    for (std::uint64_t const id : more) {
-        auto const known = ids.begin() + static_cast<std::ptrdiff_t>(count);
-        auto const place = std::lower_bound(ids.begin(), known, id);
-        if (place != known && *place == id) continue;
+bool Contested::add(std::span<void const* const> more) {
+    for (void const* const address : more) {
+        auto const known = addresses.begin() + static_cast<std::ptrdiff_t>(count);
+        auto const place = std::lower_bound(addresses.begin(), known, address);
+        if (place != known && *place == address) continue;
         if (count == kMost) return false;
         std::copy_backward(place, known, known + 1);
-        *place = id;
+        *place = address;
         ++count;
     }
     return true;

@@ -43,11 +43,11 @@ struct Contested {
     static constexpr std::size_t kMost = 1 << 16;
 
     std::size_t count;
-    std::array<std::uint64_t, kMost> ids;
+    std::array<void const*, kMost> addresses;
 
-    [[nodiscard]] std::span<std::uint64_t const> all() const { return std::span(ids).first(count); }
+    [[nodiscard]] std::span<void const* const> all() const { return std::span(addresses).first(count); }
     // False when there is no room.
-    bool add(std::span<std::uint64_t const> more);
+    bool add(std::span<void const* const> more);
 };
 
 // A process that runs schedules, each in a process of its own that it forks. It does nothing else: all that
