@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Heap.h"
+
 #include <cstddef>
 #include <cstdlib>
 #include <string>
@@ -8,10 +10,8 @@
 
 namespace zeqcam::simulation {
 
-// What the C library does: the program's own may be kept (see Heap.h).
-void freeOwn(void* memory);
-
-// Memory that no operator new of the program counts or refuses: a point must not fail where there was none.
+// The C library's memory, which no operator new of the program counts or refuses: a point must not fail where
+// there was none, and does not change where the program's memory is.
 template <class Value>
 struct OwnMemory {
     using value_type = Value;
@@ -21,7 +21,7 @@ struct OwnMemory {
     OwnMemory(OwnMemory<Other> const&) {}
 
     Value* allocate(std::size_t count) {
-        void* const memory = std::malloc(count * sizeof(Value));
+        void* const memory = allocateOwn(count * sizeof(Value));
         if (memory == nullptr) std::abort();
         return static_cast<Value*>(memory);
     }

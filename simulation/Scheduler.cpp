@@ -1,5 +1,6 @@
 #include "Scheduler.h"
 
+#include "Heap.h"
 #include "Libc.h"
 #include "Mix.h"
 #include "Stacks.h"
@@ -82,6 +83,7 @@ bool Scheduler::run(std::function<void()> const& body) {
         return nullptr;
     };
 
+    beginRegion();
     gScheduler.store(this);
     pthread_t handle{};
     int const error = start(&handle, nullptr, runBody, &bodyStart);

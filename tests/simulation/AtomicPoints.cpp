@@ -54,4 +54,28 @@ ATOMIC_OF(8)
 ATOMIC_OF(16)
 ATOMIC_OF(32)
 ATOMIC_OF(64)
+
+// Plain memory: threads that use it in turns, ordered by a lock or an atomic, meet at none of these.
+#define ACCESSES(name, access)         \
+    void __tsan_##name(void* object);  \
+    void __tsan_##name(void* object) { \
+        touch(object, access);         \
+    }
+#define ACCESSES_OF(size)                        \
+    ACCESSES(read##size, Access::Read)           \
+    ACCESSES(write##size, Access::Write)         \
+    ACCESSES(unaligned_read##size, Access::Read) \
+    ACCESSES(unaligned_write##size, Access::Write)
+
+ACCESSES_OF(1)
+ACCESSES_OF(2)
+ACCESSES_OF(4)
+ACCESSES_OF(8)
+ACCESSES_OF(16)
+ACCESSES(vptr_read, Access::Read)
+
+void __tsan_vptr_update(void** object, void* value);
+void __tsan_vptr_update(void** object, void*) {
+    touch(object, Access::Write);
+}
 }
