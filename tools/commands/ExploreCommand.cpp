@@ -103,7 +103,7 @@ void show(Scenario const& scenario, Options const& options, simulation::Explorat
     std::cerr << failure.report << (failure.report.ends_with('\n') ? "" : "\n");
     SimulatedRun run = simulate(scenario, failure.schedule, {});
     run.record.files = {options.file};
-    Presentation presentation = presentationOn(STDOUT_FILENO);
+    Presentation presentation = presentationOn(STDOUT_FILENO, {});
     presentation.title = std::filesystem::path(options.file).filename();
     writeTerminalTimeline(run.record, presentation, std::cout);
     writeReport(run.record, presentation, std::cout);
@@ -113,7 +113,7 @@ void show(Scenario const& scenario, Options const& options, simulation::Explorat
 }
 
 int explore(Options const& options) {
-    auto const [scenario, faults] = readScenarioFile(options.file);
+    auto const [scenario, faults, files] = readScenarioFile(options.file);
     if (!faults.empty()) {
         complain(faultText(faults.front(), options.file));
         return kWrongInput;
