@@ -1,9 +1,8 @@
 #include "Heap.h"
 
+#include "Libc.h"
 #include "Thread.h"
 
-#include <dlfcn.h>
-#include <malloc.h>
 #include <sys/mman.h>
 
 #include <algorithm>
@@ -212,7 +211,5 @@ TAKES_PLACE int posix_memalign(void** memory, std::size_t alignment, std::size_t
 }
 
 TAKES_PLACE std::size_t malloc_usable_size(void* memory) noexcept {
-    static auto const real =
-        reinterpret_cast<decltype(&malloc_usable_size)>(dlsym(RTLD_NEXT, "malloc_usable_size"));
-    return isOfRegion(memory) ? headerOf(memory).size : real(memory);
+    return isOfRegion(memory) ? headerOf(memory).size : libc().malloc_usable_size(memory);
 }

@@ -4,6 +4,7 @@
 #include <linux/futex.h>
 #include <sys/syscall.h>
 
+#include <atomic>
 #include <climits>
 #include <cstdlib>
 
@@ -21,6 +22,7 @@ Libc findAll() {
 #define FIND(name) find(found.name, #name)
     FIND(pthread_create);
     FIND(pthread_join);
+    FIND(pthread_detach);
     FIND(pthread_once);
     FIND(pthread_mutex_lock);
     FIND(pthread_mutex_trylock);
@@ -65,15 +67,24 @@ Libc findAll() {
     FIND(open);
     FIND(close);
     FIND(write);
+    FIND(malloc_usable_size);
 #undef FIND
     return found;
 }
 
+constinit Libc gFound{};
+constinit std::atomic<bool> gIsFound{false};
+
 }  // namespace
 
+// No static of the function: what guards those may take a lock, which asks for this. The first call comes
+// while the process has one thread.
 Libc const& libc() {
-    static Libc const found = findAll();
-    return found;
+    if (!gIsFound.load(std::memory_order_acquire)) {
+        gFound = findAll();
+        gIsFound.store(true, std::memory_order_release);
+    }
+    return gFound;
 }
 
 void waitOnWord(void const* word, int value, timespec const* timeout) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <malloc.h>
 #include <pthread.h>
 #include <sched.h>
 #include <semaphore.h>
@@ -14,6 +15,7 @@ namespace zeqcam::simulation {
 struct Libc {
     decltype(&::pthread_create) pthread_create;
     decltype(&::pthread_join) pthread_join;
+    decltype(&::pthread_detach) pthread_detach;
     decltype(&::pthread_once) pthread_once;
     decltype(&::pthread_mutex_lock) pthread_mutex_lock;
     decltype(&::pthread_mutex_trylock) pthread_mutex_trylock;
@@ -58,6 +60,7 @@ struct Libc {
     int (*open)(char const*, int, ...);
     decltype(&::close) close;
     decltype(&::write) write;
+    decltype(&::malloc_usable_size) malloc_usable_size;
 };
 
 // Found at the first call. Cheap from then on.

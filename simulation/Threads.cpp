@@ -2,8 +2,6 @@
 #include "Libc.h"
 #include "Turn.h"
 
-#include <dlfcn.h>
-
 #include <cerrno>
 #include <optional>
 
@@ -48,9 +46,8 @@ TAKES_PLACE int pthread_join(pthread_t handle, void** result) {
 }
 
 TAKES_PLACE int pthread_detach(pthread_t handle) noexcept {
-    static auto const real = reinterpret_cast<decltype(&pthread_detach)>(dlsym(RTLD_NEXT, "pthread_detach"));
     if (self() != nullptr) scheduler()->forget(handle);
-    return real(handle);
+    return libc().pthread_detach(handle);
 }
 
 TAKES_PLACE pid_t gettid() noexcept {

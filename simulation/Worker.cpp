@@ -8,6 +8,7 @@
 #include <signal.h>
 #include <string.h>
 #include <sys/prctl.h>
+#include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -41,16 +42,20 @@ std::string howItEnded(int status) {
     return "the process exited with status " + std::to_string(WEXITSTATUS(status));
 }
 
+// The kernel's calls themselves: what other libraries do in their place may be done once in a process, and
+// then every schedule but the first would find it done.
 bool readByte(int descriptor) {
     char byte = 0;
-    ssize_t got = 0;
-    while ((got = read(descriptor, &byte, 1)) < 0 && errno == EINTR) {
+    long got = 0;
+    while ((got = libc().syscall(SYS_read, descriptor, &byte, 1)) < 0 && errno == EINTR) {
     }
     return got == 1;
 }
-
 bool writeByte(int descriptor) {
-    return libc().write(descriptor, "", 1) == 1;
+    return libc().syscall(SYS_write, descriptor, "", 1) == 1;
+}
+void closeDescriptor(int descriptor) {
+    libc().syscall(SYS_close, descriptor);
 }
 
 }  // namespace
@@ -76,16 +81,16 @@ void Worker::start(int cpu) {
     if (both) mProcess = fork();
     if (both && mProcess == 0) {
         prctl(PR_SET_PDEATHSIG, SIGKILL);
-        libc().close(requests[1]);
-        libc().close(replies[0]);
+        closeDescriptor(requests[1]);
+        closeDescriptor(replies[0]);
         stayOn(cpu);
         serve(requests[0], replies[1]);
     }
     int const error = errno;
     mRequests = requests[1];
     mEnd = replies[0];
-    libc().close(requests[0]);
-    libc().close(replies[1]);
+    closeDescriptor(requests[0]);
+    closeDescriptor(replies[1]);
     errno = error;
     if (mProcess < 0) refuse("no process for schedules");
 }
@@ -96,8 +101,8 @@ Worker::~Worker() {
         while (waitpid(mProcess, nullptr, 0) < 0 && errno == EINTR) {
         }
     }
-    libc().close(mRequests);
-    libc().close(mEnd);
+    closeDescriptor(mRequests);
+    closeDescriptor(mEnd);
 }
 
 void Worker::begin(GivenTurns const& turns, bool reduces) {
