@@ -1,7 +1,7 @@
 #pragma once
 
-// What a client's other headers define before they include this library's. A header of ours that uses one of these
-// names, or defines it again, does not compile.
+// What a client's other headers define before they include this library's. A header of ours that uses one of
+// these names, or defines it again, does not compile.
 #define HOSTILE expanded a macro of another library
 
 // Thread-safety annotations, as the compiler's manual shows them.
