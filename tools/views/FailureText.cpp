@@ -53,6 +53,7 @@ std::vector<std::string> failureLines(Record const& record) {
     std::stable_sort(failures.begin(), failures.end(),
                      [](auto const& left, auto const& right) { return left.first < right.first; });
     std::vector<std::string> lines;
+    lines.reserve(failures.size());
     for (auto const& [time, text] : failures) lines.push_back(timeText(time - record.begin) + ": " + text);
     return lines;
 }

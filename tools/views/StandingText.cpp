@@ -71,6 +71,7 @@ std::string doing(Record const& record, std::vector<Standing> const& standings, 
 
 std::vector<std::string> standingLines(Record const& record, std::vector<Standing> const& standings) {
     std::vector<std::string> lines;
+    lines.reserve(standings.size());
     for (Standing const& standing : standings) {
         lines.push_back(fmt::format("{} {}, for {}", clientOf(record, standing.request),
                                     doing(record, standings, standing),

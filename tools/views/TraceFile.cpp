@@ -210,7 +210,7 @@ class Events {
 
 void writeTrace(Record const& record, Presentation const& presentation, std::ostream& out) {
     out << R"({"displayTimeUnit":"ms","traceEvents":[)";
-    Events(record, presentation, out);
+    Events const written(record, presentation, out);
     out << "\n]}\n";
 }
 
