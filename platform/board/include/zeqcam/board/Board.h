@@ -54,6 +54,7 @@ struct TimeRange {
     constexpr TimeRange(std::chrono::microseconds from, std::chrono::microseconds to)
         : least(from), most(to) {}
 
+    /// Whether both ends are the same.
     friend bool operator==(TimeRange const&, TimeRange const&) = default;
 };
 
