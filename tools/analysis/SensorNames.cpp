@@ -35,6 +35,10 @@ std::string sensorWord(Record const& record, int sensor) {
     return title == defaultName(sensor) ? std::to_string(sensor) : title;
 }
 
+std::string sensorPhrase(Record const& record, int sensor) {
+    return "sensor " + record.nameOfSensor(sensor);
+}
+
 SensorLabel sensorLabel(Record const& record, std::string_view traced) {
     for (std::string_view const begin : {"powerOnSensor: ", "powerOff: "}) {
         if (!traced.starts_with(begin)) continue;

@@ -1,6 +1,7 @@
 #include "rules/Clients.h"
 
 #include "analysis/Attribution.h"
+#include "analysis/SensorNames.h"
 
 #include <algorithm>
 #include <cstdint>
@@ -17,10 +18,6 @@ using board::Kind;
 
 std::string clientOf(Record const& record, std::uint32_t client) {
     return std::string(record.textOf(record.clients[client].name));
-}
-
-std::string sensorOf(Record const& record, std::int32_t sensor) {
-    return "sensor " + record.nameOfSensor(sensor);
 }
 
 std::vector<int> const& sensorsOf(Request const& request) {
@@ -65,7 +62,7 @@ std::vector<Breach> sensorsOffUnderAClient(Record const& record) {
                 continue;
             }
             breaches.push_back({clientOf(record, request.client) + " powers " +
-                                    sensorOf(record, *event.sensor) + " off, which " +
+                                    sensorPhrase(record, *event.sensor) + " off, which " +
                                     clientOf(record, other) + " still counts on",
                                 {each->second, index}});
             each = counts.erase(each);  // told once
@@ -91,7 +88,7 @@ std::vector<Breach> powerOffsOfWhatIsNotOn(Record const& record) {
             if (begins && request.kind == RequestKind::PowerOn) asked[key] = *event.request;
             if (request.kind != RequestKind::PowerOff) continue;
             if (begins && known == asked.end()) {
-                breaches.push_back({clientOf(record, request.client) + " powers " + sensorOf(record, sensor) +
+                breaches.push_back({clientOf(record, request.client) + " powers " + sensorPhrase(record, sensor) +
                                         " off, which its controller has not powered on",
                                     {index}});
             }

@@ -1,5 +1,7 @@
 #include "rules/Requests.h"
 
+#include "analysis/SensorNames.h"
+
 #include <algorithm>
 #include <array>
 #include <cstddef>
@@ -20,10 +22,6 @@ using board::Kind;
 constexpr std::string_view kPowerOn = "LogicalDev powerOn";
 constexpr std::string_view kPowerOff = "LogicalDev powerOff";
 constexpr std::string_view kTask = "powerOff: ";
-
-std::string sensorOf(Record const& record, std::int32_t sensor) {
-    return "sensor " + record.nameOfSensor(sensor);
-}
 
 std::string quoted(std::string_view text) {
     return '"' + std::string(text) + '"';
@@ -99,7 +97,7 @@ std::vector<Breach> sensorsWithoutACall(Record const& record) {
         if (event.kind != Kind::ProfileMark || record.textOf(event.text) != "Sensor powerOn -") continue;
         for (auto const& [sensor, made] : own) {
             breaches.push_back(
-                {sensorOf(record, sensor) + " was admitted to a power-on and never called", {made, index}});
+                {sensorPhrase(record, sensor) + " was admitted to a power-on and never called", {made, index}});
         }
         own.clear();
     }
@@ -132,7 +130,7 @@ std::vector<Breach> handlesThatOutliveAPowerOff(Record const& record) {
         for (auto const& [handle, powerOff] : handles) {
             if (!isAlone) break;
             breaches.push_back(
-                {"the handle of " + sensorOf(record, handle.second) + " outlives its power-off",
+                {"the handle of " + sensorPhrase(record, handle.second) + " outlives its power-off",
                  {powerOff, index}});
         }
         handles.clear();
