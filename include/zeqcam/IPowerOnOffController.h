@@ -44,8 +44,8 @@ class ZEQCAM_API IPowerOnOffController {
 
     /// Tells the listeners of every sensor that has a record still, powers it off and releases its handle,
     /// one after another on the calling thread; what a listener throws is lost, and keeps nothing from going
-    /// on. Frees the process-wide power-on lock if a power-on of this
-    /// controller holds it. The caller guarantees that no operation of this controller is running.
+    /// on. Frees the process-wide power-on lock if a power-on of this controller holds it. The caller
+    /// guarantees that no operation of this controller is running.
     virtual ~IPowerOnOffController();
 
     /// Powers on all listed sensors that are off, at once, and returns when the slowest is done and the

@@ -74,6 +74,16 @@ Data const* findRecord(Records const& records, int sensorId) {
     return entry == records.end() ? nullptr : entry->second.get();
 }
 
+// The last one first: it is ready last most often, so that this thread is woken once and not for each. One
+// that stands for nothing is passed over.
+void waitForAll(std::vector<std::shared_future<void>> const& futures) {
+    auto const wait = [](std::shared_future<void> const& future) {
+        if (future.valid()) future.wait();
+    };
+    if (!futures.empty()) wait(futures.back());
+    std::for_each(futures.begin(), futures.end(), wait);
+}
+
 // ---- Performance hints ----
 
 constexpr int kAndroidLogDebug = 3;
@@ -235,7 +245,7 @@ class SensorPowerOnWorkers {
   public:
     explicit SensorPowerOnWorkers(std::size_t count) { mFutures.reserve(count); }
     // No worker outlives the power-on, whichever way that ends: they use what stands on its stack.
-    ~SensorPowerOnWorkers() { waitForAll(); }
+    ~SensorPowerOnWorkers() { waitForAll(mFutures); }
     SensorPowerOnWorkers(SensorPowerOnWorkers const&) = delete;
     SensorPowerOnWorkers& operator=(SensorPowerOnWorkers const&) = delete;
 
@@ -256,17 +266,11 @@ class SensorPowerOnWorkers {
     // Passes on what a worker threw. A sensor that failed to power on is no exception: its worker has
     // reported it.
     void wait() const {
-        waitForAll();
+        waitForAll(mFutures);
         for (auto const& future : mFutures) future.get();
     }
 
   private:
-    // The last one first: it ends last most often, so that this thread is woken once and not for each.
-    void waitForAll() const {
-        if (!mFutures.empty()) mFutures.back().wait();
-        for (auto const& future : mFutures) future.wait();
-    }
-
     std::vector<std::shared_future<void>> mFutures;  // in the order of the request
 };
 
@@ -586,10 +590,7 @@ void PowerOnOffController::powerOff(std::vector<int> sensorIds) {
 
     // Nothing from the first post to the last wait throws: no task is left to a queue that this call does not
     // wait for. What the queue has not run by then, since there is none or it dropped the task, runs here.
-    if (queued.back().valid()) queued.back().wait();  // ready last: this thread is woken once, not for each
-    for (auto const& future : queued) {
-        if (future.valid()) future.wait();
-    }
+    waitForAll(queued);
     for (auto const& task : tasks) {
         if (!task->claim()) continue;
         if (onQueue) {

@@ -20,8 +20,8 @@ class SharedDescriptor {
     // just found it may look at it whatever has become of it.
     struct Opening {
         int descriptor = -1;
-        std::atomic<unsigned> shares{
-            0};  // of its users, and one for as long as it is not forgotten; 0: closed
+        // Of its users, and one for as long as it is not forgotten. None: it is closed.
+        std::atomic<unsigned> shares{0};
         Opening* next = nullptr;
 
         // False when it is closed.
