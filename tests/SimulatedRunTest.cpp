@@ -2,6 +2,9 @@
 #include "run/SimulatedRun.h"
 #include "scenario/ScenarioReader.h"
 #include "text/Addresses.h"
+#include "views/ResultFile.h"
+#include "views/SvgTimeline.h"
+#include "views/TerminalTimeline.h"
 #include "views/TraceFile.h"
 
 #include <gmock/gmock.h>
@@ -60,6 +63,19 @@ TEST(SimulatedRun, TakesItsTimesFromTheVirtualClock) {
     EXPECT_EQ(record.clock, ClockKind::Virtual);
     EXPECT_FALSE(record.cutOff);
     EXPECT_EQ(record.end - record.begin, 1min);
+}
+
+TEST(SimulatedRun, IsToldWithItsClockInEveryView) {
+    Record record = simulate(clientsWith(kOnOff, kOnOff), std::uint64_t{1}, {}).record;
+    record.files = {"phone.toml"};
+    for (ClockKind const clock : {ClockKind::Virtual, ClockKind::Monotonic}) {
+        record.clock = clock;
+        for (auto* const view : {writeTerminalTimeline, writeSvg, writeTrace, writeResult}) {
+            std::ostringstream text;
+            view(record, {}, text);
+            EXPECT_THAT(text.str(), HasSubstr(nameOf(clock)));
+        }
+    }
 }
 
 TEST(SimulatedRun, IsCutOffAtALimitAndLeavesNothing) {

@@ -275,7 +275,7 @@ TEST(TextWidth, CutsAtTheColumnsThatATerminalGives) {
 
 TEST(TerminalTimeline, DrawsBarsToScale) {
     EXPECT_EQ('\n' + shown(writeTerminalTimeline, recordOf(aRun()), {.columns = 68}), R"(
-                0 ms                     50 ms
+monotonic clock 0 ms                     50 ms
                 +------------------------+------------------------+-
 app             [power on 0 3---]   [off~]    [power on 3-------->
                  [-------------] LogicalDev powerOn

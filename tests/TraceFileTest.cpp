@@ -100,7 +100,7 @@ TEST(TraceFile, LeadsFromRequestsToTheirWorkersAndTellsSensorsByName) {
     EXPECT_EQ(arrows, "unlock > tele worker, app > tele worker #2, app > queue, ");
     EXPECT_EQ(begun.at("power off tele").dump(), R"({"result":"done","sensors":["tele"]})");
     EXPECT_EQ(begun.at("tele on").dump(), R"({"sensor":"tele"})");
-    EXPECT_EQ(labels, "began 2025-11-23T05:16:38.315Z");
+    EXPECT_EQ(labels, "monotonic clock, began 2025-11-23T05:16:38.315Z");
     EXPECT_THAT(counts, testing::HasSubstr(R"({"clients":2,"on":1})"));
 }
 

@@ -170,6 +170,7 @@ void writeResult(Record const& record, Presentation const& presentation, std::os
                               {"seed", record.seed ? ordered_json(*record.seed) : ordered_json()},
                               {"verdict", nameOf(verdictOn(record, strictness))},
                               {"cut_off", record.cutOff ? ordered_json(*record.cutOff) : ordered_json()},
+                              {"clock", nameOf(record.clock)},
                               {"duration_ms", milliseconds(record.end - record.begin)},
                               {"expectations", record.expectations.size()},
                               {"unmet", unmetOf(record)},

@@ -11,6 +11,8 @@
 
 #include <embedded/timeline.css.h>
 
+#include <fmt/format.h>
+
 #include <algorithm>
 #include <array>
 #include <functional>
@@ -231,7 +233,7 @@ class Picture {
     [[nodiscard]] std::string ground(double height) const {
         constexpr double kBaseline = 34;
         constexpr double kTitleCharacter = 10;
-        constexpr double kRoomForTitle = kWidth - 2 * kMargin - 120;
+        constexpr double kRoomForTitle = kWidth - 2 * kMargin - 220;
         Canvas canvas;
         canvas << R"(<svg xmlns="http://www.w3.org/2000/svg" width=")" << kWidth << R"(" height=")" << height
                << R"(" viewBox="0 0 )" << kWidth << ' ' << height << "\" role=\"img\">\n<title>"
@@ -242,8 +244,9 @@ class Picture {
         canvas.rect(0.5, 0.5, kWidth - 1, height - 1, R"(rx="8" class="ground")");
         canvas.text(kMargin + 8, kBaseline, R"(class="title")",
                     shortened(printable(mTitle), static_cast<int>(kRoomForTitle / kTitleCharacter), "…"));
-        canvas.text(kRight, kBaseline, R"(class="muted" text-anchor="end")",
-                    timeText(mTimeline.end - mTimeline.begin));
+        canvas.text(
+            kRight, kBaseline, R"(class="muted" text-anchor="end")",
+            fmt::format("{}, {} clock", timeText(mTimeline.end - mTimeline.begin), nameOf(mRecord.clock)));
         return canvas.str();
     }
 

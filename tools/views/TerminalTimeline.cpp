@@ -265,11 +265,15 @@ class Picture {
         ++mLines;
     }
 
+    // What the labels count.
+    [[nodiscard]] std::string clockText() const { return std::string(nameOf(mRecord.clock)) + " clock"; }
+
     // The labels stand away from the rows.
     void addAxis(bool above) {
         constexpr int kCellsForATick = 12;
         Line labels(mColumns);
         Line ruler(mColumns);
+        labels.put(0, shortened(clockText(), mNames - 1, mAlphabet.ellipsis), kDim);
         ruler.fill(mNames, mColumns, mAlphabet.axis, kDim);
         for (Tick const& tick : ticksOf(mTimeline, mScale.cells() / kCellsForATick)) {
             int const column = mNames + mScale.cellOf(tick.time);

@@ -82,10 +82,12 @@ class Events {
 
     void nameThreads(std::string const& process) {
         writeMetadata("process_name", mProcess, {{"name", process}});
+        std::string labels = std::string(nameOf(mRecord.clock)) + " clock";
         if (mRecord.toWallClock) {
             auto const began = mTimeline.zero.time_since_epoch() + *mRecord.toWallClock;
-            writeMetadata("process_labels", mProcess, {{"labels", "began " + wallClockText(began)}});
+            labels += ", began " + wallClockText(began);
         }
+        writeMetadata("process_labels", mProcess, {{"labels", labels}});
         std::set<std::uint32_t> marked;
         for (Mark const& mark : mTimeline.marks) marked.insert(mark.row);
         for (std::uint32_t row = 0; row < mTimeline.rows.size(); ++row) {
