@@ -28,6 +28,8 @@ class SideBySide {
 
     // Takes one step of the choice's making. Returns what disagrees; empty when nothing does.
     std::string step();
+    // Of the last step.
+    [[nodiscard]] std::vector<board::Entry> journal() { return mBoard.journal().entries(); }
 
   private:
     struct Step;
