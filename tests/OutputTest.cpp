@@ -1,18 +1,13 @@
+#include "ToolRuns.h"
 #include "files/OutputFile.h"
 #include "text/TimeText.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 
-#include <algorithm>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <nlohmann/json.hpp>
-#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -20,58 +15,21 @@
 namespace {
 
 using namespace std::chrono_literals;
+using namespace zeqcam::tests;
 using namespace zeqcam::tool;
 using testing::ElementsAre;
 using testing::HasSubstr;
-
-// A folder that goes with the test.
-class Folder {
-  public:
-    Folder() : mPath(testing::TempDir() + "zeqcam-XXXXXX") { mkdtemp(mPath.data()); }
-    ~Folder() { std::filesystem::remove_all(mPath); }
-    Folder(Folder const&) = delete;
-    Folder& operator=(Folder const&) = delete;
-
-    [[nodiscard]] std::string const& path() const { return mPath; }
-    [[nodiscard]] std::string path(std::string const& name) const { return mPath + '/' + name; }
-    void put(std::string const& name, std::string const& text) const { std::ofstream(path(name)) << text; }
-    [[nodiscard]] std::string text(std::string const& name) const {
-        std::ostringstream text;
-        text << std::ifstream(path(name)).rdbuf();
-        return text.str();
-    }
-    [[nodiscard]] std::vector<std::string> names() const {
-        std::vector<std::string> names;
-        for (auto const& entry : std::filesystem::directory_iterator(mPath))
-            names.push_back(entry.path().filename());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
-  private:
-    std::string mPath;
-};
 
 constexpr char const* kScenario =
     "[[sensor]]\nid = 0\n[[controller]]\nname = 'photo'\nsensors = [0]\n[[client]]\nname = 'app'\n"
     "controller = 'photo'\nsteps = [ { power_on = [0] } ]\n";
 
-struct Shell {
-    int status;
-    std::string output;
-};
-
 // In a folder with a scenario "a" that ends and one "hangs" that does not; $tool is the tool.
-Shell shellIn(Folder const& folder, std::string const& command) {
+Ran shellIn(Folder const& folder, std::string const& command) {
     folder.put("a", kScenario);
     folder.put("hangs", std::string(kScenario).insert(18, "power_on_hangs = true\n"));
     folder.put("script", "tool='" ZEQCAM_POWER_PATH "'\ncd '" + folder.path() + "'\n" + command + '\n');
-    std::FILE* const pipe = popen(("bash " + folder.path("script")).c_str(), "r");
-    Shell shell{-1, {}};
-    for (int c = 0; (c = std::fgetc(pipe)) != EOF;) shell.output += static_cast<char>(c);
-    int const status = pclose(pipe);
-    if (WIFEXITED(status)) shell.status = WEXITSTATUS(status);
-    return shell;
+    return runCommand("bash " + folder.path("script"));
 }
 
 TEST(OutputFile, TakesItsPlaceAsAWholeOrNotAtAll) {

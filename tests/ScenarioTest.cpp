@@ -1,23 +1,19 @@
 // What a scenario can say beyond one request after another: repetition, signals, changes, ranges, supplies.
+#include "ToolRuns.h"
 #include "scenario/NeverEnds.h"
 #include "scenario/ScenarioReader.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <array>
-#include <cstdio>
 #include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
 
 namespace {
 
 using namespace std::chrono_literals;
+using namespace zeqcam::tests;
 using namespace zeqcam::tool;
 using testing::AllOf;
 using testing::ElementsAre;
@@ -140,44 +136,11 @@ TEST(ScenarioReader, ChangesWhatAStepNamesAndNothingElse) {
     EXPECT_EQ(settings.seed, scenario.settings.seed);
 }
 
-struct Ran {
-    int status = -1;
-    std::string output;
-};
-
-// A folder of this process that goes with the test.
-class Folder {
-  public:
-    Folder() { EXPECT_EQ(mkdir(path.c_str(), 0700), 0); }
-    ~Folder() { std::filesystem::remove_all(path); }
-    Folder(Folder const&) = delete;
-    Folder& operator=(Folder const&) = delete;
-
-    std::string add(std::string const& name, std::string const& text) const {
-        std::ofstream(path + name) << text;
-        return path + name;
-    }
-
-    std::string const path = testing::TempDir() + "zeqcam-scenarios-" + std::to_string(getpid()) + '/';
-};
-
-Ran runTool(std::string const& arguments) {
-    Ran ran;
-    std::FILE* const pipe = popen(("\"" ZEQCAM_POWER_PATH "\" " + arguments + " 2>&1").c_str(), "r");
-    if (!pipe) return ran;
-    std::array<char, 4096> part{};
-    while (auto const size = std::fread(part.data(), 1, part.size(), pipe))
-        ran.output.append(part.data(), size);
-    int const status = pclose(pipe);
-    if (WIFEXITED(status)) ran.status = WEXITSTATUS(status);
-    return ran;
-}
-
 TEST(Tool, LetsClientsWaitForOneAnotherAndChangeTheBoard) {
     Folder const folder;
     // Without the signals the second client would find the sensor off, and without the change the run would
     // hang.
-    auto const file = folder.add(
+    auto const file = folder.put(
         "turns.toml",
         scenarioOf({"{ change = { 1 = { power_on_hangs = true } } }, "
                     "{ repeat = 3, steps = [ { power_on = [0], expect = true }, { signal = 'up' }, "
@@ -193,7 +156,7 @@ TEST(Tool, LetsClientsWaitForOneAnotherAndChangeTheBoard) {
 TEST(Tool, SaysWhichSignalAClientWaitsForWhenItIsCutOff) {
     Folder const folder;
     auto const file =
-        folder.add("waits.toml", scenarioOf({"{ await = 'previewing' }, { status = { 0 = true } }"}));
+        folder.put("waits.toml", scenarioOf({"{ await = 'previewing' }, { status = { 0 = true } }"}));
     auto const [status, output] = runTool("run --timeout 0.05 " + file);
     EXPECT_EQ(status, 3);
     EXPECT_THAT(output, AllOf(HasSubstr("client 0: in \"await previewing\" for"), HasSubstr("0 of 1")));
@@ -207,10 +170,10 @@ constexpr char kApp[] =
 
 TEST(ScenarioReader, IncludesTheBoardOfAnotherFileAndSaysTheRestItself) {
     Folder const folder;
-    std::filesystem::create_directory(folder.path + "boards");
-    folder.add("boards/phone.toml", "include = ['../rail.toml']\n" + std::string(kPhone));
-    folder.add("rail.toml", "[[supply]]\nname = 'rail'\n[board]\nseed = 9\nqueue_threads = 2\n");
-    auto const file = folder.add("late.toml",
+    std::filesystem::create_directory(folder.path("boards"));
+    folder.put("boards/phone.toml", "include = ['../rail.toml']\n" + std::string(kPhone));
+    folder.put("rail.toml", "[[supply]]\nname = 'rail'\n[board]\nseed = 9\nqueue_threads = 2\n");
+    auto const file = folder.put("late.toml",
                                  "include = 'boards/phone.toml'\n[board]\nlog = 'debug'\n[[sensor]]\nid = 0\n"
                                  "supply = 'rail'\npower_on_fails = 'always'\n" +
                                      std::string(kApp));
@@ -225,7 +188,7 @@ TEST(ScenarioReader, IncludesTheBoardOfAnotherFileAndSaysTheRestItself) {
     EXPECT_EQ(sensor.powerOnTime, zeqcam::board::TimeRange(5ms));
     EXPECT_TRUE(sensor.powerOnFails.always);
     EXPECT_EQ(included.size(), 2U);
-    EXPECT_EQ(runTool("run " + file + " --svg " + folder.path + "rail.toml").status, 2) << "would replace it";
+    EXPECT_EQ(runTool("run " + file + " --svg " + folder.path("rail.toml")).status, 2) << "would replace it";
 }
 
 TEST(ScenarioReader, NamesTheFileAndLineOfAFaultInAnIncludedFile) {
@@ -244,11 +207,11 @@ TEST(ScenarioReader, NamesTheFileAndLineOfAFaultInAnIncludedFile) {
     };
     for (auto const& [phone, expected] : cases) {
         Folder const folder;
-        folder.add("phone.toml", phone);
-        auto const file = folder.add("app.toml", "include = ['phone.toml']\n" + std::string(kApp));
+        folder.put("phone.toml", phone);
+        auto const file = folder.put("app.toml", "include = ['phone.toml']\n" + std::string(kApp));
         auto const faults = readScenarioFile(file).faults;
         ASSERT_EQ(faults.size(), 1U) << phone;
-        EXPECT_THAT(faultText(faults.front(), file), testing::StartsWith(folder.path + expected));
+        EXPECT_THAT(faultText(faults.front(), file), testing::StartsWith(folder.path(expected)));
     }
     EXPECT_THAT(readScenario("include = 'phone.toml'").faults,
                 ElementsAre(AllOf(Field(&Fault::line, 1), Field(&Fault::field, "include"))));
@@ -281,7 +244,7 @@ TEST(Tool, ChecksForWhatNeverEnds) {
         EXPECT_EQ(found, lines) << clients[0];
     }
     Folder const folder;
-    auto const [status, output] = runTool("check " + folder.add("a.toml", scenarioOf({"{ await = 'x' }"})));
+    auto const [status, output] = runTool("check " + folder.put("a.toml", scenarioOf({"{ await = 'x' }"})));
     EXPECT_EQ(status, 2);
     EXPECT_THAT(output, HasSubstr("a.toml:14: client.steps.await: nobody gives the signal \"x\""));
 }

@@ -1,328 +1,28 @@
-#include "analysis/Outcomes.h"
-#include "analysis/SensorTimes.h"
-#include "run/JournalRecord.h"
-#include "scenario/ScenarioKeys.h"
-#include "scenario/ScenarioReader.h"
-#include "views/Report.h"
-#include "views/StandingText.h"
-#include "views/TraceFile.h"
+#include "NestedSlices.h"
+#include "ScenarioTexts.h"
+#include "ToolRuns.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <array>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <map>
 #include <nlohmann/json.hpp>
 #include <set>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
 
-using namespace std::chrono_literals;
-using namespace zeqcam::tool;
+using namespace zeqcam::tests;
 using testing::AllOf;
-using testing::ElementsAre;
-using testing::Field;
 using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
-using zeqcam::board::Kind;
-
-std::vector<std::string> const kLines{"[[sensor]]",           "id = 0",
-                                      "name = 'main'",        "[[controller]]",
-                                      "name = 'photo'",       "sensors = [0]",
-                                      "[[client]]",           "name = 'app'",
-                                      "controller = 'photo'", "steps = [ { power_on = ['main'] } ]"};
-
-// The lines above with line `number` replaced.
-std::string scenarioWith(std::size_t number = 0, std::string const& replacement = {}) {
-    std::string text;
-    for (std::size_t i = 0; i < kLines.size(); ++i)
-        text += (i + 1 == number ? replacement : kLines[i]) + '\n';
-    return text;
-}
-
-std::string stepsAre(std::string const& steps) {
-    return scenarioWith(10, "steps = [" + steps + "]");
-}
-
-// A client's steps on a sensor with one more key, whose lines are one further down.
-std::string withSensor(std::string const& key, std::string const& steps) {
-    std::string text = stepsAre(steps);
-    return text.insert(text.find("name ="), key + '\n');
-}
-
-auto isFault(int line, std::string const& field) {
-    return AllOf(Field(&Fault::line, line), Field(&Fault::field, field));
-}
-
-struct WrongLine {
-    std::size_t number;
-    std::string text;
-    int line;
-    std::string field;
-};
-
-TEST(ScenarioReader, NamesLineAndFieldOfEachFaultAndNothingElse) {
-    std::vector<WrongLine> const cases{
-        {2, "id = 0\nhandel = true", 3, "sensor.handel"},
-        {2, "id = 'main'", 2, "sensor.id"},
-        {2, "id = 2147483648", 2, "sensor.id"},
-        {2, "", 1, "sensor.id"},
-        {2, "id = 0\n[[sensor]]\nid = 0", 4, "sensor.id"},
-        {2, "id = 0\npower_on_ms = -1", 3, "sensor.power_on_ms"},
-        {2, "id = 0\npower_on_ms = nan", 3, "sensor.power_on_ms"},
-        {2, "id = 0\npower_off_ms = 60000.1", 3, "sensor.power_off_ms"},
-        {2, "id = 0\npower_on_fails = 'seldom'", 3, "sensor.power_on_fails"},
-        {2, "id = 0\npower_on_fails = {}", 3, "sensor.power_on_fails"},
-        {2, "id = 0\npower_on_fails = { chance = 1.01 }", 3, "sensor.power_on_fails.chance"},
-        {2, "id = 0\npower_on_fails = { times = [2, 0] }", 3, "sensor.power_on_fails.times"},
-        {2, "id = 0\nhal3a = { on_status = 0.5 }", 3, "sensor.hal3a.on_status"},
-        {2, "id = 0\nperipheral = false", 3, "sensor.peripheral"},
-        {3, "name = '7'", 3, "sensor.name"},
-        {3, "name = 'main'\n[[sensor]]\nid = 1\nname = 'main'", 6, "sensor.name"},
-        {4, "[board]\nqueue = 'fast'\n[[controller]]", 5, "board.queue"},
-        {4, "[board]\nqueue_threads = 0\n[[controller]]", 5, "board.queue_threads"},
-        {4, "[bord]\n[[controller]]", 4, "bord"},
-        {5, "name = ''", 5, "controller.name"},
-        {6, "sensors = [\n0,\n1]", 8, "controller.sensors"},
-        {6, "sensors = [4294967296]", 6, "controller.sensors"},
-        {6, "sensors = 0", 6, "controller.sensors"},
-        {8, "name = 'app'\ncontroller = 'photo'\nsteps = [{ wait = true }]\n[[client]]\nname = 'app'", 12,
-         "client.name"},
-        {9, "controller = 'video'", 9, "client.controller"},
-        {10, "steps = []", 10, "client.steps"},
-        {10, "steps = [ {}, ]", 10, "client.steps"},
-        {10, "steps = [ { wait = true, destroy = true } ]", 10, "client.steps"},
-        {10, "steps = [ { wait = false } ]", 10, "client.steps.wait"},
-        {10, "steps = [ { power_on = ['tele'] } ]", 10, "client.steps.power_on"},
-        {10, "steps = [ { power_off = [0], expect = true } ]", 10, "client.steps.expect"},
-        {10, "steps = [ { wait = true, failed = ['main'] } ]", 10, "client.steps.failed"},
-        {10, "steps = [ { power_on = [0], failed = ['tele'] } ]", 10, "client.steps.failed"},
-        {10, "steps = [ { power_off = [0], reports = 1 } ]", 10, "client.steps.reports"},
-        {10, "steps = [ { power_on = [0], reports = -1 } ]", 10, "client.steps.reports"},
-        {10, "steps = [ { sleep_ms = 1, within_ms = 2 } ]", 10, "client.steps.within_ms"},
-        {10, "steps = [ { powered = { tele = true } } ]", 10, "client.steps.powered"},
-        {10, "steps = [ { status = { main = 1 } } ]", 10, "client.steps.status"},
-        {10, "steps = [ { status = { main = true, 0 = true } } ]", 10, "client.steps.status"},
-        {10, "steps = [\n{ destroy = true },\n{ wait = true },\n{ status = {} } ]", 13,
-         "client.steps.status"},
-        {10, "steps = [", 10, "syntax"},
-        {10, "steps = [ } ]", 10, "syntax"},
-        {8, "\u00e9 = 'app'", 8, "syntax"},
-    };
-    for (auto const& [number, text, line, field] : cases) {
-        EXPECT_THAT(readScenario(scenarioWith(number, text)).faults, ElementsAre(isFault(line, field)))
-            << text;
-    }
-    EXPECT_THAT(readScenario("").faults,
-                ElementsAre(isFault(1, "sensor"), isFault(1, "controller"), isFault(1, "client")));
-}
-
-TEST(ScenarioReader, ReportsAllFaultsInTheOrderOfTheirLines) {
-    EXPECT_THAT(
-        readScenario("client = 1\n[[sensor]]\nid = 0\nname = 1\nlens = 2\n[board]\nlog = 'all'\n").faults,
-        ElementsAre(isFault(1, "controller"), isFault(1, "client"), isFault(4, "sensor.name"),
-                    isFault(5, "sensor.lens"), isFault(7, "board.log")));
-}
-
-TEST(ScenarioReader, AcceptsEveryDefaultThatItStates) {
-    for (Key const& key : scenarioKeys()) {
-        std::string const table(key.table);
-        if (table.empty() || key.fallback.empty() || key.fallback == "none" || key.type == Type::Text)
-            continue;
-        std::string const quote = key.type == Type::Choice ? "'" : "";
-        std::string const header = table == "sensor"   ? ""
-                                   : table == "supply" ? "[[supply]]\nname = 'rail'\n"
-                                                       : '[' + table + "]\n";
-        std::string const line = std::string(key.name) + " = " + quote + std::string(key.fallback) + quote;
-        EXPECT_THAT(readScenario(scenarioWith(4, header + line + "\n[[controller]]")).faults, ElementsAre())
-            << line;
-    }
-}
-
-TEST(ScenarioReader, GivesTheBoardWhatTheFileSays) {
-    auto const [scenario, faults, included] = readScenario(scenarioWith(
-        4,
-        "power_on_ms = 1.5\npower_on_fails = { times = [2], chance = 0.25 }\nhal3a = { off_status = -3 }\n"
-        "peripheral.present = false\n[board]\nqueue = 'late'\nqueue_late_ms = 2\nlog = "
-        "'debug'\n[[controller]]"));
-    ASSERT_TRUE(faults.empty()) << faults.front().message;
-    auto const& sensor = scenario.settings.sensors.at(0);
-    EXPECT_EQ(sensor.powerOnTime, 1500us);
-    EXPECT_EQ(sensor.powerOnFails.times, std::vector{2});
-    EXPECT_EQ(sensor.powerOnFails.probability, 0.25);
-    EXPECT_EQ(sensor.hal3a.value().offStatus, -3);
-    EXPECT_FALSE(sensor.peripheral.has_value());
-    EXPECT_EQ(scenario.settings.queue.runs, zeqcam::board::TaskRuns::Late);
-    EXPECT_EQ(scenario.settings.queue.lateBy, 2ms);
-    EXPECT_EQ(scenario.settings.log.detailsLevel, 5U);
-}
-
-// A journal with one entry each millisecond.
-std::vector<zeqcam::board::Entry> journalOf(std::vector<zeqcam::board::Entry> entries) {
-    for (std::size_t i = 0; i < entries.size(); ++i) {
-        entries[i].order = i;
-        entries[i].time += i * 1ms;
-    }
-    return entries;
-}
-
-TEST(SensorTimes, CountsTheCallsOfARequestAndNotThoseItWaitedFor) {
-    // The app's request, on thread 1, finds its controller busy with the same sensors for the lens test, on
-    // thread 2.
-    // Another controller drives sensor 1 besides, on thread 6.
-    auto const times = sensorTimes(
-        recordOf(journalOf({{.thread = 2, .kind = Kind::Request, .text = "lens test", .sensors = {0}},
-                            {.thread = 1, .kind = Kind::Request, .text = "app", .sensors = {0, 1, 2}},
-                            {.thread = 2, .kind = Kind::SensorPowerOff, .sensor = 0},
-                            {.thread = 2, .kind = Kind::SensorPowerOffDone, .sensor = 0},
-                            {.thread = 2, .kind = Kind::Reply, .text = "lens test"},
-                            {.thread = 1, .kind = Kind::SensorListGet},
-                            {.thread = 3, .kind = Kind::SensorPowerOn, .sensor = 0},
-                            {.thread = 4, .kind = Kind::SensorPowerOn, .sensor = 1},
-                            {.thread = 6, .kind = Kind::SensorPowerOn, .sensor = 1},
-                            {.thread = 4, .kind = Kind::SensorPowerOnDone, .sensor = 1},
-                            {.thread = 3, .kind = Kind::SensorPowerOnDone, .sensor = 0},
-                            {.thread = 6, .kind = Kind::SensorPowerOnDone, .sensor = 1},
-                            {.thread = 1, .kind = Kind::Reply, .text = "app"},
-                            {.thread = 1, .kind = Kind::Request, .text = "app", .sensors = {0}},
-                            {.thread = 1, .kind = Kind::Reply, .text = "app"}}),
-                 {}));
-    ASSERT_EQ(times.size(), 3U);
-    EXPECT_EQ(times[1].calls, 2);
-    EXPECT_EQ(times[1].slowest, 4ms);
-    EXPECT_EQ(times[1].oneAfterAnother, 6ms);
-    EXPECT_EQ(times[2].calls, 0) << "sensor 0 is on already";
-}
-
-TEST(SensorTimes, CountsACallThatHasNotEndedUntilTheEnd) {
-    auto const times =
-        sensorTimes(recordOf(journalOf({{.thread = 1, .kind = Kind::Request, .text = "app", .sensors = {0}},
-                                        {.thread = 1, .kind = Kind::SensorListGet},
-                                        {.thread = 3, .kind = Kind::SensorPowerOn, .sensor = 0}}),
-                             instantOf(std::chrono::steady_clock::time_point(9ms))));
-    EXPECT_EQ(times.at(0).calls, 1);
-    EXPECT_EQ(times.at(0).slowest, 7ms);
-}
-
-// What two controllers did of the same sensor at the same time: each has the answers of its own calls.
-TEST(Outcomes, TellWhoseSensorFailed) {
-    Record const record = recordOf(
-        journalOf(
-            {{.thread = 1, .kind = Kind::Request, .text = "app", .detail = "power on", .sensors = {0, 1}},
-             {.thread = 1, .kind = Kind::SensorCreate, .sensor = 0, .number = 1},
-             {.thread = 2, .kind = Kind::Request, .text = "test", .detail = "power on", .sensors = {1}},
-             {.thread = 2, .kind = Kind::SensorCreate, .sensor = 1, .number = 1},
-             {.thread = 5, .kind = Kind::SensorPowerOn, .sensor = 1},
-             {.thread = 1, .kind = Kind::SensorCreate, .sensor = 1, .number = 1},
-             {.thread = 4, .kind = Kind::SensorPowerOn, .sensor = 1},
-             {.thread = 5, .kind = Kind::SensorPowerOnDone, .sensor = 1},
-             {.thread = 5, .kind = Kind::ExceptionReport},
-             {.thread = 4, .kind = Kind::SensorPowerOnDone, .sensor = 1, .number = 1},
-             {.thread = 1, .kind = Kind::Hal3APowerOn, .sensor = 1, .number = -5},
-             {.thread = 1, .kind = Kind::Reply, .text = "app"},
-             {.thread = 2, .kind = Kind::Reply, .text = "test"},
-             {.thread = 2, .kind = Kind::Request, .text = "test", .detail = "power off", .sensors = {1}},
-             {.thread = 2, .kind = Kind::TaskPost},
-             {.thread = 5, .kind = Kind::TaskRun},
-             {.thread = 5, .kind = Kind::SensorPowerOff, .sensor = 1},
-             {.thread = 5, .kind = Kind::SensorPowerOffDone, .sensor = 1}}),
-        {});
-    auto const outcomes = outcomesOf(record);
-    EXPECT_THAT(outcomes.at(0).failedSensors, ElementsAre());
-    EXPECT_THAT(outcomes.at(0).services, ElementsAre(10U));
-    EXPECT_THAT(outcomes.at(1).failedSensors, ElementsAre(1));
-    EXPECT_THAT(outcomes.at(1).reports, ElementsAre(8U));
-    EXPECT_THAT(outcomes.at(2).failedSensors, ElementsAre(1)) << "did not go off";
-}
-
-TEST(Report, LetsNoControlCharacterOfTheFileThrough) {
-    Record record;
-    Texts& texts = record.texts;
-    record.files = {"a\tb.toml"};
-    record.sensors = {{.id = 0, .name = texts.add("m\033[2Jain\u009b\n"), .powered = false}};
-    record.controllers = {
-        {.name = texts.add("\u0085"), .sensors = {0}, .end = Record::Controller::End::Destroyed}};
-    record.clients = {{.name = texts.add("a\rb")}};
-    record.requests = {{.kind = RequestKind::Status, .name = texts.add("status"), .countedOn = {{0}}}};
-    record.expectations = {
-        {.line = 3, .request = 0, .state = Expectation::State::Unmet, .unmet = texts.add("\a")}};
-    std::ostringstream out;
-    writeReport(record, {}, out);
-    std::string const text = out.str();
-    EXPECT_THAT(text, AllOf(HasSubstr("m\\x1b[2Jain\\x9b\\x0a"), HasSubstr("a\\x09b.toml:3: a\\x0db"),
-                            HasSubstr("\\x85 destroyed")));
-    EXPECT_EQ(text.find_first_of("\033\r\a\t\xc2"), text.npos);
-}
-
-struct Ran {
-    int status;
-    std::string output;
-};
-
-constexpr int kNoSignal = 0;
-
-// A log line begins with the date, the time, and the ids of process and thread.
-int loggedProcess(std::string const& line) {
-    int process = 0;
-    std::sscanf(line.c_str(), "%*s %*s %d", &process);
-    return process;
-}
-
-// The signal is sent to the tool when it has logged that a power-on has begun.
-Ran runCommand(std::string const& command, int signal = kNoSignal) {
-    Ran ran{-1, {}};
-    std::FILE* const pipe = popen(command.c_str(), "r");
-    if (!pipe) return ran;
-    std::array<char, 4096> line{};
-    while (std::fgets(line.data(), line.size(), pipe)) {
-        ran.output += line.data();
-        bool const hasBegun = std::string_view(line.data()).ends_with("powerOn +\n");
-        if (hasBegun && signal != kNoSignal) kill(loggedProcess(line.data()), signal);
-    }
-    int const status = pclose(pipe);
-    if (WIFEXITED(status)) ran.status = WEXITSTATUS(status);
-    return ran;
-}
-
-Ran runTool(std::string const& arguments, std::string const& errorsTo = "&1", int signal = kNoSignal) {
-    return runCommand("\"" ZEQCAM_POWER_PATH "\" " + arguments + " 2>" + errorsTo, signal);
-}
-
-// A file of this process that goes with the test.
-class TemporaryFile {
-  public:
-    explicit TemporaryFile(std::string const& ending, std::string const& text = {})
-        : path(testing::TempDir() + "zeqcam-" + std::to_string(getpid()) + ending) {
-        std::ofstream(path) << text;
-    }
-    ~TemporaryFile() { std::remove(path.c_str()); }
-    TemporaryFile(TemporaryFile const&) = delete;
-    TemporaryFile& operator=(TemporaryFile const&) = delete;
-
-    [[nodiscard]] std::string text() const {
-        std::ostringstream text;
-        text << std::ifstream(path).rdbuf();
-        return text.str();
-    }
-
-    std::string const path;
-};
-
-Ran runScenario(std::string const& text, std::string const& options = {}, std::string const& errorsTo = "&1",
-                int signal = kNoSignal) {
-    TemporaryFile const file(".toml", text);
-    return runTool("run \"" + file.path + "\" " + options, errorsTo, signal);
-}
 
 TEST(Tool, RunsTheExample) {
     auto const [status, output] = runTool("run " ZEQCAM_EXAMPLES_DIR "/phone.toml");
@@ -441,50 +141,6 @@ TEST(Tool, WarnsOfBrokenRulesOfTheClientsUnlessTheyAreAllowedOrItIsStrict) {
     EXPECT_EQ(runScenario(scenarioWith(), "--allow all-of").status, 2);
 }
 
-// Fails where a slice ends that is not the innermost of its thread, by its name and values.
-void expectNestedSlices(nlohmann::json const& trace) {
-    std::map<int, std::vector<std::string>> open;
-    for (auto const& event : trace.at("traceEvents")) {
-        auto& slices = open[event.at("tid")];
-        std::string const name =
-            event.at("name").get<std::string>() + event.value("args", nlohmann::json()).dump();
-        if (event.at("ph") == "B") slices.push_back(name);
-        if (event.at("ph") != "E") continue;
-        ASSERT_FALSE(slices.empty()) << event;
-        EXPECT_EQ(slices.back(), name);
-        slices.pop_back();
-    }
-    for (auto const& [thread, slices] : open) EXPECT_THAT(slices, ElementsAre()) << thread;
-}
-
-TEST(TraceFile, HoldsSlicesMarksAndCountsInMicroseconds) {
-    std::chrono::steady_clock::time_point const begin{5s};
-    Record const record = recordOf(
-        {{.time = begin, .thread = 1, .kind = Kind::Request, .text = "app", .detail = "power on"},
-         {.time = begin + 1us, .thread = 7, .kind = Kind::TraceBegin, .text = "powerOnSensor: 2"},
-         {.time = begin + 1500ns, .thread = 7, .kind = Kind::SensorPowerOn, .sensor = 2},
-         {.time = begin + 2us, .thread = 7, .kind = Kind::UnifiedLog, .number = 1, .shown = "no\n\xff"},
-         {.time = begin + 3us, .thread = 7, .kind = Kind::SensorPowerOnDone, .sensor = 2},
-         {.time = begin + 4us, .thread = 8, .kind = Kind::SensorPowerOnDone, .sensor = 1, .number = 1}},
-        instantOf(begin + 5us));
-    std::ostringstream out;
-    writeTrace(record, {.title = "phone"}, out);
-    auto const trace = nlohmann::json::parse(out.str());
-    expectNestedSlices(trace);
-    std::map<std::string, nlohmann::json> last;
-    for (auto const& event : trace.at("traceEvents"))
-        last[event.at("ph").get<std::string>() + ' ' + event.at("name").get<std::string>()] = event;
-    EXPECT_EQ(last.at("M process_name").at("args").at("name"), "phone");
-    int const thread = last.at("M thread_name").at("tid");
-    EXPECT_EQ(last.at("M thread_name").at("args").at("name"), "sensor 2 worker");
-    EXPECT_EQ(last.at("B sensor 2 on").at("ts"), 1.5);
-    EXPECT_EQ(last.at("B sensor 2 on").at("tid"), thread);
-    EXPECT_EQ(last.at("E sensor 2 on").at("args").at("failed"), true);
-    EXPECT_EQ(last.at("E powerOnSensor: 2").at("args").at("open"), true);
-    EXPECT_EQ(last.at("i no\n\ufffd").at("args").at("level"), "error");
-    EXPECT_EQ(last.at("C sensors powered").at("args").at("sensors"), 1);
-}
-
 TEST(Tool, TellsAndKeepsWhatARunThatIsCutOffWasIn) {
     struct Case {
         std::string options;
@@ -509,46 +165,6 @@ TEST(Tool, TellsAndKeepsWhatARunThatIsCutOffWasIn) {
         expectNestedSlices(nlohmann::json::parse(trace.text()));
         EXPECT_THAT(picture.text(), HasSubstr("</svg>"));
     }
-}
-
-TEST(Standings, TellWhoWaitsForWhom) {
-    using std::chrono::steady_clock;
-    auto const controllerOf = [](Record& record, std::uint32_t client, std::uint32_t controller) {
-        record.clients.push_back({.name = record.texts.add(client == 0   ? "face unlock"
-                                                           : client == 1 ? "camera app"
-                                                                         : "lens test"),
-                                  .controller = controller});
-    };
-    Record record;
-    for (std::uint32_t const client : {0U, 1U, 2U}) controllerOf(record, client, client == 1 ? 1 : 0);
-    record.end = instantOf(steady_clock::time_point(520ms));
-    addJournal(
-        record,
-        journalOf(
-            {{.thread = 1, .kind = Kind::TraceTags},
-             {.thread = 1,
-              .kind = Kind::Request,
-              .text = "face unlock",
-              .detail = "power on",
-              .sensors = {2}},
-             {.thread = 1, .kind = Kind::SensorCreate, .sensor = 2, .number = 1},
-             {.thread = 4, .kind = Kind::SensorPowerOn, .sensor = 2},
-             {.thread = 2, .kind = Kind::Request, .text = "camera app", .detail = "power on", .sensors = {0}},
-             {.thread = 2, .kind = Kind::SensorCreate, .sensor = 0, .number = 1},
-             {.thread = 2, .kind = Kind::Reply, .number = 1, .text = "camera app"},
-             {.thread = 2, .kind = Kind::Request, .text = "camera app", .detail = "wait"},
-             {.thread = 3,
-              .kind = Kind::Request,
-              .text = "lens test",
-              .detail = "power off",
-              .sensors = {2}}}));
-    EXPECT_THAT(
-        standingLines(record, standingsOf(record)),
-        ElementsAre("face unlock is in sensor 2's power-on, for 517 ms",
-                    "camera app waits for the power-on lock, held since 1.00 ms by face unlock, which is "
-                    "in sensor 2's power-on, for 513 ms",
-                    "lens test waits for its controller, kept by the power on of face unlock, which is in "
-                    "sensor 2's power-on, for 512 ms"));
 }
 
 TEST(Tool, EndsWithOneWhereAFileCannotBeWritten) {
@@ -579,31 +195,6 @@ TEST(Tool, PrintsNothingBesidesTheJson) {
     EXPECT_EQ(result.at("broken_rules").at(0).at("warning"), true);
     EXPECT_EQ(result.at("sensors").at(0).at("powered"), true);
     EXPECT_EQ(result.at("sensors").at(0).at("controllers").at("photo"), true);
-}
-
-TEST(Results, AreAsTheirSchemaSays) {
-    if (std::system("python3 -c 'import jsonschema' 2>/dev/null") != 0)
-        GTEST_SKIP() << "needs python3-jsonschema";
-    std::string const fails =
-        withSensor("power_on_fails = 'always'\nhal3a = { on_status = -5 }",
-                   "{ power_on = [0] }, { status = { 0 = false } }, { power_off = [0] }");
-    struct Case {
-        std::string text;
-        std::string options;
-        std::string verdict;
-    };
-    for (auto const& [text, options, verdict] : std::vector<Case>{
-             {stepsAre("{ power_on = [0], expect = true }, { power_off = [0] }"), "", "passed"},
-             {fails, "--strict", "failed"},
-             {withSensor("power_on_hangs = true", "{ power_on = [0] }, { status = { 0 = true } }"),
-              "--timeout 0.3", "cut off"}}) {
-        TemporaryFile const result(".result.json",
-                                   runScenario(text, "--json " + options, "/dev/null").output);
-        EXPECT_EQ(nlohmann::json::parse(result.text()).at("verdict"), verdict);
-        auto const [status, said] = runCommand("python3 -W ignore -m jsonschema -i " + result.path +
-                                               " " ZEQCAM_RESULTS_SCHEMA " 2>&1");
-        EXPECT_EQ(status, 0) << said;
-    }
 }
 
 // The letters of the levels, or the messages, of the log lines.

@@ -1,3 +1,4 @@
+#include "NestedSlices.h"
 #include "analysis/Causes.h"
 #include "run/JournalRecord.h"
 #include "views/TraceFile.h"
@@ -64,6 +65,34 @@ std::vector<Entry> twoClients() {
             {.thread = 9, .kind = Kind::TraceBegin, .text = "powerOff: 3"},
             {.thread = 9, .kind = Kind::TraceEnd},
             replied(1, "app", "power off")};
+}
+
+TEST(TraceFile, HoldsSlicesMarksAndCountsInMicroseconds) {
+    std::chrono::steady_clock::time_point const begin{5s};
+    Record const record = zeqcam::tool::recordOf(
+        {{.time = begin, .thread = 1, .kind = Kind::Request, .text = "app", .detail = "power on"},
+         {.time = begin + 1us, .thread = 7, .kind = Kind::TraceBegin, .text = "powerOnSensor: 2"},
+         {.time = begin + 1500ns, .thread = 7, .kind = Kind::SensorPowerOn, .sensor = 2},
+         {.time = begin + 2us, .thread = 7, .kind = Kind::UnifiedLog, .number = 1, .shown = "no\n\xff"},
+         {.time = begin + 3us, .thread = 7, .kind = Kind::SensorPowerOnDone, .sensor = 2},
+         {.time = begin + 4us, .thread = 8, .kind = Kind::SensorPowerOnDone, .sensor = 1, .number = 1}},
+        instantOf(begin + 5us));
+    std::ostringstream out;
+    writeTrace(record, {.title = "phone"}, out);
+    auto const trace = json::parse(out.str());
+    zeqcam::tests::expectNestedSlices(trace);
+    std::map<std::string, json> last;
+    for (auto const& event : trace.at("traceEvents"))
+        last[event.at("ph").get<std::string>() + ' ' + event.at("name").get<std::string>()] = event;
+    EXPECT_EQ(last.at("M process_name").at("args").at("name"), "phone");
+    int const thread = last.at("M thread_name").at("tid");
+    EXPECT_EQ(last.at("M thread_name").at("args").at("name"), "sensor 2 worker");
+    EXPECT_EQ(last.at("B sensor 2 on").at("ts"), 1.5);
+    EXPECT_EQ(last.at("B sensor 2 on").at("tid"), thread);
+    EXPECT_EQ(last.at("E sensor 2 on").at("args").at("failed"), true);
+    EXPECT_EQ(last.at("E powerOnSensor: 2").at("args").at("open"), true);
+    EXPECT_EQ(last.at("i no\n\ufffd").at("args").at("level"), "error");
+    EXPECT_EQ(last.at("C sensors powered").at("args").at("sensors"), 1);
 }
 
 TEST(Causes, AreTheRequestsThatGotPastTheLock) {

@@ -1,0 +1,112 @@
+#include "Happened.h"
+#include "commands/Terminal.h"
+#include "text/TextWidth.h"
+#include "views/TerminalTimeline.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <sstream>
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace std::chrono_literals;
+using namespace zeqcam::tests;
+using namespace zeqcam::tool;
+using testing::HasSubstr;
+using testing::Not;
+using zeqcam::board::Kind;
+
+TEST(TextWidth, CutsAtTheColumnsThatATerminalGives) {
+    struct Case {
+        char const* text;
+        int columns;
+        char const* shortened;  // to four
+    };
+    for (Case const& it : {Case{"wide", 4, "wide"}, Case{"wider", 5, "wid~"}, Case{"カメ", 4, "カメ"},
+                           Case{"カメラ", 6, "カ~"}, Case{"e\u0301te\u0301", 3, "e\u0301te\u0301"},
+                           Case{"\xff\xfe", 2, "\xff\xfe"}}) {
+        EXPECT_EQ(columnsOf(it.text), it.columns) << it.text;
+        EXPECT_EQ(shortened(it.text, 4, "~"), it.shortened) << it.text;
+    }
+}
+
+TEST(TerminalTimeline, DrawsBarsToScale) {
+    EXPECT_EQ('\n' + shown(writeTerminalTimeline, recordOf(aRun()), {.columns = 68}), R"(
+monotonic clock 0 ms                     50 ms
+                +------------------------+------------------------+-
+app             [power on 0 3---]   [off~]    [power on 3-------->
+                 [-------------] LogicalDev powerOn
+sensor 0 worker  [-------------] powerOnSensor: 0
+                  [sensor 0 on]
+sensor 3 worker  [--------] powerOnSensor: 3   [powerOnSensor: 3->
+                  [!-----] sensor 3 on         [sensor 3 on------>
+powerOnOffCtrl                       [--] powerOff: 0
+                                     [--] sensor 0 off
+sensor 0        ../////////////======////.........................
+sensor 3        ..////////!!!!!!!xxx!!!!!!!!!!!///////////////////
+sensors powered 0              1---------0
+                . off  / powering  = on  ! failed
+)");
+}
+
+std::string withoutColours(std::string text) {
+    for (std::size_t code = 0; (code = text.find('\033')) != std::string::npos;) {
+        text.erase(code, text.find('m', code) + 1 - code);
+    }
+    return text;
+}
+
+TEST(TerminalTimeline, IsNeverWiderThanItsColumnsAndMarksAFailureWithoutColours) {
+    Record const record = recordOf(aRun("カメラ\033[31m app"));
+    for (Glyphs const glyphs : {Glyphs::Ascii, Glyphs::Utf8}) {
+        for (int columns = 0; columns < 250; ++columns) {
+            auto const drawn = [&](bool colours) {
+                return shown(writeTerminalTimeline, record,
+                             {.columns = columns, .colours = colours, .glyphs = glyphs});
+            };
+            std::string const text = drawn(false);
+            std::istringstream lines(text);
+            for (std::string line; std::getline(lines, line);) {
+                ASSERT_LE(columnsOf(line), columns) << line;
+            }
+            ASSERT_THAT(text, Not(HasSubstr("\033"))) << columns;
+            ASSERT_TRUE(columns < 20 || text.find('!') != std::string::npos) << columns;
+            ASSERT_EQ(withoutColours(drawn(true)), text) << columns;
+        }
+    }
+    EXPECT_EQ(shown(writeTerminalTimeline, recordOf({}), {}), "");
+}
+
+TEST(TerminalTimeline, ShowsAllOfManyShortRequestsAsMarks) {
+    std::vector<Happened> happened;
+    for (int i = 0; i < 1000; ++i) {
+        happened.push_back({i, 1, Kind::Request, "app", 0, 0, "power on"});
+        happened.push_back({i, 1, Kind::Reply, "app", 0, i != 700, "power on"});
+    }
+    std::string const text = shown(writeTerminalTimeline, recordOf(happened), {});
+    EXPECT_THAT(text, HasSubstr("app             ||||||||||"));
+    EXPECT_THAT(text, HasSubstr("|!|")) << "the failed one is one of many in its cell";
+}
+
+TEST(TerminalTimeline, TakesItsGlyphsFromTheEnvironment) {
+    struct Case {
+        char const *all, *type, *lang;
+        Glyphs glyphs;
+    };
+    for (Case const& it :
+         {Case{"", "", "", Glyphs::Ascii}, Case{"", "", "de_DE.UTF-8", Glyphs::Utf8},
+          Case{"C", "", "de_DE.UTF-8", Glyphs::Ascii}, Case{"", "en_GB.utf8", "C", Glyphs::Utf8}}) {
+        // NOLINTBEGIN(concurrency-mt-unsafe): the test has one thread
+        setenv("LC_ALL", it.all, 1);
+        setenv("LC_CTYPE", it.type, 1);
+        setenv("LANG", it.lang, 1);
+        // NOLINTEND(concurrency-mt-unsafe)
+        EXPECT_EQ(glyphsOfLocale(), it.glyphs) << it.all << '/' << it.type << '/' << it.lang;
+    }
+}
+
+}  // namespace
