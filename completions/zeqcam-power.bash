@@ -10,12 +10,12 @@ _zeqcam_power() {
     run:--allow)
       mapfile -t COMPREPLY < <(compgen -W "$(zeqcam-power rules | sed -n 's/^  \([a-z]\)/\1/p')" -- "$word")
       ;;
-    run:--trace | run:--svg) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
+    run:--trace | run:--svg | run:--junit | explore:--trace | explore:--svg | explore:--junit) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
     *)
       local words='run explore check rules schema --help --version'
-      [ "$command" = run ] && words='--trace --svg --ftrace --json --verbose --quiet --seed --timeout --simulate --schedule --allow --strict --client --sensor --from
+      [ "$command" = run ] && words='--trace --svg --junit --ftrace --json --verbose --quiet --seed --timeout --simulate --schedule --allow --strict --client --sensor --from
         --to --width --full --help'
-      [ "$command" = explore ] && words='--preemptions --schedules --seconds --help'
+      [ "$command" = explore ] && words='--preemptions --schedules --seconds --trace --svg --junit --help'
       [[ $command == check || $command == rules || $command == schema ]] && words='--help'
       if [[ -z $command || $command == schema || $command == rules || $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")

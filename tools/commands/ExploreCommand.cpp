@@ -1,5 +1,6 @@
 #include "commands/ExploreCommand.h"
 
+#include "commands/Outputs.h"
 #include "commands/Terminal.h"
 #include "rules/Verdict.h"
 #include "run/SimulatedRun.h"
@@ -25,10 +26,12 @@ constexpr auto kFooter =
     "Each schedule is a run of its own, in virtual time and in a process of its own. The first that breaks "
     "an\n"
     "expectation, a rule or a deadlock's peace is shrunk to the fewest switches and shown, with the command\n"
-    "that repeats it. A switch is taken where threads meet: at locks, waits, starts and ends of threads.\n";
+    "that repeats it. A switch is taken where threads meet: at locks, waits, starts and ends of threads.\n"
+    "Files hold the schedule that failed; where all hold, the one without a preemption.\n";
 
 struct Options {
     std::string file;
+    Outputs outputs;
     int preemptions = 2;
     std::uint64_t schedules = 0;
     double seconds = 0;
@@ -36,6 +39,7 @@ struct Options {
 
 void addOptions(CLI::App& app, Options& options) {
     app.add_option("FILE", options.file, "The scenario, in TOML.")->required();
+    options.outputs.addOptions(app);
     app.add_option("--preemptions", options.preemptions,
                    "How often a schedule may take the turn from a thread that could go on; 2 if not given.")
         ->type_name("N")
@@ -95,29 +99,66 @@ std::string quoted(std::string const& text) {
     return quoted + '\'';
 }
 
-// Plays the schedule that failed once more and shows it.
-void show(Scenario const& scenario, Options const& options, simulation::Exploration const& found) {
+// Where people read: the standard output, unless a file stands there.
+std::ostream& textOutput(Options const& options) {
+    return options.outputs.takeOutput() ? std::cerr : std::cout;
+}
+
+Presentation presentationOf(Options const& options) {
+    Presentation presentation =
+        presentationOn(options.outputs.takeOutput() ? STDERR_FILENO : STDOUT_FILENO, {});
+    presentation.title = std::filesystem::path(options.file).filename();
+    return presentation;
+}
+
+// Plays a schedule once more. What it leaves goes with the process.
+SimulatedRun playAgain(Scenario const& scenario, Options const& options, std::string const& schedule) {
+    SimulatedRun run = simulate(scenario, schedule, {});
+    run.record.files = {options.file};
+    return run;
+}
+
+// Shows the schedule that failed. The exit status.
+int show(Scenario const& scenario, Options& options, simulation::Exploration const& found) {
     simulation::Result const& failure = *found.failure;
     complain(fmt::format("{}: schedule {} of {} ends in {}:", options.file,
                          fmt::group_digits(found.schedules), "the search", nameOf(failure.ending)));
     std::cerr << failure.report << (failure.report.ends_with('\n') ? "" : "\n");
-    SimulatedRun run = simulate(scenario, failure.schedule, {});
-    run.record.files = {options.file};
-    Presentation presentation = presentationOn(STDOUT_FILENO, {});
-    presentation.title = std::filesystem::path(options.file).filename();
-    writeTerminalTimeline(run.record, presentation, std::cout);
-    writeReport(run.record, presentation, std::cout);
-    std::cout << "\nIt is repeated by\n  zeqcam-power run " << quoted(options.file)
-              << " --simulate --schedule " << quoted(failure.schedule) << std::endl;
+    SimulatedRun const run = playAgain(scenario, options, failure.schedule);
+    Presentation const presentation = presentationOf(options);
+    std::ostream& text = textOutput(options);
+    writeTerminalTimeline(run.record, presentation, text);
+    writeReport(run.record, presentation, text);
+    text << "\nIt is repeated by\n  zeqcam-power run " << quoted(options.file) << " --simulate --schedule "
+         << quoted(failure.schedule) << std::endl;
+    static_cast<void>(options.outputs.write(run.record, presentation));
+    std::cout.flush();
     if (run.leavesThreads()) std::_Exit(kFailed);
+    return kFailed;
 }
 
-int explore(Options const& options) {
-    auto const [scenario, faults, files] = readScenarioFile(options.file);
+// Tells that every schedule that was run held. The exit status.
+int tellThatAllHold(Scenario const& scenario, Options& options, simulation::Exploration const& found) {
+    textOutput(options) << sentenceOf(found, options.preemptions) << std::endl;
+    bool written = true;
+    if (options.outputs.any()) {
+        SimulatedRun const run = playAgain(scenario, options, "plain");
+        written = options.outputs.write(run.record, presentationOf(options));
+    }
+    std::cout.flush();
+    if (!std::cout) complain("the output cannot be written");
+    if (!written || !std::cout) return kFailed;
+    return found.complete ? kAllHeld : kTimedOut;
+}
+
+int explore(Options& options) try {
+    auto [scenario, faults, files] = readScenarioFile(options.file);
     if (!faults.empty()) {
         complain(faultText(faults.front(), options.file));
         return kWrongInput;
     }
+    files.push_back(options.file);
+    options.outputs.open(files, false);
     if (std::string const reason = board::QosFile::provide(); !reason.empty()) {
         complain("no QoS file, as on a device without it: " + reason);
     }
@@ -134,16 +175,10 @@ int explore(Options const& options) {
                .time = std::chrono::milliseconds(static_cast<std::int64_t>(options.seconds * 1000)),
                .progress = onTerminal ? tellProgress : std::function<void(simulation::Progress const&)>()});
     if (onTerminal) std::cerr << "\r\033[K";
-    if (found.failure) {
-        show(scenario, options, found);
-        return kFailed;
-    }
-    std::cout << sentenceOf(found, options.preemptions) << std::endl;
-    if (!std::cout) {
-        complain("the output cannot be written");
-        return kFailed;
-    }
-    return found.complete ? kAllHeld : kTimedOut;
+    return found.failure ? show(scenario, options, found) : tellThatAllHold(scenario, options, found);
+} catch (CannotOpen const& error) {
+    complain(error.what());
+    return kWrongInput;
 }
 
 }  // namespace

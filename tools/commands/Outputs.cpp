@@ -59,6 +59,11 @@ void Outputs::open(std::vector<std::string> const& inputs, bool outputIsTaken) {
     }
 }
 
+bool Outputs::any() const {
+    return std::any_of(mOutputs.begin(), mOutputs.end(),
+                       [](Output const& output) { return !output.path.empty(); });
+}
+
 bool Outputs::takeOutput() const {
     return std::any_of(mOutputs.begin(), mOutputs.end(),
                        [](Output const& output) { return output.toOutput; });

@@ -26,6 +26,9 @@ class Outputs {
     // `outputIsTaken`: by what must stand there alone. Throws CannotOpen.
     void open(std::vector<std::string> const& inputs, bool outputIsTaken);
 
+    // Whether any was asked for. From the reading of the command line on.
+    [[nodiscard]] bool any() const;
+
     // Whether one of them goes to the standard output. From `open` on.
     [[nodiscard]] bool takeOutput() const;
 

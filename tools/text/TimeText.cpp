@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <ctime>
+
 namespace zeqcam::tool {
 
 using std::chrono::nanoseconds;
@@ -26,6 +28,15 @@ std::string timeText(nanoseconds time) {
 
 std::string millisecondsText(nanoseconds time) {
     return fmt::format("{:.1f}", std::chrono::duration<double, std::milli>(time).count());
+}
+
+std::string wallClockText(nanoseconds since1970) {
+    auto const milliseconds = since1970 / std::chrono::milliseconds(1);
+    std::time_t const seconds = milliseconds / 1000;
+    std::tm parts{};
+    gmtime_r(&seconds, &parts);
+    return fmt::format("{}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}Z", parts.tm_year + 1900, parts.tm_mon + 1,
+                       parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec, milliseconds % 1000);
 }
 
 }  // namespace zeqcam::tool

@@ -23,4 +23,7 @@ std::string timeText(std::chrono::nanoseconds time);
 // The number of milliseconds, to a tenth: "48.1".
 std::string millisecondsText(std::chrono::nanoseconds time);
 
+// A time of day, as machines read it: "2026-11-23T05:16:48.315Z".
+std::string wallClockText(std::chrono::nanoseconds since1970);
+
 }  // namespace zeqcam::tool

@@ -4,6 +4,7 @@
 #include "analysis/SensorLanes.h"
 #include "analysis/SensorNames.h"
 #include "analysis/Timeline.h"
+#include "text/Markup.h"
 #include "text/Printable.h"
 #include "text/TextWidth.h"
 #include "text/TimeText.h"
@@ -74,35 +75,6 @@ char const* classOf(SectionKind kind) {
             return "call";
     }
     return "trace";
-}
-
-// The text for use in XML, which cannot hold every character.
-std::string escaped(std::string_view text) {
-    std::string out;
-    std::string const safe = printable(text);
-    for (Character const& character : charactersOf(safe)) {
-        switch (character.code) {
-            case '&':
-                out += "&amp;";
-                break;
-            case '<':
-                out += "&lt;";
-                break;
-            case '>':
-                out += "&gt;";
-                break;
-            case '"':
-                out += "&quot;";
-                break;
-            case 0xfffe:
-            case 0xffff:
-                out += "\xef\xbf\xbd";
-                break;
-            default:
-                out += character.bytes;
-        }
-    }
-    return out;
 }
 
 // Text whose every character takes as much as the widest, for fonts that are not known.

@@ -3,15 +3,14 @@
 #include "analysis/Causes.h"
 #include "analysis/Selection.h"
 #include "analysis/SensorNames.h"
+#include "text/TimeText.h"
 #include "views/RequestText.h"
 
-#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
-#include <ctime>
 #include <iterator>
 #include <map>
 #include <optional>
@@ -39,16 +38,6 @@ char const* categoryOf(SectionKind kind) {
             return "sensor";
     }
     return "";
-}
-
-// "2026-11-23T05:16:48.315Z".
-std::string wallClockText(std::chrono::nanoseconds since1970) {
-    auto const milliseconds = since1970 / std::chrono::milliseconds(1);
-    std::time_t const seconds = milliseconds / 1000;
-    std::tm parts{};
-    gmtime_r(&seconds, &parts);
-    return fmt::format("{}-{:02}-{:02}T{:02}:{:02}:{:02}.{:03}Z", parts.tm_year + 1900, parts.tm_mon + 1,
-                       parts.tm_mday, parts.tm_hour, parts.tm_min, parts.tm_sec, milliseconds % 1000);
 }
 
 class Events {

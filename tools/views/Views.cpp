@@ -1,7 +1,5 @@
-#include "views/Report.h"
-#include "views/ResultFile.h"
+#include "views/JUnit.h"
 #include "views/SvgTimeline.h"
-#include "views/TerminalTimeline.h"
 #include "views/TraceFile.h"
 #include "views/View.h"
 
@@ -13,6 +11,8 @@ namespace {
 constexpr std::array kFileViews{
     View{"trace", "Write the timeline in the Trace Event Format, which trace viewers open.", writeTrace},
     View{"svg", "Write the timeline as a picture.", writeSvg},
+    View{"junit", "Write expectations and rules as test cases, in the JUnit form that CI servers read.",
+         writeJUnit},
 };
 
 }  // namespace
