@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
@@ -72,7 +73,8 @@ TEST(Results, AreAsTheirSchemaSays) {
              {stepsAre("{ power_on = [0], expect = true }, { power_off = [0] }"), "", "passed"},
              {fails, "--strict", "failed"},
              {withSensor("power_on_hangs = true", "{ power_on = [0] }, { status = { 0 = true } }"),
-              "--timeout 0.3", "cut off"}}) {
+              "--timeout 0.3", "cut off"},
+             {stepsAre("{ power_on = [0] }, { wait = true }"), "--timeout 0.3", "cut off"}}) {
         TemporaryFile const result(".result.json",
                                    runScenario(text, "--json " + options, "/dev/null").output);
         EXPECT_EQ(nlohmann::json::parse(result.text()).at("verdict"), verdict);
@@ -80,6 +82,27 @@ TEST(Results, AreAsTheirSchemaSays) {
                                                " " ZEQCAM_RESULTS_SCHEMA " 2>&1");
         EXPECT_EQ(status, 0) << said;
     }
+}
+
+TEST(Results, TellWhoWaitsForWhomWhereTheRunIsCutOff) {
+    std::string const others =
+        "[[controller]]\nname = 'unlock'\nsensors = [0]\n[[client]]\nname = 'face'\n"
+        "controller = 'unlock'\nsteps = [ { await = 'on' }, { wait = true } ]\n";
+    auto const output =
+        runScenario(stepsAre("{ power_on = [0] }, { signal = 'on' }, { sleep_ms = 60000 }") + others,
+                    "--json --timeout 0.5", "/dev/null")
+            .output;
+    std::map<std::string, nlohmann::json> waits;
+    auto const result = nlohmann::json::parse(output);
+    for (auto const& each : result.at("pending"))
+        waits[each.at("thread")] = each.at("waits");
+    EXPECT_EQ(waits.at("face").at("for"), "lock");
+    EXPECT_EQ(waits.at("face").at("holder"), "app");
+    EXPECT_THAT(waits.at("face").at("text").get<std::string>(),
+                testing::MatchesRegex(
+                    "face waits for the power-on lock, held since .* by app, which sleeps, for .*"));
+    EXPECT_EQ(waits.at("app").at("for"), "sleep");
+    EXPECT_EQ(waits.at("app").at("holder"), nullptr);
 }
 
 }  // namespace

@@ -3,8 +3,10 @@
 #include "analysis/Outcomes.h"
 #include "analysis/Pending.h"
 #include "analysis/SensorTimes.h"
+#include "analysis/Standings.h"
 #include "rules/Verdict.h"
 #include "views/RequestText.h"
+#include "views/StandingText.h"
 
 #include <nlohmann/json.hpp>
 
@@ -12,7 +14,9 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <map>
 #include <string>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -147,16 +151,64 @@ ordered_json sensorsOf(Record const& record) {
     return sensors;
 }
 
-// What the threads of a run that was cut off were in.
+std::string_view wordFor(Standing::In in) {
+    switch (in) {
+        case Standing::In::SensorCall:
+            return "sensor";
+        case Standing::In::LockWait:
+            return "lock";
+        case Standing::In::ControllerWait:
+            return "controller";
+        case Standing::In::Sleep:
+            return "sleep";
+        case Standing::In::Other:
+            return "request";
+    }
+    return "?";
+}
+
+// The request that keeps what it waits for.
+OptionalNumber<std::uint32_t> holderOf(Standing const& standing) {
+    if (standing.in == Standing::In::ControllerWait) return standing.busyWith;
+    if (standing.in == Standing::In::LockWait && standing.lock) return standing.lock->request;
+    return {};
+}
+
+// What each client's request that had not ended waited for, and for whom, by the client's name.
+std::map<std::string_view, ordered_json> waitsOf(Record const& record) {
+    std::map<std::string_view, ordered_json> waits;
+    auto const standings = standingsOf(record);
+    auto const lines = standingLines(record, standings);
+    auto const clientOf = [&record](std::uint32_t request) {
+        return record.textOf(record.clients[record.requests[request].client].name);
+    };
+    for (std::size_t i = 0; i < standings.size(); ++i) {
+        Standing const& each = standings[i];
+        auto const holder = holderOf(each);
+        waits[clientOf(each.request)] = {
+            {"for", wordFor(each.in)},
+            {"sensor", each.in == Standing::In::SensorCall ? ordered_json(each.sensor) : ordered_json()},
+            {"holder", holder ? ordered_json(clientOf(*holder)) : ordered_json()},
+            {"for_ms", milliseconds(record.end - each.since)},
+            {"text", lines[i]}};
+    }
+    return waits;
+}
+
+// What the threads of a run that was cut off were in, and who of them waited for whom.
 ordered_json pendingOf(Record const& record) {
     ordered_json threads = ordered_json::array();
     if (!record.cutOff) return threads;
+    auto const waits = waitsOf(record);
     for (auto const& [thread, all] : pendingIn(record, timelineOf(record))) {
         ordered_json in = ordered_json::array();
         for (auto const& [label, since] : all) {
             in.push_back({{"label", label}, {"for_ms", milliseconds(record.end - since)}});
         }
-        threads.push_back({{"thread", thread}, {"in", std::move(in)}});
+        auto const found = waits.find(thread);
+        threads.push_back({{"thread", thread},
+                           {"in", std::move(in)},
+                           {"waits", found != waits.end() ? found->second : ordered_json()}});
     }
     return threads;
 }
