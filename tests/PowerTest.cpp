@@ -96,8 +96,12 @@ std::vector<int> threadsOf(std::vector<Entry> const& entries, Kind kind) {
 }
 
 std::vector<std::string> brokenRules(std::vector<Entry> const& entries) {
+    return brokenRules(tool::recordOf(entries, {}));
+}
+
+std::vector<std::string> brokenRules(tool::Record const& record) {
     std::vector<std::string> broken;
-    for (tool::Judgement const& judgement : tool::judge(tool::recordOf(entries, {}))) {
+    for (tool::Judgement const& judgement : tool::judge(record)) {
         for (tool::Breach const& breach : judgement.breaches.value())
             broken.push_back(std::string(judgement.rule->name) + ": " + breach.text);
     }

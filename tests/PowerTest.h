@@ -17,6 +17,10 @@
 #include <thread>
 #include <vector>
 
+namespace zeqcam::tool {
+struct Record;
+}
+
 namespace zeqcam::tests {
 
 using board::Entry;
@@ -39,6 +43,7 @@ std::vector<int> threadsOf(std::vector<Entry> const& entries, Kind kind);
 
 // What breaks the rules that hold for every record, in the journal of one request or of several.
 std::vector<std::string> brokenRules(std::vector<Entry> const& entries);
+std::vector<std::string> brokenRules(tool::Record const& record);
 
 // A board with sensors 0, 1 and 2 that answer at once and have both services. After each test, whatever it
 // did: every section is closed on the thread that opened it, no handle or service is left, the process-wide

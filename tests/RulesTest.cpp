@@ -1,4 +1,5 @@
 #include "PowerTest.h"
+#include "run/JournalRecord.h"
 
 #include <algorithm>
 #include <string>
@@ -128,6 +129,25 @@ TEST(Rules, TellOfASectionWithoutALookAtTheTags) {
     EXPECT_THAT(brokenRules(entries), IsEmpty()) << "another thread's look is its own";
     entries.insert(entries.begin() + 4, {.kind = Kind::Affinity});
     EXPECT_THAT(brokenRules(entries), ElementsAre("tags-asked: \"a\" ends without a look at the tags"));
+}
+
+// Whose fault it is follows from who may drive the sensor.
+TEST(Rules, TellACallersFaultOfTheLibraryFromOneBetweenControllers) {
+    std::string const fault = ": sensor 2: power-on of a sensor that is on";
+    struct Case {
+        std::vector<std::vector<int>> controllers;  // the sensors that each may drive
+        std::vector<std::string> broken;
+    };
+    for (auto const& [controllers, broken] :
+         std::vector<Case>{{{}, {}},
+                           {{{0, 1}}, {}},
+                           {{{0, 2}, {0, 1}}, {"boundary-kept" + fault}},
+                           {{{0, 2}, {2}}, {"sensor-to-itself" + fault}}}) {
+        tool::Record record;
+        for (auto const& sensors : controllers) record.controllers.push_back({.sensors = sensors});
+        tool::addJournal(record, journalOf({{1, Kind::CallerFault, 2, "power-on of a sensor that is on"}}));
+        EXPECT_EQ(brokenRules(record), broken);
+    }
 }
 
 TEST(Rules, HoldWhereRequestsFollowOrOverlapOneAnother) {
