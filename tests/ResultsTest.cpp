@@ -13,6 +13,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -56,6 +57,15 @@ TEST(Report, FoldsTablesIntoItsColumnsAndLosesNoNumber) {
         }
         EXPECT_THAT(text, testing::AllOf(HasSubstr(" 33.0"), HasSubstr(" 12.0"), HasSubstr("WALL")));
     }
+}
+
+TEST(Report, BringsColumnsCloserBeforeItFoldsThem) {
+    Record record = recordOf(aRun());
+    record.files = {"phone.toml"};
+    for (auto const& [columns, end] : std::vector<std::pair<int, std::string>>{
+             {61, "SLOWEST  IN TURN\n"}, {60, "SLOWEST IN TURN\n"}, {55, "SLOWEST IN TURN\n"}})
+        EXPECT_THAT(shown(writeReport, record, {.columns = columns}), HasSubstr(end)) << columns;
+    EXPECT_THAT(shown(writeReport, record, {.columns = 54}), HasSubstr("  SLOWEST\n"));
 }
 
 TEST(Results, AreAsTheirSchemaSays) {

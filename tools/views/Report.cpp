@@ -56,14 +56,17 @@ class Table {
         mRows.push_back({std::move(cells), marked});
     }
 
-    // Each row takes as many lines as `columns` ask for, those after its first further in.
+    // Its columns stand closer where that keeps each row in one line of `columns`; else a row takes as many
+    // lines as they ask for, those after its first further in.
     [[nodiscard]] std::string text(Ink ink, int columns) const {
+        constexpr int kWide = 2;
+        int const gap = widthWith(kWide) > columns && widthWith(1) <= columns ? 1 : kWide;
         std::vector<std::string> headings;
         for (Column const& column : mColumns) headings.push_back(column.heading);
         std::string text;
-        for (std::string const& line : linesOf(headings, ' ', columns)) text += ink.bold(line) + '\n';
+        for (std::string const& line : linesOf(headings, ' ', columns, gap)) text += ink.bold(line) + '\n';
         for (Row const& row : mRows) {
-            for (std::string const& line : linesOf(row.cells, row.marked ? '!' : ' ', columns))
+            for (std::string const& line : linesOf(row.cells, row.marked ? '!' : ' ', columns, gap))
                 text += (row.marked ? ink.red(line) : line) + '\n';
         }
         return text;
@@ -75,13 +78,22 @@ class Table {
         bool marked;
     };
 
+    // Of a row in one line.
+    [[nodiscard]] int widthWith(int between) const {
+        int width = 1;  // of the mark
+        for (Column const& column : mColumns)
+            width += (&column == mColumns.data() ? 1 : between) + column.width;
+        return width;
+    }
+
+    // `between`: the blanks from one column to the next.
     [[nodiscard]] std::vector<std::string> linesOf(std::vector<std::string> const& cells, char mark,
-                                                   int columns) const {
+                                                   int columns, int between) const {
         constexpr int kFurtherIn = 5;
         std::vector<std::string> lines{std::string(1, mark)};
         int used = 1;
         for (std::size_t i = 0; i < cells.size(); ++i) {
-            int const gap = i == 0 ? 1 : 2;
+            int const gap = i == 0 ? 1 : between;
             if (used > kFurtherIn && used + gap + mColumns[i].width > columns) {
                 lines.emplace_back(kFurtherIn - gap, ' ');
                 used = kFurtherIn - gap;
