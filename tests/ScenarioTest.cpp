@@ -191,6 +191,14 @@ TEST(ScenarioReader, IncludesTheBoardOfAnotherFileAndSaysTheRestItself) {
     EXPECT_EQ(runTool("run " + file + " --svg " + folder.path("rail.toml")).status, 2) << "would replace it";
 }
 
+TEST(ScenarioReader, KeepsTheOrderOfSensorsThatTheBoardHas) {
+    Folder const folder;
+    folder.put("board.toml", "[[sensor]]\nid = 7\n[[sensor]]\nid = 0\n[[sensor]]\nid = 3\n");
+    auto const file = folder.put(
+        "app.toml", "include = 'board.toml'\n[[sensor]]\nid = 9\n[[sensor]]\nid = 3\n" + std::string(kApp));
+    EXPECT_THAT(readScenarioFile(file).scenario.sensors, ElementsAre(7, 0, 3, 9));
+}
+
 TEST(ScenarioReader, NamesTheFileAndLineOfAFaultInAnIncludedFile) {
     struct Case {
         std::string phone;

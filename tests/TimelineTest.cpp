@@ -119,6 +119,20 @@ TEST(Timeline, OrdersAndNamesRowsAsTheFileDoes) {
     EXPECT_EQ(timeline.textOf(request.briefLabels[1]), "off 3 5");
 }
 
+TEST(Timeline, KeepsTheOrderOfTheSensorsThatTheRecordLists) {
+    std::vector<Happened> happened;
+    for (int const sensor : {-1, 0, 3, 7}) {
+        happened.push_back({1, 10 + sensor, Kind::SensorPowerOn, "", sensor});
+        happened.push_back({2, 10 + sensor, Kind::SensorPowerOnDone, "", sensor, 1});
+    }
+    Record record = recordOf(happened);
+    for (int const sensor : {7, 0, 3}) record.sensors.push_back({.id = sensor});
+    std::string order;
+    for (Row const& row : timelineOf(record).rows) order += std::to_string(*row.sensor) + ' ';
+    for (SensorLane const& lane : sensorLanesOf(record)) order += std::to_string(lane.sensor) + ' ';
+    EXPECT_EQ(order, "7 0 3 -1 7 0 3 -1 ");
+}
+
 TEST(SensorLanes, TellStatesAndWhoCountsOnThem) {
     // Both clients count on the first sensor when one of them powers it off.
     Record const record = namedRecord({{0, 1, Kind::Request, "app", 0, 0, "power on", {0, 3}},

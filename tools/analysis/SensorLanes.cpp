@@ -35,6 +35,9 @@ class Reader {
             cut(now, std::max(mRecord.end, now.since));
             lanes.push_back({sensor, std::move(now.parts)});
         }
+        std::sort(lanes.begin(), lanes.end(), [this](SensorLane const& left, SensorLane const& right) {
+            return mRecord.placeOfSensor(left.sensor) < mRecord.placeOfSensor(right.sensor);
+        });
         return lanes;
     }
 

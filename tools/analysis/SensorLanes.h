@@ -32,7 +32,7 @@ struct SensorLane {
     std::vector<SensorPart> parts;  // one after another, from the record's begin to its end
 };
 
-// What became of each sensor that was powered, by id.
+// What became of each sensor that was powered, in the record's order of sensors.
 std::vector<SensorLane> sensorLanesOf(Record const& record);
 
 // "camera app, face unlock"; empty where there are none.

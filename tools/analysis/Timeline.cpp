@@ -22,8 +22,9 @@ using board::Kind;
 struct Role {
     enum class Is : std::uint8_t { Client, Worker, Queue, Other };
     Is is = Is::Other;
-    std::int64_t order = 0;  // among those alike: of a client its place in the record, of a worker its sensor
+    std::int64_t order = 0;  // among those alike: the place in the record of the client, sensor, controller
     std::string name;
+    std::optional<int> sensor{};  // of a worker
 
     bool operator==(Role const&) const = default;
 };
@@ -34,7 +35,7 @@ Role clientOf(Record const& record, Event const& event) {
 }
 
 Role workerOf(Record const& record, int sensor) {
-    return {Role::Is::Worker, sensor, sensorTitle(record, sensor) + " worker"};
+    return {Role::Is::Worker, record.placeOfSensor(sensor), sensorTitle(record, sensor) + " worker", sensor};
 }
 
 Role otherRole(Record const& record, Record::Thread const& thread) {
@@ -376,7 +377,7 @@ class Reader {
             place[row] = static_cast<std::uint32_t>(rows.size());
             rows.push_back(std::move(mTimeline.rows[row]));
             Role const& role = mRows[row].role;
-            if (role.is == Role::Is::Worker) rows.back().sensor = static_cast<int>(role.order);
+            rows.back().sensor = role.sensor;
             if (role.is == Role::Is::Client && role.order < std::ssize(mRecord.clients))
                 rows.back().client = static_cast<std::uint32_t>(role.order);
             rows.back().name = number == 1 ? name : name + " (" + std::to_string(number) + ')';

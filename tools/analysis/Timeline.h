@@ -32,8 +32,8 @@ struct Section {
 };
 
 // A thread, named by what it is: a client's name, "tele worker", "powerOnOffCtrl (photo)". The workers of one
-// sensor, one after another, are one row. Rows stand in the record's order of clients, then by sensor, then
-// by the controller whose queue they are, as far as that is known.
+// sensor, one after another, are one row. Rows stand in the record's order of clients, then of sensors, then
+// of the controllers whose queues they are, as far as that is known.
 struct Row {
     std::string name;
     std::vector<std::uint32_t> threads;  // indices into Record::threads

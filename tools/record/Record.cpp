@@ -1,6 +1,8 @@
 #include "record/Record.h"
 
 #include <algorithm>
+#include <iterator>
+#include <limits>
 
 namespace zeqcam::tool {
 
@@ -52,9 +54,14 @@ RequestKind requestKindOf(std::string_view name) {
 }
 
 Record::Sensor const* Record::findSensor(int id) const {
-    auto const found = std::lower_bound(sensors.begin(), sensors.end(), id,
-                                        [](Sensor const& sensor, int wanted) { return sensor.id < wanted; });
-    return found != sensors.end() && found->id == id ? &*found : nullptr;
+    auto const found =
+        std::find_if(sensors.begin(), sensors.end(), [id](Sensor const& sensor) { return sensor.id == id; });
+    return found != sensors.end() ? &*found : nullptr;
+}
+
+std::int64_t Record::placeOfSensor(int id) const {
+    if (Sensor const* const sensor = findSensor(id)) return sensor - sensors.data();
+    return std::ssize(sensors) + (std::int64_t{id} - std::numeric_limits<int>::min());
 }
 
 std::string Record::nameOfSensor(int id) const {

@@ -228,7 +228,7 @@ struct Record {
     // ---- Who and what ----
     Texts texts;
     std::vector<Thread> threads;
-    std::vector<Sensor> sensors;  // by id, each once
+    std::vector<Sensor> sensors;  // each once, in the order in which the source lists them
     std::vector<Controller> controllers;
     std::vector<Client> clients;
 
@@ -248,6 +248,8 @@ struct Record {
     [[nodiscard]] std::string_view textOf(TextId id) const { return texts.of(id); }
     // Null: it tells of no such sensor.
     [[nodiscard]] Sensor const* findSensor(int id) const;
+    // Where a sensor stands among all: as `sensors` does, and behind those by id what they lack.
+    [[nodiscard]] std::int64_t placeOfSensor(int id) const;
     // The sensor's name, or its id where it has none.
     [[nodiscard]] std::string nameOfSensor(int id) const;
 };

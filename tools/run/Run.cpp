@@ -304,9 +304,10 @@ struct Run::State {
 
     // The states in which sensors and controllers are now.
     void addStates(Record& record) {
-        for (auto const& [id, sensor] : scenario.settings.sensors) {
-            record.sensors.push_back(
-                {.id = id, .name = record.texts.add(sensor.name), .powered = board.isPowered(id)});
+        for (int const id : scenario.sensors) {
+            record.sensors.push_back({.id = id,
+                                      .name = record.texts.add(scenario.settings.sensors.at(id).name),
+                                      .powered = board.isPowered(id)});
         }
         for (Controller const& each : scenario.controllers) {
             auto const& controller = asked.emplace_back(controllers.at(each.name).lock());

@@ -164,7 +164,7 @@ void readSupply(Fields const& fields, board::Settings& settings, Names& names) {
     settings.supplies[name].atOnce = fields.int32("at_once");
 }
 
-void readSensor(Fields const& fields, board::Settings& settings, Names& names) {
+int readSensor(Fields const& fields, board::Settings& settings, Names& names) {
     int const id = fields.int32("id");
     board::Sensor sensor;
     sensor.name = fields.has("name") ? fields.text("name") : "sensor " + std::to_string(id);
@@ -172,6 +172,7 @@ void readSensor(Fields const& fields, board::Settings& settings, Names& names) {
     if (!canBeReferredTo(fields, id, sensor.name, names)) names.lack();
     names.addId(id);
     settings.sensors.emplace(id, std::move(sensor));
+    return id;
 }
 
 Edit<board::Sensor> readSensorChange(Fields const& fields, Names const& names) {

@@ -17,8 +17,8 @@ using Edit = std::function<void(Part&)>;
 Edit<board::Settings> readBoard(Fields const& fields);
 // `fields` are those of one table `supply`.
 void readSupply(Fields const& fields, board::Settings& settings, Names& names);
-// `fields` are those of one table `sensor`; every supply has been read.
-void readSensor(Fields const& fields, board::Settings& settings, Names& names);
+// `fields` are those of one table `sensor`; every supply has been read. Returns its id.
+int readSensor(Fields const& fields, board::Settings& settings, Names& names);
 // `fields` are those of a sensor's change.
 Edit<board::Sensor> readSensorChange(Fields const& fields, Names const& names);
 

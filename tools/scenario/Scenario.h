@@ -97,6 +97,7 @@ struct Client {
 
 struct Scenario {
     board::Settings settings;
+    std::vector<int> sensors;  // as the file of the board lists them; then those that others add
     std::vector<Controller> controllers;
     std::vector<Client> clients;
 };

@@ -35,6 +35,19 @@ std::vector<Tables> bySensor(Tables const& tables) {
     return sensors;
 }
 
+// A sensor stands where the innermost of the files that tell of it has it: a board that is included keeps its
+// order whatever is said of its sensors besides.
+std::vector<Tables> inOrder(std::vector<Tables> sensors, Tables const& tables) {
+    auto const placeOf = [&](Tables const& sensor) {
+        return std::find(tables.begin(), tables.end(), sensor.back()) - tables.begin();
+    };
+    std::stable_sort(sensors.begin(), sensors.end(), [&](Tables const& left, Tables const& right) {
+        bool const isOfOneFile = fileOf(left.back()->source()) == fileOf(right.back()->source());
+        return isOfOneFile ? placeOf(left) < placeOf(right) : placeOf(left) > placeOf(right);
+    });
+    return sensors;
+}
+
 void readTables(Tables const& files, Reading& reading) {
     auto& [scenario, faults, included] = reading;
     Names names;
@@ -45,8 +58,8 @@ void readTables(Tables const& files, Reading& reading) {
     readBoard(fields.inner("board", fields.layers("board")))(scenario.settings);
     for (auto const* const table : fields.tables("supply"))
         readSupply(fields.inner("supply", *table), scenario.settings, names);
-    for (auto const& tables : bySensor(sensors))
-        readSensor(fields.inner("sensor", tables), scenario.settings, names);
+    for (auto const& tables : inOrder(bySensor(sensors), sensors))
+        scenario.sensors.push_back(readSensor(fields.inner("sensor", tables), scenario.settings, names));
     for (auto const* const table : controllers)
         scenario.controllers.push_back(readController(fields.inner("controller", *table), names));
     for (auto const* const table : fields.tables("client"))
