@@ -6,6 +6,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <sstream>
 #include <string>
@@ -90,6 +91,26 @@ TEST(TerminalTimeline, ShowsAllOfManyShortRequestsAsMarks) {
     std::string const text = shown(writeTerminalTimeline, recordOf(happened), {});
     EXPECT_THAT(text, HasSubstr("app             ||||||||||"));
     EXPECT_THAT(text, HasSubstr("|!|")) << "the failed one is one of many in its cell";
+}
+
+TEST(TerminalTimeline, LeavesRowsOutAndCountsThemUnlessAllAreAskedFor) {
+    std::vector<Happened> happened;
+    for (int i = 0; i < 300; ++i) {
+        std::string const client = "client " + std::to_string(i);
+        happened.push_back({0, i, Kind::Request, client, 0, 0, "power on", {i}});
+        happened.push_back({1, 300 + i, Kind::SensorPowerOn, "", i});
+        happened.push_back({2, 300 + i, Kind::SensorPowerOnDone, "", i, i != 250});
+        happened.push_back({3, i, Kind::Reply, client, 0, 1, "power on"});
+    }
+    Record const record = recordOf(happened);
+    std::string const text = shown(writeTerminalTimeline, record, {});
+    EXPECT_LE(std::count(text.begin(), text.end(), '\n'), 108);
+    EXPECT_THAT(text, testing::AllOf(HasSubstr("\nsensor 250 worker"), HasSubstr("\nsensor 250  "),
+                                     HasSubstr("\nclient 0 "), HasSubstr(" thread rows, "),
+                                     HasSubstr(" sensor lanes\n")));
+    std::string const full = shown(writeTerminalTimeline, record, {.full = true});
+    EXPECT_THAT(full, testing::AllOf(HasSubstr("\nclient 299 "), HasSubstr("\nsensor 299 worker"),
+                                     Not(HasSubstr("left out"))));
 }
 
 TEST(TerminalTimeline, TakesItsGlyphsFromTheEnvironment) {

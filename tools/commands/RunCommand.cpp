@@ -107,7 +107,7 @@ void addViewOptions(CLI::App& app, Options& options) {
     number("--to", options.toMs, "Show what happened until this time, in milliseconds.", kMostMs);
     number("--width", options.width, "The columns of the output, instead of the terminal's.", kMostColumns);
     app.add_flag("--full", options.full,
-                 "Let the picture be taller than 4000 pixels and larger than 2 MB, with all of its rows.");
+                 "Show every row: else the timeline stops at 100 lines, the picture at 4000 pixels and 2 MB.");
 }
 
 // Throws CannotOpen, which a wrong command line is told by.

@@ -9,6 +9,7 @@
 #include "text/TextWidth.h"
 #include "text/TimeText.h"
 #include "views/Axis.h"
+#include "views/RowChoice.h"
 
 #include <embedded/timeline.css.h>
 
@@ -166,12 +167,14 @@ class Picture {
 
     std::string text() {
         double const top = mY;
-        chooseRows();
+        mShownRows = chooseRows(
+            mTimeline, mLanes, mDetail.height - mY - kRoomBelow,
+            [this](Row const& row) { return heightOf(lanesOf(row)); }, kSensorHeight);
         for (std::size_t row = 0; row < mTimeline.rows.size(); ++row) {
-            if (mShownRows.contains(row)) addRow(row);
+            if (mShownRows.rows.contains(row)) addRow(row);
         }
         for (std::size_t lane = 0; lane < mLanes.size(); ++lane) {
-            if (mShownLanes.contains(lane)) addSensor(mLanes[lane]);
+            if (mShownRows.lanes.contains(lane)) addSensor(mLanes[lane]);
         }
         addPowered();
         double const bottom = mY;
@@ -264,51 +267,10 @@ class Picture {
         return lanes.back().top + lanes.back().height + 5;
     }
 
-    // Those with a failure first; of each kind as many as there is room for.
-    void chooseRows() {
-        double room = mDetail.height - mY - kRoomBelow;
-        auto const choose = [&](bool failing, auto const& isOfKind) {
-            for (std::size_t index = 0; index < mTimeline.rows.size(); ++index) {
-                Row const& row = mTimeline.rows[index];
-                if (row.sections.empty() || !isOfKind(row) || mShownRows.contains(index)) continue;
-                bool const fails = std::any_of(row.sections.begin(), row.sections.end(), holdsFailure);
-                double const height = fails == failing ? heightOf(lanesOf(row)) : room + 1;
-                if (height > room) continue;
-                room -= height;
-                mShownRows.insert(index);
-            }
-        };
-        auto const isClient = [](Row const& row) { return row.client.has_value(); };
-        auto const isOther = [](Row const& row) { return !row.client; };
-        choose(true, isClient);
-        choose(true, isOther);
-        for (bool const conflicts : {true, false}) {
-            if (!conflicts) choose(false, isClient);
-            for (std::size_t lane = 0; lane < mLanes.size(); ++lane) {
-                auto const& parts = mLanes[lane].parts;
-                bool const has = std::any_of(parts.begin(), parts.end(), isConflict);
-                if (has != conflicts || room < kSensorHeight) continue;
-                room -= kSensorHeight;
-                mShownLanes.insert(lane);
-            }
-        }
-        choose(false, isOther);
-    }
-
     void addLeftOut() {
-        std::size_t rows = 0;
-        for (std::size_t index = 0; index < mTimeline.rows.size(); ++index)
-            rows += mTimeline.rows[index].sections.empty() || mShownRows.contains(index) ? 0U : 1U;
-        std::string text;
-        auto const tell = [&text](std::size_t count, std::string const& what) {
-            if (count == 0) return;
-            text += (text.empty() ? "" : ", ") + std::to_string(count) + ' ' + what + (count == 1 ? "" : "s");
-        };
-        tell(rows, "thread row");
-        tell(mLanes.size() - mShownLanes.size(), "sensor lane");
-        if (text.empty()) return;
+        if (mShownRows.leftOut.empty()) return;
         mShapes.text(kMargin + 8, mY + 16, R"(class="muted")",
-                     "No room for " + text + ": choose by --client and --sensor, or --full.");
+                     "No room for " + mShownRows.leftOut + ": choose by --client and --sensor, or --full.");
         mY += 18;
     }
 
@@ -566,8 +528,7 @@ class Picture {
     std::vector<SensorLane> const& mLanes;
     std::string_view const mTitle;
     Detail const mDetail;
-    std::set<std::size_t> mShownRows;
-    std::set<std::size_t> mShownLanes;
+    RowChoice mShownRows;
     double mLeft = 0;
     double mY = 64;  // where the next row begins
     bool mBanded = false;

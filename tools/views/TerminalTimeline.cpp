@@ -7,6 +7,7 @@
 #include "text/Printable.h"
 #include "text/TextWidth.h"
 #include "views/Axis.h"
+#include "views/RowChoice.h"
 
 #include <fmt/format.h>
 
@@ -14,6 +15,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstddef>
+#include <limits>
 #include <set>
 #include <string>
 #include <string_view>
@@ -206,23 +208,25 @@ class Picture {
           mColours(presentation.colours),
           mAlphabet(presentation.glyphs == Glyphs::Utf8 ? kUtf8 : kAscii),
           mNames(namesWidth()),
-          mScale(timeline, mColumns - mNames) {}
+          mScale(timeline, mColumns - mNames),
+          mMostLines(presentation.full ? std::numeric_limits<double>::infinity() : kMostLines) {}
 
     std::string text() {
         addAxis(true);
-        for (Row const& row : mTimeline.rows) {
-            if (!row.sections.empty()) addRow(row);
-        }
-        for (SensorLane const& lane : mLanes) addLane(lane);
+        RowChoice const shown = chooseRows(
+            mTimeline, mLanes, mMostLines, [this](Row const& row) { return linesOf(row); }, 1);
+        for (std::size_t const row : shown.rows) addRow(mTimeline.rows[row]);
+        for (std::size_t const lane : shown.lanes) addLane(mLanes[lane]);
         addPowered();
         if (mLines > kLinesForASecondAxis) addAxis(false);
         addLaneLegend();
-        addLeftOut();
+        addLeftOut(shown.leftOut);
         return std::move(mText);
     }
 
   private:
     static constexpr int kLinesForASecondAxis = 24;
+    static constexpr double kMostLines = 100;  // of rows and lanes, unless all are asked for
     static constexpr std::string_view kPowered = "sensors powered";
 
     // With the space behind them. The larger part of the width is for the bars.
@@ -282,6 +286,11 @@ class Picture {
         }
         add(above ? labels : ruler);
         add(above ? ruler : labels);
+    }
+
+    // A line above them may name short ones.
+    [[nodiscard]] double linesOf(Row const& row) const {
+        return static_cast<double>(Levels(row.sections, mScale, mostLevels()).bars().size() + 1);
     }
 
     void addRow(Row const& row) {
@@ -428,13 +437,18 @@ class Picture {
         add(line);
     }
 
-    void addLeftOut() {
-        if (mLeftOut == 0) return;
-        Line line(mColumns);
-        std::string const text = fmt::format("too short or too deep for this width: {} section{}", mLeftOut,
-                                             mLeftOut == 1 ? "" : "s");
-        line.put(mNames, shortened(text, mColumns - mNames, mAlphabet.ellipsis), kDim);
-        add(line);
+    // `rows`: those that have no line.
+    void addLeftOut(std::string const& rows) {
+        auto const tell = [this](std::string const& text) {
+            Line line(mColumns);
+            line.put(mNames, shortened(text, mColumns - mNames, mAlphabet.ellipsis), kDim);
+            add(line);
+        };
+        if (mLeftOut > 0) {
+            tell(fmt::format("too short or too deep for this width: {} section{}", mLeftOut,
+                             mLeftOut == 1 ? "" : "s"));
+        }
+        if (!rows.empty()) tell("left out, see --full: " + rows);
     }
 
     Record const& mRecord;
@@ -445,6 +459,7 @@ class Picture {
     Alphabet const& mAlphabet;
     int const mNames;
     Scale const mScale;
+    double const mMostLines;
     int mLines = 0;
     int mLeftOut = 0;
     std::set<std::string_view> mLooks;  // of the sensors' lanes
