@@ -28,7 +28,7 @@ bool take(std::vector<int>& sensors, int sensor) {
 
 class Attribution {
   public:
-    explicit Attribution(Record const& record) : mRecord(record), mThreads(record.threads.size()) {}
+    explicit Attribution(Record const& record) : mRecord(record) {}
 
     MaybeRequest of(Event const& event) {
         if (event.request) {
@@ -44,7 +44,7 @@ class Attribution {
                 take(found->second.posted, *event.sensor);
         }
         MaybeRequest const of = request;
-        if (event.kind == Kind::TaskRunDone) request = {};
+        if (event.kind == Kind::TaskRunDone || !of) mThreads.erase(event.thread);
         return of;
     }
 
@@ -52,7 +52,7 @@ class Attribution {
     void follow(Event const& event, std::uint32_t request) {
         if (event.kind == Kind::Reply) {
             mUnderWay.erase(request);
-            std::replace(mThreads.begin(), mThreads.end(), MaybeRequest(request), MaybeRequest());
+            std::erase_if(mThreads, [&](auto const& each) { return each.second == MaybeRequest(request); });
             return;
         }
         UnderWay& state = mUnderWay[request];
@@ -82,7 +82,8 @@ class Attribution {
     }
 
     Record const& mRecord;
-    std::vector<MaybeRequest> mThreads;
+    // Whose work each thread does. A long record has many threads, of which few work at once.
+    std::map<std::uint32_t, MaybeRequest> mThreads;
     std::map<std::uint32_t, UnderWay> mUnderWay;  // by their begins, as the requests are
 };
 

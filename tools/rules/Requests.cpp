@@ -82,24 +82,24 @@ std::vector<Breach> workThatOutlivesItsRequest(Record const& record) {
 
 std::vector<Breach> sensorsWithoutACall(Record const& record) {
     std::vector<Breach> breaches;
-    // The handles made in each thread's power-on for sensors that have had no call since.
-    std::vector<std::map<std::int32_t, std::uint32_t>> uncalled(record.threads.size());
+    // By thread: the handles made in its power-on for sensors that have had no call since. A long record has
+    // many threads, of which few are in a power-on.
+    std::map<std::uint32_t, std::map<std::int32_t, std::uint32_t>> uncalled;
     for (std::uint32_t index = 0; index < record.events.size(); ++index) {
         Event const& event = record.events[index];
-        auto& own = uncalled[event.thread];
-        if (event.kind == Kind::ProfileBegin) own.clear();
+        if (event.kind == Kind::ProfileBegin) uncalled.erase(event.thread);
         if (event.kind == Kind::SensorCreate && event.sensor && event.number.value_or(1) != 0)
-            own[*event.sensor] = index;
+            uncalled[event.thread][*event.sensor] = index;
         if (event.kind == Kind::SensorPowerOn && event.sensor) {
-            for (auto& each : uncalled) each.erase(*event.sensor);
+            for (auto& [thread, handles] : uncalled) handles.erase(*event.sensor);
         }
         // All workers have ended, none of them by an exception.
         if (event.kind != Kind::ProfileMark || record.textOf(event.text) != "Sensor powerOn -") continue;
-        for (auto const& [sensor, made] : own) {
+        for (auto const& [sensor, made] : uncalled[event.thread]) {
             breaches.push_back(
                 {sensorPhrase(record, sensor) + " was admitted to a power-on and never called", {made, index}});
         }
-        own.clear();
+        uncalled.erase(event.thread);
     }
     return breaches;
 }
