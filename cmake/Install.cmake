@@ -16,7 +16,16 @@ install(TARGETS zeqcam_board EXPORT zeqcam_board
 install(TARGETS zeqcam_simulation EXPORT zeqcam_simulation
   LIBRARY COMPONENT runtime
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-foreach(component poweronoff board simulation)
+set(zeqcam_libraries poweronoff board simulation)
+if(TARGET zeqcam_views)
+  list(APPEND zeqcam_libraries views)
+  install(TARGETS zeqcam_views EXPORT zeqcam_views
+    LIBRARY COMPONENT runtime
+    INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+  install(DIRECTORY tools/show/include/zeqcam
+    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development FILES_MATCHING PATTERN *.h)
+endif()
+foreach(component IN LISTS zeqcam_libraries)
   install(EXPORT zeqcam_${component} NAMESPACE zeqcam:: FILE zeqcam_${component}-targets.cmake
     DESTINATION ${zeqcam_cmake_dir} COMPONENT development)
 endforeach()
@@ -41,7 +50,7 @@ cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_LIBDIR BASE_DIRECTORY ${CMAKE_INSTAL
 cmake_path(RELATIVE_PATH CMAKE_INSTALL_FULL_INCLUDEDIR BASE_DIRECTORY ${CMAKE_INSTALL_PREFIX}
   OUTPUT_VARIABLE zeqcam_includedir)
 file(RELATIVE_PATH zeqcam_prefix /prefix/${zeqcam_pkgconfig_dir} /prefix)
-foreach(library poweronoff board simulation)
+foreach(library IN LISTS zeqcam_libraries)
   configure_file(cmake/zeqcam-${library}.pc.in zeqcam-${library}.pc @ONLY)
   install(FILES ${CMAKE_CURRENT_BINARY_DIR}/zeqcam-${library}.pc
     DESTINATION ${zeqcam_pkgconfig_dir} COMPONENT development)
@@ -51,9 +60,10 @@ install(FILES CHANGELOG.md docs/architecture.md docs/results.md docs/scenario.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 
 if(TARGET zeqcam-power)
+  set_target_properties(zeqcam_views PROPERTIES INSTALL_RPATH "$ORIGIN")
   # Finds its libraries wherever the tree stands.
-  file(RELATIVE_PATH zeqcam_libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
-  set_target_properties(zeqcam-power PROPERTIES INSTALL_RPATH "$ORIGIN/${zeqcam_libraries}")
+  file(RELATIVE_PATH zeqcam_library_dir /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+  set_target_properties(zeqcam-power PROPERTIES INSTALL_RPATH "$ORIGIN/${zeqcam_library_dir}")
   install(TARGETS zeqcam-power RUNTIME COMPONENT tool)
   install(FILES docs/zeqcam-power.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tool)
   install(FILES completions/zeqcam-power.bash RENAME zeqcam-power

@@ -1,4 +1,5 @@
 #include "PhotoSession.h"
+#include "ShowsFailure.h"
 
 #include <zeqcam/board/Board.h>
 
@@ -58,6 +59,7 @@ TEST(PhotoSession, OpensWithTheSensorsThatItCanHave) {
 
 TEST(PhotoSession, OpensAgainAfterAFaultHasGone) {
     Board board({.sensors = {{kMain, {}}, {kWide, {.hasHandle = false}}}});
+    ShowsFailure const shows(board);
     PhotoSession session(kMain, kWide);
     ASSERT_EQ(session.open(), PhotoSession::State::MainOnly);
     board.change([](Settings& settings) { settings.sensors[kWide].hasHandle = true; });
@@ -67,6 +69,7 @@ TEST(PhotoSession, OpensAgainAfterAFaultHasGone) {
 
 TEST(PhotoSession, PowersEachSensorOffOnceWhenItGoes) {
     Board board({.sensors = {{kMain, {}}, {kWide, {}}}});
+    ShowsFailure const shows(board);
     {
         PhotoSession session(kMain, kWide);
         session.open();
@@ -74,6 +77,16 @@ TEST(PhotoSession, PowersEachSensorOffOnceWhenItGoes) {
     EXPECT_EQ(poweredOf(board), std::set<int>{});
     EXPECT_EQ(board.journal().entries(Kind::SensorPowerOff).size(), 2U);
     EXPECT_TRUE(board.callerFaults().empty()) << board.callerFaults().front().what;
+}
+
+// Fails, to show what a failed test leaves.
+TEST(PhotoSession, DISABLED_TakesAWideCameraWithoutSupplyForOneThatIsOn) {
+    Board board({.sensors = {{kMain, {.name = "main"}},
+                             {kWide, {.name = "wide", .powerOnFails = {.always = true}}}}});
+    ShowsFailure const shows(board);
+    PhotoSession session(kMain, kWide);
+    session.open();
+    EXPECT_TRUE(board.isPowered(kWide));
 }
 
 }  // namespace

@@ -48,6 +48,10 @@ void Board::change(std::function<void(Settings&)> const& edit) {
     mState->device->change(edit);
 }
 
+Settings Board::settings() const {
+    return mState->device->settings();
+}
+
 bool Board::isPowered(int sensor) const {
     ImageSensor const* const found = mState->device->sensor(sensor);
     return found && found->isPowered();

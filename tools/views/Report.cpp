@@ -202,6 +202,7 @@ std::string expectationsOf(Record const& record, Ink ink) {
                                     printable(record.textOf(expectation.unmet)))) +
                 '\n';
     }
+    if (record.expectations.empty() && record.files.empty()) return {};  // it is of no scenario
     auto const held =
         std::count_if(record.expectations.begin(), record.expectations.end(),
                       [](Expectation const& each) { return each.state == Expectation::State::Held; });
@@ -233,9 +234,12 @@ std::string brokenRulesText(Record const& record, Strictness const& strictness, 
 
 void writeReport(Record const& record, Presentation const& presentation, std::ostream& out) {
     Ink const ink{presentation.colours};
+    if (!record.requests.empty()) {
+        out << '\n'
+            << ink.bold("Requests, times in milliseconds") << '\n'
+            << requestsOf(record).text(ink, presentation.columns);
+    }
     out << '\n'
-        << ink.bold("Requests, times in milliseconds") << '\n'
-        << requestsOf(record).text(ink, presentation.columns) << '\n'
         << ink.bold("Sensors at the end") << '\n'
         << statesOf(record).text(ink, presentation.columns) << '\n'
         << failuresOf(record, ink) << brokenRulesText(record, presentation.strictness, ink)

@@ -233,6 +233,9 @@ class ZEQCAM_BOARD_API Board {
     /// kept until the board goes: meant for a scenario's steps, not for a tight loop.
     void change(std::function<void(Settings&)> const& edit);
 
+    /// A copy of the settings as the last change left them.
+    [[nodiscard]] Settings settings() const;
+
     /// Whether a sensor's last power-on or power-off that succeeded left it powered. False for a sensor that
     /// the board has not. Does not wait for a call on the sensor that is under way.
     [[nodiscard]] bool isPowered(int sensor) const;

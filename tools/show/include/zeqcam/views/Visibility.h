@@ -1,0 +1,3 @@
+#pragma once
+
+#define ZEQCAM_VIEWS_API [[gnu::visibility("default")]]
