@@ -36,6 +36,7 @@ TEST(SvgTimeline, IsXmlThatHoldsEveryNameAndMarksFailures) {
         EXPECT_EQ(readByXml(file, "count(" + failed + "/*[@class=\"sign\"])"), "3");
         EXPECT_THAT(readByXml(file, "string(" + failed + "/*[local-name()=\"title\"])"),
                     HasSubstr("sensor 3 on\nstart 3.00 ms, took 17.0 ms, failed"));
+        EXPECT_EQ(readByXml(file, "count(//*[@class=\"powering\"]/../*[.=\"powering on\"])"), "3");
     }
 }
 

@@ -227,7 +227,8 @@ class Picture {
             mSheet.shapes.rect(x, mY + 4, width, 16, classed(look));
             bool const signs = look == "failed" || look == "conflict";
             if (signs) mSheet.shapes.sign(x, mY + 12);
-            std::string const label = printable(clients);
+            std::string label = printable(clients);
+            if (label.empty() && look == "powering") label = nameOf(part.state);
             double const before = signs ? 20 : 4;
             if (!label.empty() && before + widthOf(label, kCharacter) <= width)
                 mSheet.shapes.text(x + before, mY + 16, R"(class="label")", label);
