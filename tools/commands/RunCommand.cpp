@@ -5,6 +5,7 @@
 #include "rules/Rule.h"
 #include "rules/Verdict.h"
 #include "run/LogOutput.h"
+#include "run/Memory.h"
 #include "run/Run.h"
 #include "run/SimulatedRun.h"
 #include "run/TraceMarker.h"
@@ -106,8 +107,9 @@ void addViewOptions(CLI::App& app, Options& options) {
     number("--from", options.fromMs, "Show what happened from this time on, in milliseconds.", kMostMs);
     number("--to", options.toMs, "Show what happened until this time, in milliseconds.", kMostMs);
     number("--width", options.width, "The columns of the output, instead of the terminal's.", kMostColumns);
-    app.add_flag("--full", options.full,
-                 "Show every row: else the timeline stops at 100 lines, the picture at 4000 pixels and 2 MB.");
+    app.add_flag(
+        "--full", options.full,
+        "Show every row: else the timeline stops at 100 lines, the picture at 4000 pixels and 2 MB.");
 }
 
 // Throws CannotOpen, which a wrong command line is told by.
@@ -240,6 +242,7 @@ bool tell(Record const& record, Options& options) {
 }
 
 int play(Scenario const& scenario, Options& options, LogOutput& log) {
+    keepMemorySmall();
     Watch watch;
     auto run = std::make_unique<Run>(scenario, Run::Drains::Meanwhile, [&watch] { watch.allDone(); });
     auto const cut = cutOff(
@@ -253,7 +256,9 @@ int play(Scenario const& scenario, Options& options, LogOutput& log) {
     if (cut) {
         log.close();
         try {
-            tell(record(), options);
+            Record const taken = record();
+            giveMemoryBack();
+            tell(taken, options);
         } catch (std::exception const& error) {
             complain(error.what());
         }
@@ -262,6 +267,7 @@ int play(Scenario const& scenario, Options& options, LogOutput& log) {
     run->join();
     Record const taken = record();
     run.reset();
+    giveMemoryBack();
     bool const isTold = tell(taken, options);
     return isTold && verdictOn(taken, options.strictness) == Verdict::Passed ? kAllHeld : kFailed;
 }
