@@ -6,16 +6,16 @@
 
 namespace zeqcam::simulation {
 
-SeededChoice::SeededChoice(Seed seed) : mSeed(seed), mState(mix(seed)) {}
+SeededChoice::SeededChoice(Seed seed, std::uint64_t pointsToASwitch)
+    : mSeed(seed), mPointsToASwitch(pointsToASwitch), mState(mix(seed)) {}
 
 std::uint64_t SeededChoice::draw() {
     return mState = mix(mState);
 }
 
-// A thread that can go on keeps its turn three times in four: threads get somewhere, and meet all the same.
 Thread* SeededChoice::next(Thread& current, bool canGoOn, std::span<Thread* const> ready) {
     if (ready.size() == 1) return ready.front();
-    if (canGoOn && draw() % 4 != 0) return &current;
+    if (canGoOn && draw() % mPointsToASwitch != 0) return &current;
     return ready[draw() % ready.size()];
 }
 

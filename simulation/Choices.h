@@ -8,7 +8,9 @@ namespace zeqcam::simulation {
 // Everybody goes on by a number drawn from the seed.
 class SeededChoice final : public Choice {
   public:
-    explicit SeededChoice(Seed seed);
+    // A thread that can go on may lose its turn at one point in so many. A few: threads get somewhere, and
+    // meet all the same.
+    explicit SeededChoice(Seed seed, std::uint64_t pointsToASwitch = 4);
     Thread* next(Thread& current, bool canGoOn, std::span<Thread* const> ready) override;
     [[nodiscard]] std::string schedule() const override { return textOf(mSeed); }
 
@@ -16,6 +18,7 @@ class SeededChoice final : public Choice {
     std::uint64_t draw();
 
     Seed const mSeed;
+    std::uint64_t const mPointsToASwitch;
     std::uint64_t mState;
 };
 

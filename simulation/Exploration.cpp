@@ -76,6 +76,7 @@ class Search {
     }
 
     Exploration run() {
+        if (mBounds.reduce) learnFromSeeds();
         while (!runOnce()) {
         }
         mFound.elapsed = std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - mBegan);
@@ -101,6 +102,41 @@ class Search {
         for (; mNodes[node].origin != node; node = mNodes[node].origin) turns.push_back(mNodes[node].turn);
         std::reverse(turns.begin(), turns.end());
         return turns;
+    }
+
+    // Runs by seeds show most of the contested objects. Else the search finds them one by one, and begins
+    // anew each time.
+    void learnFromSeeds() {
+        for (Seed first = 0; first < kMostSeeds; first += kSeedsAtATime) {
+            std::size_t const known = mContested->count;
+            bool const allEnded = runSeeds(first, first + kSeedsAtATime);
+            if (!mContested->add(mNewlyContested)) tooMuch();
+            mNewlyContested.clear();
+            if (!allEnded || mContested->count == known || isCut()) return;
+        }
+    }
+
+    // False when one failed, which is none of the simplest: those are the search's to find.
+    bool runSeeds(Seed next, Seed end) {
+        bool allEnded = true;
+        while ((allEnded && next < end) || !mRunning.empty()) {
+            while (allEnded && next < end && !mFree.empty()) {
+                mRunning.push_back({.node = 0, .turns = {}, .worker = mFree.back()});
+                mFree.pop_back();
+                mRunning.back().worker->begin(next++);
+            }
+            awaitOne();
+            while (!mRunning.empty() && mRunning.front().worker == nullptr) {
+                Running const first = std::move(mRunning.front());
+                mRunning.pop_front();
+                if (allEnded) {
+                    mNewlyContested.insert(mNewlyContested.end(), first.contested.begin(),
+                                           first.contested.end());
+                }
+                allEnded = allEnded && first.result.ending == Ending::Ended;
+            }
+        }
+        return allEnded;
     }
 
     // False when an object has turned out to be contested, which changes where switches are worth while: all
@@ -263,6 +299,8 @@ class Search {
     static constexpr std::size_t kAhead = 8;
 
     static constexpr std::uint64_t kMoreRunsToLearn = 100;
+    static constexpr Seed kSeedsAtATime = 32;
+    static constexpr Seed kMostSeeds = 256;
 
     Bounds const& mBounds;
     Clock::time_point const mBegan;

@@ -5,6 +5,7 @@
 #include <sys/syscall.h>
 
 #include <atomic>
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 
@@ -87,8 +88,9 @@ Libc const& libc() {
     return gFound;
 }
 
-void waitOnWord(void const* word, int value, timespec const* timeout) {
-    libc().syscall(SYS_futex, word, FUTEX_WAIT_PRIVATE, value, timeout, nullptr, 0);
+bool waitOnWord(void const* word, int value, timespec const* timeout) {
+    return libc().syscall(SYS_futex, word, FUTEX_WAIT_PRIVATE, value, timeout, nullptr, 0) == 0 ||
+           errno != ETIMEDOUT;
 }
 
 void wakeOnWord(void const* word) {

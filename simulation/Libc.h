@@ -66,8 +66,8 @@ struct Libc {
 // Found at the first call. Cheap from then on.
 Libc const& libc();
 
-// The kernel's futex, which no simulation sees. `timeout` may be null.
-void waitOnWord(void const* word, int value, timespec const* timeout = nullptr);
+// The kernel's futex, which no simulation sees. `timeout` may be null. False when it has passed.
+bool waitOnWord(void const* word, int value, timespec const* timeout = nullptr);
 void wakeOnWord(void const* word);
 
 }  // namespace zeqcam::simulation

@@ -91,10 +91,8 @@ bool Scheduler::run(std::function<void()> const& body) {
         gScheduler.store(nullptr);
         throw std::system_error(error, std::generic_category(), "no thread for the body");
     }
-    Watchdog watchdog(*this);
     passTo(*mThreads.front());
-    while (mDone.load() == 0) waitOnWord(&mDone, 0);
-    watchdog.stop();
+    Watchdog(*this).watchUntil(mDone);
     bool const ended = mLive.empty();
     if (ended) {
         libc().pthread_join(handle, nullptr);

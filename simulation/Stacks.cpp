@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <memory>
+#include <utility>
 
 namespace zeqcam::simulation {
 namespace {
@@ -51,8 +52,9 @@ void const* ownBase() {
 }  // namespace
 
 void prepareStacks() {
+    static bool isPrepared = false;
     void* frame = nullptr;
-    backtrace(&frame, 1);
+    if (!std::exchange(isPrepared, true)) backtrace(&frame, 1);
 }
 
 void takeStack(Thread& thread) {

@@ -87,31 +87,13 @@ timespec timespecOf(std::chrono::milliseconds time) {
 
 }  // namespace
 
-Watchdog::Watchdog(Scheduler& scheduler) : mScheduler(scheduler) {
-    mRuns = libc().pthread_create(&mThread, nullptr, main, this) == 0;
-}
-
-void Watchdog::stop() {
-    if (!mRuns) return;
-    mStopped.store(1);
-    wakeOnWord(&mStopped);
-    libc().pthread_join(mThread, nullptr);
-    mRuns = false;
-}
-
-void* Watchdog::main(void* watchdog) {
-    static_cast<Watchdog*>(watchdog)->watch();
-    return nullptr;
-}
-
-void Watchdog::watch() {
+void Watchdog::watchUntil(std::atomic<int> const& done) {
     timespec const pause = timespecOf(mScheduler.limits().patience);
     constexpr int kPausesToCompute = 10;
     Scheduler::Turn seen = mScheduler.turn();
     int pauses = 0;
-    while (mStopped.load() == 0) {
-        waitOnWord(&mStopped, 0, &pause);
-        if (mStopped.load() != 0) return;
+    for (int state = 0; (state = done.load()) != 1;) {
+        if (waitOnWord(&done, state, &pause)) continue;
         Scheduler::Turn const now = mScheduler.turn();
         if (now.points != seen.points || now.thread != seen.thread) {
             seen = now;
@@ -120,9 +102,11 @@ void Watchdog::watch() {
         }
         ++pauses;
         std::string const call = callOf(now.thread);
-        if (!call.empty())
-            return report(now.thread, "waits in " + call + ", which the simulation does not know");
-        if (pauses >= kPausesToCompute) return report(now.thread, "computes and comes to no point");
+        if (!call.empty()) {
+            report(now.thread, "waits in " + call + ", which the simulation does not know");
+        } else if (pauses >= kPausesToCompute) {
+            report(now.thread, "computes and comes to no point");
+        }
     }
 }
 

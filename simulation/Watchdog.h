@@ -1,7 +1,5 @@
 #pragma once
 
-#include <pthread.h>
-
 #include <atomic>
 #include <string>
 
@@ -10,26 +8,18 @@ namespace zeqcam::simulation {
 class Scheduler;
 
 // Gives a run up when the thread with the turn comes to no point: it waits in a call that the simulation does
-// not know, or computes for ever. Looks on in real time, from a thread of its own.
+// not know, or computes for ever. Looks on in real time, from the thread that waits for the run's end.
 class Watchdog {
   public:
-    // Without a thread to look on from, nobody does.
-    explicit Watchdog(Scheduler& scheduler);
-    ~Watchdog() { stop(); }
-    Watchdog(Watchdog const&) = delete;
-    Watchdog& operator=(Watchdog const&) = delete;
+    explicit Watchdog(Scheduler& scheduler) : mScheduler(scheduler) {}
 
-    void stop();
+    // Waits until `done`, a futex, is 1.
+    void watchUntil(std::atomic<int> const& done);
 
   private:
-    static void* main(void* watchdog);
-    void watch();
     void report(int thread, std::string const& what);
 
     Scheduler& mScheduler;
-    pthread_t mThread{};
-    bool mRuns = false;
-    std::atomic<int> mStopped{0};  // a futex
 };
 
 }  // namespace zeqcam::simulation

@@ -108,8 +108,16 @@ Worker::~Worker() {
 void Worker::begin(GivenTurns const& turns, bool reduces) {
     if (turns.size() > Desk::kMostTurns) throw std::length_error("a schedule has too many turns");
     mDesk->reduces = reduces;
+    mDesk->isSeeded = false;
     mDesk->turnCount = turns.size();
     std::copy(turns.begin(), turns.end(), mDesk->turns.begin());
+    if (!writeByte(mRequests)) refuse("a process for schedules has gone");
+}
+
+void Worker::begin(Seed seed) {
+    mDesk->reduces = true;
+    mDesk->isSeeded = true;
+    mDesk->seed = seed;
     if (!writeByte(mRequests)) refuse("a process for schedules has gone");
 }
 
@@ -146,7 +154,11 @@ void Worker::run() {
     auto const turns = std::span(mDesk->turns).first(mDesk->turnCount);
     Order order(mContested.all());
     Order* const watches = mDesk->reduces ? &order : nullptr;
-    TrailChoice choice(GivenTurns(turns.begin(), turns.end()), watches, trail);
+    TrailChoice given(GivenTurns(turns.begin(), turns.end()), watches, trail);
+    // Few switches: memory, and so what is contested, then stands where the schedules of the search have it.
+    constexpr std::uint64_t kPointsToASwitch = 200;
+    SeededChoice seeded(mDesk->seed, kPointsToASwitch);
+    Choice& choice = mDesk->isSeeded ? static_cast<Choice&>(seeded) : given;
     try {
         Scheduler scheduler(mLimits, choice, watches);
         scheduler.run(mBody);

@@ -68,6 +68,8 @@ class Worker {
     void start(int cpu);
     // Begins with a schedule. `reduces`: see Bounds::reduce.
     void begin(GivenTurns const& turns, bool reduces);
+    // Begins with what a seed chooses, which leaves no branches.
+    void begin(Seed seed);
     // Readable when it is done.
     [[nodiscard]] int end() const { return mEnd; }
     // Waits until it is done. What it left stands until the next.
@@ -78,6 +80,8 @@ class Worker {
         static constexpr std::size_t kMostTurns = 1 << 12;
 
         bool reduces;
+        bool isSeeded;
+        Seed seed;
         std::size_t turnCount;
         std::array<GivenTurn, kMostTurns> turns;
         Trail trail;
