@@ -8,12 +8,12 @@
 #include "text/TextWidth.h"
 #include "views/Axis.h"
 #include "views/RowChoice.h"
+#include "views/TerminalBars.h"
+#include "views/TerminalLine.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <chrono>
-#include <cmath>
 #include <cstddef>
 #include <limits>
 #include <set>
@@ -25,6 +25,12 @@
 namespace zeqcam::tool {
 namespace {
 
+using terminal::Bar;
+using terminal::kPlain;
+using terminal::Levels;
+using terminal::Line;
+using terminal::Scale;
+
 struct Alphabet {
     std::string_view left, fill, right, open, tick, axis, axisTick, caption, ellipsis;
     std::string_view off, powering, on, conflict;
@@ -34,8 +40,7 @@ constexpr Alphabet kAscii{"[", "-", "]", ">", "|", "-", "+", ",", "~", ".", "/",
 constexpr Alphabet kUtf8{"├", "─", "┤", "▶", "│", "─", "┬", "┌", "…", "·", "╱", "═", "×"};
 constexpr std::string_view kFailed = "!";
 
-// How text stands out where there are colours.
-constexpr std::string_view kPlain = "";
+// How text stands out where there are colours; plain else.
 constexpr std::string_view kName = "\033[1m";
 constexpr std::string_view kDim = "\033[2m";
 constexpr std::string_view kFailure = "\033[1;31m";
@@ -53,150 +58,6 @@ std::string_view colourOf(SectionKind kind) {
     }
     return kPlain;
 }
-
-// One line, a cell for each column.
-class Line {
-  public:
-    explicit Line(int columns) : mCells(static_cast<std::size_t>(columns)) {}
-
-    // What is beyond the line's end is lost.
-    void put(int column, std::string_view text, std::string_view style) {
-        for (Character const& character : charactersOf(text)) {
-            if (column + character.columns > static_cast<int>(mCells.size())) return;
-            if (character.columns == 0) continue;
-            at(column) = {std::string(character.bytes), style};
-            for (int i = 1; i < character.columns; ++i) at(column + i) = {"", style};
-            column += character.columns;
-        }
-    }
-
-    [[nodiscard]] bool isBlank(int begin, int end) const {
-        return std::all_of(mCells.begin() + std::max(begin, 0),
-                           mCells.begin() + std::min(end, static_cast<int>(mCells.size())),
-                           [](Cell const& cell) { return cell.text == " "; });
-    }
-
-    void fill(int begin, int end, std::string_view glyph, std::string_view style) {
-        for (int column = begin; column < end; ++column) put(column, glyph, style);
-    }
-
-    [[nodiscard]] std::string text(bool colours) const {
-        auto const end = std::find_if(mCells.rbegin(), mCells.rend(), [](Cell const& cell) {
-                             return cell.text != " ";
-                         }).base();
-        std::string text;
-        std::string_view style = kPlain;
-        for (auto cell = mCells.begin(); cell != end; ++cell) {
-            if (colours && cell->style != style) {
-                if (style != kPlain) text += "\033[0m";
-                text += style = cell->style;
-            }
-            text += cell->text;
-        }
-        if (style != kPlain) text += "\033[0m";
-        return text + '\n';
-    }
-
-  private:
-    struct Cell {
-        std::string text = " ";
-        std::string_view style = kPlain;
-    };
-
-    Cell& at(int column) { return mCells[static_cast<std::size_t>(column)]; }
-
-    std::vector<Cell> mCells;
-};
-
-// The cells from `begin` up to, but not including, `end`.
-struct Cells {
-    int begin = 0;
-    int end = 0;
-
-    [[nodiscard]] int size() const { return end - begin; }
-};
-
-// What becomes of a run's time on a line of cells. The last cells stay free for what is short and comes last.
-class Scale {
-  public:
-    static constexpr int kSpare = 2;
-
-    Scale(Timeline const& timeline, int cells)
-        : mBegin(timeline.begin),
-          mSpan(std::max(std::chrono::duration<double>(timeline.end - timeline.begin).count(), 1e-9)),
-          mCells(cells) {}
-
-    [[nodiscard]] int cellOf(Instant time) const {
-        double const part =
-            std::clamp(std::chrono::duration<double>(time - mBegin).count() / mSpan, 0.0, 1.0);
-        return static_cast<int>(std::lround(part * (mCells > 2 * kSpare ? mCells - kSpare : mCells - 1)));
-    }
-    [[nodiscard]] int cells() const { return mCells; }
-
-  private:
-    Instant mBegin;
-    double mSpan;
-    int mCells;
-};
-
-struct Bar {
-    Section const* section;
-    Cells cells;
-    bool failed;
-};
-
-// The bars of a row, by depth. An outermost section takes one cell at least, and none that another has; of
-// what it holds, only that has a bar which is as long as a cell or so.
-class Levels {
-  public:
-    Levels(std::vector<Section> const& sections, Scale const& scale, std::size_t most)
-        : mScale(scale), mMost(most) {
-        layOut(sections, {0, scale.cells()}, 0);
-    }
-
-    [[nodiscard]] std::vector<std::vector<Bar>> const& bars() const { return mBars; }
-    // The sections that have no bar.
-    [[nodiscard]] int leftOut() const { return mLeftOut; }
-
-  private:
-    // A bar may stand this many cells later than its time, to make room for short ones before it.
-    static constexpr int kMostShift = Scale::kSpare;
-
-    void layOut(std::vector<Section> const& sections, Cells room, std::size_t depth) {
-        for (Section const& section : sections) {
-            Cells const exact{mScale.cellOf(section.begin), mScale.cellOf(section.end)};
-            int const begin = std::max(exact.begin, room.begin);
-            bool const fits = begin < room.end && begin <= exact.begin + kMostShift;
-            if (!fits || depth == mMost || (depth > 0 && exact.size() == 0)) {
-                leaveOut(section, depth);
-                continue;
-            }
-            if (mBars.size() == depth) mBars.emplace_back();
-            Cells const cells{begin, std::clamp(exact.end, begin + 1, room.end)};
-            mBars[depth].push_back({&section, cells, section.failed});
-            layOut(section.inner, cells, depth + 1);
-            room.begin = cells.end;
-        }
-    }
-
-    // Its failure shows on the bar that it is in, or else on the one before it.
-    void leaveOut(Section const& section, std::size_t depth) {
-        mLeftOut += countOf(section);
-        std::vector<Bar>& bars = mBars[depth > 0 ? depth - 1 : 0];
-        if (holdsFailure(section)) bars.back().failed = true;
-    }
-
-    static int countOf(Section const& section) {
-        int count = 1;
-        for (Section const& inner : section.inner) count += countOf(inner);
-        return count;
-    }
-
-    Scale const& mScale;
-    std::size_t const mMost;
-    int mLeftOut = 0;
-    std::vector<std::vector<Bar>> mBars;
-};
 
 class Picture {
   public:
