@@ -104,8 +104,7 @@ TEST(Results, TellWhoWaitsForWhomWhereTheRunIsCutOff) {
             .output;
     std::map<std::string, nlohmann::json> waits;
     auto const result = nlohmann::json::parse(output);
-    for (auto const& each : result.at("pending"))
-        waits[each.at("thread")] = each.at("waits");
+    for (auto const& each : result.at("pending")) waits[each.at("thread")] = each.at("waits");
     EXPECT_EQ(waits.at("face").at("for"), "lock");
     EXPECT_EQ(waits.at("face").at("holder"), "app");
     EXPECT_THAT(waits.at("face").at("text").get<std::string>(),
