@@ -165,7 +165,7 @@ class Search {
         Queue& queue = mQueues[static_cast<std::size_t>(mLevel)];
         while (queue.left() > 0 || !mRunning.empty()) {
             bool const isOver = mFound.failure || isVoid() || isCut();
-            while (!isOver && queue.left() > 0 && !mFree.empty() &&
+            while (!isOver && queue.left() > 0 && !mFree.empty() && !isEnough(mRun + mRunning.size()) &&
                    mRunning.size() < kAhead * mWorkers.size()) {
                 launch(queue.nodes[queue.next++]);
             }
@@ -183,10 +183,14 @@ class Search {
     // Once a new object is contested, what is run is void: but a few more show others that are.
     [[nodiscard]] bool isVoid() const { return mSinceNew > kMoreRunsToLearn; }
 
+    [[nodiscard]] bool isEnough(std::uint64_t run) const {
+        return mBounds.schedules > 0 && run >= mBounds.schedules;
+    }
+
     bool isCut() {
-        bool const enough = mBounds.schedules > 0 && mRun >= mBounds.schedules;
+        bool const enough = isEnough(mRun);
         bool const late = mBounds.time.count() > 0 && Clock::now() - mBegan >= mBounds.time;
-        return mIsCut = mIsCut || enough || late;
+        return mIsCut = mIsCut || enough || late || (mBounds.isCancelled && mBounds.isCancelled());
     }
 
     void launch(std::uint32_t node) {

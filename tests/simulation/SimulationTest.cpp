@@ -327,5 +327,18 @@ TEST(Explore, RunsEveryOrderWithinTheBoundAndNoneBeyond) {
     }
 }
 
+TEST(Explore, IsCutShortByABoundOrByItsCaller) {
+    Shared<int, 128> told;
+    auto const body = threeStepsEach(told.values);
+    Exploration const bounded = explore(body, {.preemptions = 5, .schedules = 3});
+    EXPECT_EQ(bounded.schedules, 3U);
+    EXPECT_EQ(summary(bounded), "3 schedules hold; cut short, all with at most 0 preemptions were run");
+    int asked = 0;
+    Exploration const cancelled =
+        explore(body, {.preemptions = 5, .isCancelled = [&] { return ++asked > 4; }});
+    EXPECT_FALSE(cancelled.complete || cancelled.failure);
+    EXPECT_THAT(summary(cancelled), HasSubstr("cut short"));
+}
+
 }  // namespace
 }  // namespace zeqcam::simulation

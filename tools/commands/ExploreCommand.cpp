@@ -4,6 +4,7 @@
 #include "commands/Terminal.h"
 #include "rules/Verdict.h"
 #include "run/SimulatedRun.h"
+#include "run/Watch.h"
 #include "scenario/ScenarioReader.h"
 #include "views/Report.h"
 #include "views/TerminalTimeline.h"
@@ -27,6 +28,10 @@ constexpr auto kFooter =
     "an\n"
     "expectation, a rule or a deadlock's peace is shrunk to the fewest switches and shown, with the command\n"
     "that repeats it. A switch is taken where threads meet: at locks, waits, starts and ends of threads.\n"
+    "A search grows with what happens at the same time: leave out of the scenario what it is not about, such "
+    "as\n"
+    "the queue (queue = \"missing\"). One that is cut short, by a bound or by Ctrl-C, tells how far it "
+    "came.\n"
     "Files hold the schedule that failed; where all hold, the one without a preemption.\n";
 
 struct Options {
@@ -81,6 +86,7 @@ void tellProgress(simulation::Progress const& progress) {
 // "All 48,120 schedules with at most 2 preemptions hold".
 std::string sentenceOf(simulation::Exploration const& found, int preemptions) {
     auto const most = [](int number) {
+        if (number == 0) return std::string("without a preemption");
         return "with at most " + counted(static_cast<std::uint64_t>(number), "preemption");
     };
     if (found.complete) {
@@ -88,8 +94,9 @@ std::string sentenceOf(simulation::Exploration const& found, int preemptions) {
     }
     std::string const all = found.preemptions < 0 ? "not even all without a preemption were run"
                                                   : "all " + most(found.preemptions) + " were run";
-    return fmt::format("{} hold; the search was cut short: {}, not all {}",
-                       counted(found.schedules, "schedule"), all, most(preemptions));
+    return fmt::format("{} {}; the search was cut short: {}, not all {}",
+                       counted(found.schedules, "schedule"), found.schedules == 1 ? "holds" : "hold", all,
+                       most(preemptions));
 }
 
 // As a shell reads it.
@@ -137,8 +144,25 @@ int show(Scenario const& scenario, Options& options, simulation::Exploration con
     return kFailed;
 }
 
+ExitStatus statusOf(simulation::Exploration const& found, End end) {
+    if (found.complete) return kAllHeld;
+    switch (end) {
+        case End::HungUp:
+            return kHungUp;
+        case End::Interrupted:
+            return kInterrupted;
+        case End::Quit:
+            return kQuit;
+        case End::Terminated:
+            return kTerminated;
+        default:
+            return kTimedOut;
+    }
+}
+
 // Tells that every schedule that was run held. The exit status.
-int tellThatAllHold(Scenario const& scenario, Options& options, simulation::Exploration const& found) {
+int tellThatAllHold(Scenario const& scenario, Options& options, simulation::Exploration const& found,
+                    End end) {
     textOutput(options) << sentenceOf(found, options.preemptions) << std::endl;
     bool written = true;
     if (options.outputs.any()) {
@@ -148,7 +172,7 @@ int tellThatAllHold(Scenario const& scenario, Options& options, simulation::Expl
     std::cout.flush();
     if (!std::cout) complain("the output cannot be written");
     if (!written || !std::cout) return kFailed;
-    return found.complete ? kAllHeld : kTimedOut;
+    return statusOf(found, end);
 }
 
 int explore(Options& options) try {
@@ -169,13 +193,20 @@ int explore(Options& options) try {
             if (!complaint.empty()) simulation::fail(complaint);
         });
     };
+    Watch const watch;
+    End end = End::TimedOut;
+    auto const isCancelled = [&] {
+        if (end == End::TimedOut) end = watch.look();
+        return end != End::TimedOut;
+    };
     auto const found = simulation::explore(
         body, {.preemptions = options.preemptions,
                .schedules = options.schedules,
                .time = std::chrono::milliseconds(static_cast<std::int64_t>(options.seconds * 1000)),
-               .progress = onTerminal ? tellProgress : std::function<void(simulation::Progress const&)>()});
+               .progress = onTerminal ? tellProgress : std::function<void(simulation::Progress const&)>(),
+               .isCancelled = isCancelled});
     if (onTerminal) std::cerr << "\r\033[K";
-    return found.failure ? show(scenario, options, found) : tellThatAllHold(scenario, options, found);
+    return found.failure ? show(scenario, options, found) : tellThatAllHold(scenario, options, found, end);
 } catch (CannotOpen const& error) {
     complain(error.what());
     return kWrongInput;

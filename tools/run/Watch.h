@@ -26,6 +26,9 @@ class Watch {
     // Ends the wait, from any thread.
     void allDone();
 
+    // What has ended it so far, without a wait; TimedOut: nothing. A signal counts once.
+    [[nodiscard]] End look() const { return waitForEnd(Limit(0)); }
+
     // Once. After it a second Ctrl-C ends the process at once.
     End wait(Limit limit);
 

@@ -99,6 +99,8 @@ struct Bounds {
     Limits limits{.points = 100'000, .patience = std::chrono::milliseconds(2000)};  ///< of each run
     /// Called on the calling thread, ten times a second at most; may be empty.
     std::function<void(Progress const&)> progress;
+    /// Asked on the calling thread, at least ten times a second: true cuts the search short. May be empty.
+    std::function<bool()> isCancelled;
 };
 
 /// What an exploration came to.
