@@ -1,6 +1,5 @@
 #include "PowerTest.h"
 
-#include <atomic>
 
 namespace zeqcam::tests {
 namespace {
@@ -72,38 +71,6 @@ TEST_F(StateTest, AControllerWhoseLockAnotherHasFreedDoesNotFreeTheNextHolders) 
     first.reset();
     EXPECT_FALSE(lockIsFree(board()));
     second->powerOff({1});
-}
-
-TEST_F(StateTest, AWaiterReturnsWhenTheLastSensorOfTheHolderGoesOff) {
-    auto const controller = create({0, 1});
-    controller->powerOn({0, 1});
-    std::atomic<bool> returned{false};
-    Background waiter([&] {
-        board::ClientRequest const request(board(), "waiter", "wait");
-        IPowerOnOffController::waitSensorsPowerOff();
-        returned = true;
-    });
-    journal().waitFor(Kind::Request);
-    controller->powerOff({0});
-    EXPECT_FALSE(returned);
-    controller->powerOff({1});
-    waiter.join();
-}
-
-TEST_F(StateTest, ABusyProcessStarvesNoWaiter) {
-    auto const controller = create({0});
-    controller->powerOn({0});
-    std::atomic<bool> returned{false};
-    Background waiter([&] {
-        IPowerOnOffController::waitSensorsPowerOff();
-        returned = true;
-    });
-    while (!returned) {
-        controller->powerOff({0});
-        controller->powerOn({0});
-    }
-    waiter.join();
-    controller->powerOff({0});
 }
 
 TEST_F(StateTest, RequestsOnOneControllerRunOneAtATime) {

@@ -12,6 +12,7 @@
 #include <chrono>
 #include <sstream>
 #include <stdexcept>
+#include <thread>
 
 namespace zeqcam::tests {
 namespace {
@@ -57,6 +58,45 @@ TEST(Explorations, ALastPowerOffBesideAnothersPowerOnAndAWaiter) {
         };
         phone.together({[&] { first->powerOff({0}); }, other, waitSensorsPowerOff});
         waitSensorsPowerOff();
+    });
+}
+
+TEST(Explorations, AWaiterReturnsWithTheLastSensorOfTheHolder) {
+    expectOfEverySchedule([] {
+        Phone phone(withoutQueue());
+        Controller const controller = phone.create({0, 1});
+        controller->powerOn({0, 1});
+        bool returned = false;
+        auto const waits = [&] {
+            waitSensorsPowerOff();
+            simulation::touch(&returned);
+            returned = true;
+        };
+        auto const off = [&] {
+            controller->powerOff({0});
+            simulation::touch(&returned);
+            expect(!returned, "a waiter returns before the last sensor is off");
+            controller->powerOff({1});
+        };
+        phone.together({waits, off});
+    });
+}
+
+// The next power-on may have taken the lock before the waiter wakes: a waiter that misses the release waits
+// for ever.
+TEST(Explorations, ABusyProcessStarvesNoWaiter) {
+    expectOfEverySchedule([] {
+        Phone phone(withoutQueue());
+        Controller const controller = phone.create({0});
+        controller->powerOn({0});
+        std::thread waiter(waitSensorsPowerOff);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));  // of virtual time: it waits from here on
+        phone.varied([&] {
+            controller->powerOff({0});
+            controller->powerOn({0});
+            waiter.join();
+        });
+        controller->powerOff({0});
     });
 }
 
