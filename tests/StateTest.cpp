@@ -1,6 +1,5 @@
 #include "PowerTest.h"
 
-
 namespace zeqcam::tests {
 namespace {
 
