@@ -174,6 +174,15 @@ TEST(Rules, HoldWhereRequestsFollowOrOverlapOneAnother) {
         {"services are told of each of two power-offs of one sensor, in turn",
          section(1, "powerOff: 0", {{1, Kind::Hal3APowerOff, 0}, {1, Kind::SensorPowerOff, 0, "A"}}) +
              section(1, "powerOff: 0", {{1, Kind::Hal3APowerOff, 0}, {1, Kind::SensorPowerOff, 0, "A"}})},
+        {"two controllers of one name, whose clients nobody knows, power off at once",
+         std::vector<Did>{{1, Kind::SensorCreate, 0, "A"}, {2, Kind::SensorCreate, 1, "A"}} +
+             section(1, "LogicalDev powerOff",
+                     {{2, Kind::TraceBegin, 0, "LogicalDev powerOff"},
+                      {1, Kind::SensorPowerOff, 0, "A"},
+                      {1, Kind::SensorRelease, 0, "A"},
+                      {2, Kind::SensorPowerOff, 1, "A"},
+                      {2, Kind::SensorRelease, 1, "A"},
+                      {2, Kind::TraceEnd, 0, "LogicalDev powerOff"}})},
         {"a power-on's worker ends while another power-on has begun and ended",
          section(1, "LogicalDev powerOn",
                  {{2, Kind::TraceBegin, 0, "powerOnSensor: 0"},

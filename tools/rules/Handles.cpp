@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -22,9 +23,13 @@ struct Caller {
     std::optional<std::uint32_t> released;    // index of the first release by its power-off that is under way
 };
 
+bool isPowerOffSection(Record const& record, Event const& event) {
+    return record.textOf(event.text) == "LogicalDev powerOff";
+}
+
 bool beginsOrEndsPowerOff(Record const& record, Event const& event) {
     return event.kind == Kind::Request || event.kind == Kind::Reply ||
-           (event.kind == Kind::TraceBegin && record.textOf(event.text) == "LogicalDev powerOff");
+           (event.kind == Kind::TraceBegin && isPowerOffSection(record, event));
 }
 
 // Whether the release's request is known not to be about the sensor: the power-off is another request's then.
@@ -39,8 +44,18 @@ bool isOfAnother(Record const& record, Event const& release, Event const& powerO
 std::vector<Breach> sensorsOffAfterARelease(Record const& record) {
     std::vector<Breach> breaches;
     std::map<TextId, Caller> callers;
+    // Threads in a power-off. Controllers may give the same name: which of two at once a call belongs to is
+    // then known by its request only.
+    std::set<std::uint32_t> underWay;
     for (std::uint32_t index = 0; index < record.events.size(); ++index) {
         Event const& event = record.events[index];
+        if (event.kind == Kind::TraceBegin && isPowerOffSection(record, event)) {
+            underWay.insert(event.thread);
+            for (auto& [name, caller] : callers) {
+                if (caller.released && !record.events[*caller.released].request) caller.released.reset();
+            }
+        }
+        if (event.kind == Kind::TraceEnd && isPowerOffSection(record, event)) underWay.erase(event.thread);
         if (beginsOrEndsPowerOff(record, event)) {
             for (auto& [name, caller] : callers) {
                 if (caller.released && record.events[*caller.released].thread == event.thread)
@@ -63,7 +78,8 @@ std::vector<Breach> sensorsOffAfterARelease(Record const& record) {
         }
         if (event.kind == Kind::SensorRelease) {
             Caller& caller = callers[event.text];
-            if (caller.poweredOff[*event.sensor] && !caller.released) caller.released = index;
+            bool const isItsOwn = event.request || underWay.size() <= 1;
+            if (caller.poweredOff[*event.sensor] && !caller.released && isItsOwn) caller.released = index;
         }
     }
     return breaches;
