@@ -19,6 +19,10 @@ namespace zeqcam::tool {
 // A section was opened: "B|pid|label" of the tracer.
 struct SectionBegin {
     std::string_view label;
+    // Of Trace Events only: the category ("request") and the values ("args"), an object as JSON text.
+    // Empty: none.
+    std::string_view category{};
+    std::string_view values{};
 };
 
 // The innermost open section of the thread was closed.
@@ -26,8 +30,8 @@ struct SectionEnd {};
 
 // A line of the system's log.
 struct LogLine {
-    char level = 'D';  // as logcat shows it: V D I W E F
-    std::string_view tag;
+    char level = 'D';      // as logcat shows it: V D I W E F
+    std::string_view tag;  // empty: unknown, an instant of the category "log" among Trace Events
     std::string_view text;
 };
 
