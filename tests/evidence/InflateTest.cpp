@@ -1,0 +1,49 @@
+#include "evidence/Compressed.h"
+#include "evidence/Told.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+
+namespace zeqcam::tests {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::SizeIs;
+
+constexpr char kLine[] = "11-23 05:16:48.315  1234  5678 D zeqcam-PowerOnOffController: + powerOn\n";
+constexpr char kItem[] = "1 wall 1972-11-23 05:16:48.315 1234/5678 D zeqcam-PowerOnOffController: + powerOn";
+
+TEST(Inflate, ReadsWhateverIsCompressed) {
+    std::string const twoMembers = gzipOf(kLine) + gzipOf(kLine);
+    EXPECT_THAT(told(gzipOf(kLine)).items, ElementsAre(kItem));
+    EXPECT_THAT(told(zlibOf(kLine)).items, ElementsAre(kItem));
+    EXPECT_THAT(told(gzipOf(gzipOf(kLine))).items, ElementsAre(kItem));
+    EXPECT_THAT(told(twoMembers).items, SizeIs(2));
+    EXPECT_THAT(told(gzipOf(kLine) + std::string(512, '\0')).items, ElementsAre(kItem));
+    EXPECT_THAT(told(gzipOf(gzipOf(gzipOf(kLine)))).result.found, HasSubstr("again and again"));
+    EXPECT_THAT(told(gzipOf("dear diary\n")).result.found, HasSubstr("text without any line"));
+}
+
+TEST(Inflate, UsesWhatADamagedGzipStillHolds) {
+    std::string text;
+    for (int i = 0; i < 5000; ++i) text += kLine;
+    std::string const good = gzipOf(text);
+    auto const whole = told(good).items;
+    ASSERT_THAT(whole, SizeIs(5000));
+
+    auto const cut = told(good.substr(0, good.size() / 2)).items;
+    ASSERT_GT(cut.size(), 1000U);
+    EXPECT_LT(cut.size(), 5000U);
+    EXPECT_THAT(cut.back(), HasSubstr("lost: the compressed data are cut"));
+
+    std::string damaged = good;
+    for (std::size_t i = 0; i < 32; ++i) damaged[good.size() / 2 + i] = '\xff';
+    EXPECT_THAT(told(damaged).items.back(), HasSubstr("lost: the compressed data are damaged"));
+
+    EXPECT_THAT(told(good.substr(0, 12)).result.found, HasSubstr("cut or damaged"));
+}
+
+}  // namespace
+}  // namespace zeqcam::tests
