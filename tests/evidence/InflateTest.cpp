@@ -45,5 +45,15 @@ TEST(Inflate, UsesWhatADamagedGzipStillHolds) {
     EXPECT_THAT(told(good.substr(0, 12)).result.found, HasSubstr("cut or damaged"));
 }
 
+TEST(Inflate, ReadsATraceThatWasTakenCompressed) {
+    constexpr char kTrace[] =
+        "# tracer: nop\n  camera-1234  ( 1230) [001] ...1  8642.315042: tracing_mark_write: B|1230|powerOn\n";
+    auto const [result, items] = told("capturing trace... done\nTRACE:\n" + zlibOf(kTrace));
+    EXPECT_EQ(result.format, tool::Format::Ftrace);
+    EXPECT_THAT(items, ElementsAre("2 trace 8642.315042 1230/1234 is camera",
+                                   "2 trace 8642.315042 1230/1234 B powerOn"));
+    EXPECT_EQ(told("capturing trace... done\nTRACE:\n" + std::string(kTrace)).items.size(), 2U);
+}
+
 }  // namespace
 }  // namespace zeqcam::tests

@@ -35,7 +35,7 @@ class Lines {
 
     // Lets next() come to this line again.
     void stay() { mStays = true; }
-    // The input after the line; no line comes after that.
+    // The input after the line. What is left of it then holds the next lines.
     Bytes& leave();
 
   private:

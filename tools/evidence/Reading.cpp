@@ -1,6 +1,7 @@
 #include "evidence/Reading.h"
 
 #include "evidence/Bytes.h"
+#include "evidence/Ftrace.h"
 #include "evidence/Inflate.h"
 #include "evidence/Lines.h"
 #include "evidence/Logcat.h"
@@ -26,6 +27,10 @@ constexpr OtherFile kOtherFiles[] = {
 
 ReadResult unknown(std::string found) {
     return {.format = Format::Unknown, .found = std::move(found)};
+}
+
+bool endsWith(std::string_view text, std::string_view ending) {
+    return text.size() >= ending.size() && text.substr(text.size() - ending.size()) == ending;
 }
 
 class Reading {
@@ -96,6 +101,13 @@ ReadResult Reading::readText(Bytes& bytes) {
             logcat.read(lines);
             return {.format = Format::Logcat, .found = {}, .isWallTimeKnown = logcat.isWallTimeKnown()};
         }
+        if (FtraceReader::isTrace(line)) {
+            lines.stay();
+            FtraceReader(mFile, mSink).read(lines);
+            return {.format = Format::Ftrace, .found = {}};
+        }
+        // What `atrace -z` says before the trace.
+        if (endsWith(line, "TRACE:") && isCompressed(lines.leave().atLeast(2))) return readCompressed(bytes);
         if (otherFormat.empty()) otherFormat = otherLogcatFormat(line);
     }
     if (!otherFormat.empty()) {
