@@ -1,4 +1,5 @@
 #include "evidence/Compressed.h"
+#include "evidence/Packet.h"
 #include "evidence/Told.h"
 
 #include <gmock/gmock.h>
@@ -53,6 +54,19 @@ TEST(Inflate, ReadsATraceThatWasTakenCompressed) {
     EXPECT_THAT(items, ElementsAre("2 trace 8642.315042 1230/1234 is camera",
                                    "2 trace 8642.315042 1230/1234 B powerOn"));
     EXPECT_EQ(told("capturing trace... done\nTRACE:\n" + std::string(kTrace)).items.size(), 2U);
+}
+
+TEST(Inflate, ReadsPacketsThatStandCompressed) {
+    auto const end = [](std::uint64_t time) { return bundle(0, event(time, 9, print("E\n"))); };
+    std::string const inner = zlibOf(end(2000) + end(3000));
+    EXPECT_THAT(told(end(1000) + packet(bytesField(50, inner)) + end(4000)).items,
+                ElementsAre("1 boot 0.000001 -/9 E", "2 boot 0.000002 -/9 E", "3 boot 0.000003 -/9 E",
+                            "4 boot 0.000004 -/9 E"));
+    EXPECT_THAT(told(end(1000) + packet(bytesField(50, inner.substr(0, inner.size() - 5))) + end(4000)).items,
+                testing::Contains("3 boot 0.000002 -/0 lost: the compressed data are cut"));
+    // They hold no others, or a small file could be as large as it likes.
+    EXPECT_THAT(told(packet(bytesField(50, zlibOf(packet(bytesField(50, inner)))))).items,
+                testing::IsEmpty());
 }
 
 }  // namespace

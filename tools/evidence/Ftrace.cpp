@@ -1,5 +1,6 @@
 #include "evidence/Ftrace.h"
 
+#include "evidence/Marker.h"
 #include "evidence/Scanner.h"
 
 #include <optional>
@@ -93,16 +94,16 @@ void FtraceReader::take(FtraceLine const& line) {
     }
 }
 
-// "B|1234|powerOn", "E|1234" or "E".
 void FtraceReader::takeMarker(FtraceLine const& line, std::string_view text) {
-    Scanner rest(text);
-    bool const begins = rest.take("B|");
-    if (!begins && (!rest.take('E') || !(rest.take('|') || Scanner(rest).word().empty())))
-        return takeClock(line, text);
+    auto const marker = markerOf(text);
+    if (!marker) return takeClock(line, text);
     FtraceLine known = line;
-    if (auto const process = rest.number<std::int32_t>()) known.process = process;
-    if (!begins) return tell(known, line.thread, SectionEnd{});
-    if (rest.take('|')) tell(known, line.thread, SectionBegin{.label = rest.rest()});
+    if (marker->process) known.process = marker->process;
+    if (marker->begins) {
+        tell(known, line.thread, SectionBegin{.label = marker->label});
+    } else {
+        tell(known, line.thread, SectionEnd{});
+    }
 }
 
 // "trace_event_clock_sync: parent_ts=8642.315042", seconds of the monotonic clock, or "realtime_ts=", of the

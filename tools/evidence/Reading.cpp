@@ -6,6 +6,8 @@
 #include "evidence/Lines.h"
 #include "evidence/Logcat.h"
 #include "evidence/LogcatLine.h"
+#include "evidence/Packets.h"
+#include "evidence/Perfetto.h"
 
 #include <string>
 #include <string_view>
@@ -43,6 +45,8 @@ class Reading {
   private:
     // A gzip of a trace whose own form is compressed is the most that phones make.
     static constexpr int kDeepest = 2;
+    // What tells a format from others.
+    static constexpr std::size_t kLongestLook = 4096;
 
     ReadResult readCompressed(Bytes& bytes);
     ReadResult readText(Bytes& bytes);
@@ -57,6 +61,11 @@ ReadResult Reading::read(Bytes& bytes) {
     auto begin = bytes.atLeast(2);
     if (begin.empty()) return unknown("nothing: it is empty");
     if (isCompressed(begin)) return readCompressed(bytes);
+    // An empty line or a packet.
+    if (begin[0] == '\n' && Packets::isTrace(bytes.atLeast(kLongestLook))) {
+        PerfettoReader(mFile, mWanted, mSink).read(bytes);
+        return {.format = Format::Perfetto, .found = {}};
+    }
     for (auto const& [bytesOf, found] : kOtherFiles) {
         if (begin[0] != bytesOf[0]) continue;
         begin = bytes.atLeast(bytesOf.size());
