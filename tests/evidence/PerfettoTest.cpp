@@ -181,7 +181,7 @@ TEST(Perfetto, IsNoTextThatBeginsWithAnEmptyLine) {
 // More than is held back is passed on by and by, in order where it is at all.
 TEST(Perfetto, HoldsBackABoundedNumberOfItems) {
     std::string trace;
-    constexpr std::uint64_t kEvents = 300'000;
+    constexpr std::uint64_t kEvents = 200'000;
     std::string events;
     for (std::uint64_t i = 0; i < kEvents; ++i) {
         // Pairs stand in the wrong order.

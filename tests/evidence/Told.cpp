@@ -102,6 +102,8 @@ Told toldInBlocks(std::string_view bytes, std::size_t block) {
 Told told(std::string_view bytes) {
     Told const whole = toldInBlocks(bytes, bytes.size() + 1);
     for (std::size_t const block : {std::size_t{1}, std::size_t{7}, std::size_t{4096}}) {
+        // Cuts at every place are for small ones.
+        if (block < 4096 && bytes.size() > 50'000) continue;
         Told const again = toldInBlocks(bytes, block);
         EXPECT_EQ(again.items, whole.items) << "in blocks of " << block;
         EXPECT_EQ(again.result.found, whole.result.found) << "in blocks of " << block;

@@ -16,7 +16,8 @@ struct Told {
     std::vector<std::string> items;
 };
 
-// Reads them all at once, and again in blocks of 1, 7 and 4096 bytes, which must tell the same.
+// Reads them all at once, and again in blocks of 1, 7 and 4096 bytes, which must tell the same; large ones in
+// large blocks only.
 Told told(std::string_view bytes);
 
 }  // namespace zeqcam::tests

@@ -8,6 +8,7 @@
 #include "evidence/LogcatLine.h"
 #include "evidence/Packets.h"
 #include "evidence/Perfetto.h"
+#include "evidence/TraceEvents.h"
 
 #include <string>
 #include <string_view>
@@ -66,6 +67,13 @@ ReadResult Reading::read(Bytes& bytes) {
         PerfettoReader(mFile, mWanted, mSink).read(bytes);
         return {.format = Format::Perfetto, .found = {}};
     }
+    bool const isBracket = begin[0] == '{' || begin[0] == '[';
+    if (isBracket && isJson(bytes.atLeast(kLongestLook))) {
+        std::string found = readTraceEvents(bytes, mFile, mSink);
+        if (!found.empty()) return unknown(std::move(found));
+        return {.format = Format::TraceEvents, .found = {}};
+    }
+    begin = bytes.atLeast(2);
     for (auto const& [bytesOf, found] : kOtherFiles) {
         if (begin[0] != bytesOf[0]) continue;
         begin = bytes.atLeast(bytesOf.size());
