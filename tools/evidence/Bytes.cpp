@@ -10,7 +10,8 @@
 namespace zeqcam::tool {
 namespace {
 
-// Large enough for few system calls, small enough to stay in the processor's second cache.
+// Large enough for few system calls, small enough to stay in the processor's second cache; less for small inputs.
+constexpr std::size_t kFirstBlock = std::size_t{16} * 1024;
 constexpr std::size_t kBlock = std::size_t{256} * 1024;
 
 }  // namespace
@@ -30,13 +31,14 @@ std::size_t MemorySource::read(char* into, std::size_t most) {
 }
 
 Bytes::Bytes(ByteSource& source, ReadProgress progress)
-    : mSource(source), mProgress(std::move(progress)), mBuffer(kBlock) {}
+    : mSource(source), mProgress(std::move(progress)), mBuffer(kFirstBlock) {}
 
 std::string_view Bytes::atLeast(std::size_t wanted) {
     if (mEnd - mBegin < wanted && !mEnded) {
         if (mProgress) mProgress(mRead);
         if (mBegin > 0) std::memmove(mBuffer.data(), mBuffer.data() + mBegin, mEnd - mBegin);
         mEnd -= std::exchange(mBegin, 0);
+        if (mRead >= kBlock && mBuffer.size() < kBlock) mBuffer.resize(kBlock);
         if (mBuffer.size() < wanted) mBuffer.resize(wanted);
     }
     while (mEnd - mBegin < wanted && !mEnded) {

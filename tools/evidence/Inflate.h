@@ -32,12 +32,8 @@ class InflatedSource final : public ByteSource {
   private:
     struct Stream;
 
-    bool beginNextMember();
-
-    Bytes& mCompressed;
     std::unique_ptr<Stream> mStream;
     std::string mFault;
-    bool mEnded = false;
 };
 
 }  // namespace zeqcam::tool

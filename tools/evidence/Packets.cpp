@@ -57,7 +57,8 @@ bool Packets::isTrace(std::string_view begin) {
     if (!header || header->header == begin.size()) return false;
     // A text may begin with an empty line.
     auto const isControl = [](char c) {
-        return (c >= 0 && c < ' ' && c != '\n' && c != '\r' && c != '\t') || c < 0;
+        auto const value = static_cast<unsigned char>(c);
+        return (value < ' ' && c != '\n' && c != '\r' && c != '\t') || value >= 0x80;
     };
     auto const head = begin.substr(0, 64);
     if (std::none_of(head.begin(), head.end(), isControl)) return false;
