@@ -10,7 +10,8 @@
 namespace zeqcam::tool {
 namespace {
 
-// Large enough for few system calls, small enough to stay in the processor's second cache; less for small inputs.
+// Large enough for few system calls, small enough to stay in the processor's second cache; less for small
+// inputs.
 constexpr std::size_t kFirstBlock = std::size_t{16} * 1024;
 constexpr std::size_t kBlock = std::size_t{256} * 1024;
 
