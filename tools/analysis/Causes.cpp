@@ -52,7 +52,11 @@ std::vector<Cause> causesOf(Record const& record) {
     std::vector<Open> all;
     for (std::size_t index = 0; index < record.events.size(); ++index) {
         Event const& event = record.events[index];
-        if (event.request) {
+        // A source may know whose work another thread does.
+        bool const isOwn = event.request && std::none_of(all.begin(), all.end(), [&](Open const& open) {
+                               return open.request == *event.request && open.thread != event.thread;
+                           });
+        if (isOwn) {
             auto const own = std::find_if(all.begin(), all.end(),
                                           [&](Open const& open) { return open.request == *event.request; });
             if (event.kind == Kind::Request) all.push_back({*event.request, event.time, event.thread});
@@ -65,6 +69,8 @@ std::vector<Cause> causesOf(Record const& record) {
         if (!work) continue;
         Open* found = nullptr;
         for (Open& open : all) {
+            if (event.request && open.request == *event.request && !open.done.contains(work->sensor)) found = &open;
+            if (event.request) continue;
             if (asksFor(record, open, *work) && (found == nullptr || open.pastLock > found->pastLock))
                 found = &open;
         }

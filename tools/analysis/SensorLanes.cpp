@@ -45,6 +45,7 @@ class Reader {
     struct Now {
         Instant since;  // of the part that goes on; before the record: its begin
         SensorState state = SensorState::Off;
+        bool isUnknown = false;  // whatever `state` says: no part is told
         std::set<std::uint32_t> clients;
         bool isPowered = false;  // there was a call on it
         std::vector<SensorPart> parts;
@@ -52,7 +53,7 @@ class Reader {
 
     void readState(Event const& event) {
         if (!event.sensor) return;
-        bool const done = event.number.value_or(0) != 0;
+        bool const done = event.number.value_or(1) != 0;  // what is unknown is no failure
         switch (event.kind) {
             case Kind::SensorPowerOn:
                 return change(event, SensorState::PoweringOn);
@@ -71,11 +72,19 @@ class Reader {
         Now& now = mNow[*event.sensor];
         cut(now, event.time);
         now.state = state;
+        now.isUnknown = false;
         now.isPowered = true;
     }
 
     void readRequest(Request const& request, Instant time) {
+        bool const mayBeAny = request.kind == RequestKind::PowerOff && !request.sensors;
         for (auto& [sensor, now] : mNow) {
+            if (mayBeAny) {
+                cut(now, time);
+                now.isUnknown = true;
+                now.clients.clear();
+                continue;
+            }
             bool const named = request.sensors && std::find(request.sensors->begin(), request.sensors->end(),
                                                             sensor) != request.sensors->end();
             bool const ends =
@@ -90,10 +99,10 @@ class Reader {
     void cut(Now& now, Instant time) {
         Instant const begin = std::max(now.since, mRecord.begin);
         now.since = std::max(time, begin);
-        if (time <= begin) return;
+        if (time <= begin || now.isUnknown) return;
         SensorPart part{begin, time, now.state, {now.clients.begin(), now.clients.end()}};
-        bool const goesOn = !now.parts.empty() && now.parts.back().state == part.state &&
-                            now.parts.back().clients == part.clients;
+        bool const goesOn = !now.parts.empty() && now.parts.back().end == begin &&
+                            now.parts.back().state == part.state && now.parts.back().clients == part.clients;
         if (goesOn) {
             now.parts.back().end = time;
         } else {

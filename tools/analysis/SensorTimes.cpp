@@ -18,7 +18,8 @@ Iterator findOnThread(Iterator from, Iterator end, std::uint32_t thread, Matches
 // A request that finds its controller busy waits before it does any of these. The sensors that are called
 // until then are those of the request it waits for.
 bool beginsWork(Kind kind) {
-    return kind == Kind::SensorListGet || kind == Kind::TaskPost || kind == Kind::SensorPowerOff;
+    return kind == Kind::SensorListGet || kind == Kind::TaskPost || kind == Kind::SensorPowerOff ||
+           kind == Kind::TraceBegin || kind == Kind::ProfileBegin;
 }
 
 bool beginsCall(Kind kind) {
@@ -37,6 +38,8 @@ SensorTimes timesOf(Record const& record, Request const& asked, Iterator request
     std::vector<int> uncalled = asked.sensors.value_or(std::vector<int>());
     for (auto call = findOnThread(request, reply, request->thread, beginsWork); call != reply; ++call) {
         if (!beginsCall(call->kind) || !call->sensor) continue;
+        bool const isOfAnother = call->request && request->request && call->request != request->request;
+        if (isOfAnother) continue;
         auto const sensor = std::find(uncalled.begin(), uncalled.end(), *call->sensor);
         if (sensor == uncalled.end()) continue;
         auto const done = findOnThread(call, end, call->thread, endsCall);

@@ -239,6 +239,8 @@ class Reader {
     }
 
     void open(ThreadState& thread, Event const& event, Opening const& opening) {
+        // A client makes one request after another: what is still open has ended unseen.
+        if (event.kind == Kind::Request) close(thread, event, Kind::Request);
         if (thread.open.empty()) {
             if (!thread.row || mRows[*thread.row].busy) giveRow(thread, event.thread);
             mRows[*thread.row].busy = true;
@@ -325,7 +327,7 @@ class Reader {
     }
 
     void countPowered(Event const& event) {
-        if (!event.sensor || event.number.value_or(0) == 0) return;
+        if (!event.sensor || event.number.value_or(1) == 0) return;
         if (event.kind == Kind::SensorPowerOnDone) mPowered.insert(*event.sensor);
         if (event.kind == Kind::SensorPowerOffDone) mPowered.erase(*event.sensor);
         int const count = static_cast<int>(mPowered.size());

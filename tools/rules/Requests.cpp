@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <map>
@@ -70,7 +71,12 @@ std::vector<Breach> workThatOutlivesItsRequest(Record const& record) {
                 requests.empty() ||
                 std::any_of(layer.underWay.begin(), layer.underWay.end(),
                             [&](auto const& each) { return requests.contains(each.second); });
-            if (!isInside) {
+            // Of two threads, times that are too near say nothing where the source's are coarse.
+            auto const after =
+                layer.lastEnd ? event.time - record.events[*layer.lastEnd].time : std::chrono::nanoseconds(0);
+            bool const isCertain =
+                record.resolution <= std::chrono::nanoseconds(1) || after >= record.resolution;
+            if (!isInside && isCertain) {
                 breaches.push_back({quoted(label) + " ends after its request's " + quoted(layer.request),
                                     {part->second.begin, layer.lastEnd.value_or(index), index}});
             }

@@ -109,9 +109,13 @@ constexpr std::array kRules{
     Rule{"status-true",
          "What a controller counts as on at the end has power.",
          Rule::Of::Clients,
-         {},
+         {Kind::SensorPowerOnDone, Kind::SensorPowerOffDone},
          statesThatAreNotTrue},
-    Rule{"all-off", "No sensor has power at the end.", Rule::Of::Clients, {}, powerLeftOn},
+    Rule{"all-off",
+         "No sensor has power at the end.",
+         Rule::Of::Clients,
+         {Kind::SensorPowerOnDone, Kind::SensorPowerOffDone},
+         powerLeftOn},
 };
 
 }  // namespace
