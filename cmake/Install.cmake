@@ -76,7 +76,7 @@ if(TARGET zeqcam-power)
     DESTINATION ${CMAKE_INSTALL_DATADIR}/zeqcam-power/schemas COMPONENT tool)
   install(DIRECTORY examples/
     DESTINATION ${CMAKE_INSTALL_DATADIR}/zeqcam-power/examples COMPONENT tool
-    FILES_MATCHING PATTERN *.toml PATTERN consumer EXCLUDE)
+    FILES_MATCHING PATTERN *.toml PATTERN *.pbtx PATTERN consumer EXCLUDE)
   install(FILES docs/scenario.schema.json
     DESTINATION ${CMAKE_INSTALL_DATADIR}/zeqcam-power COMPONENT tool)
 endif()

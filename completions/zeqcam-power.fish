@@ -1,12 +1,14 @@
 # Completion of zeqcam-power in fish.
 set -l run '__fish_seen_subcommand_from run'
 set -l explore '__fish_seen_subcommand_from explore'
-set -l command '__fish_seen_subcommand_from run explore check rules schema'
+set -l read '__fish_seen_subcommand_from read'
+set -l command '__fish_seen_subcommand_from run explore check read rules schema'
 complete -c zeqcam-power -f
 complete -c zeqcam-power -s h -l help -d 'Print the options'
 complete -c zeqcam-power -n "not $command" -l version -d 'Print the version'
 complete -c zeqcam-power -n "not $command" -a run -d 'Play a scenario'
 complete -c zeqcam-power -n "not $command" -a explore -d 'Play a scenario in every order of its threads'
+complete -c zeqcam-power -n "not $command" -a read -d 'Read logs and traces of a phone'
 complete -c zeqcam-power -n "not $command" -a rules -d 'List the rules that a run is held against'
 complete -c zeqcam-power -n "not $command" -a check -d 'Tell what is wrong with a scenario'
 complete -c zeqcam-power -n "not $command" -a schema -d 'Print the JSON Schema of scenarios'
@@ -37,3 +39,20 @@ complete -c zeqcam-power -n "$run" -l allow -x -d 'Let this rule be broken' \
   -a "(zeqcam-power rules | string match -rg '^  ([a-z].*)')"
 complete -c zeqcam-power -n "$run" -l strict -d 'Fail for a broken rule of the clients too'
 complete -c zeqcam-power -n "$run" -l timeout -x -d 'How long the scenario may take'
+complete -c zeqcam-power -n "$read" -F
+complete -c zeqcam-power -n "$read" -l pid -x -d 'Tell of this process only'
+complete -c zeqcam-power -n "$read" -l follow -d 'Tell each request as it ends'
+complete -c zeqcam-power -n "$read" -l scenario -r -F -d 'Write a scenario that plays it again'
+complete -c zeqcam-power -n "$read" -l trace -r -F -d 'Write what was read as a trace'
+complete -c zeqcam-power -n "$read" -l svg -r -F -d 'Write the timeline as a picture'
+complete -c zeqcam-power -n "$read" -l junit -r -F -d 'Write rules as test cases'
+complete -c zeqcam-power -n "$read" -l json -d 'Print what was read as JSON'
+complete -c zeqcam-power -n "$read" -l allow -x -d 'Let this rule be broken' \
+  -a "(zeqcam-power rules | string match -rg '^  ([a-z].*)')"
+complete -c zeqcam-power -n "$read" -l strict -d 'Fail for a broken rule of the clients too'
+complete -c zeqcam-power -n "$read" -l client -x -d 'Show this client only'
+complete -c zeqcam-power -n "$read" -l sensor -x -d 'Show this sensor only'
+complete -c zeqcam-power -n "$read" -l from -x -d 'Show from this time on, in milliseconds'
+complete -c zeqcam-power -n "$read" -l to -x -d 'Show until this time, in milliseconds'
+complete -c zeqcam-power -n "$read" -l width -x -d 'The columns of the output'
+complete -c zeqcam-power -n "$read" -l full -d 'Show every row'

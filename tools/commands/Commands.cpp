@@ -1,6 +1,7 @@
 #include "commands/CheckCommand.h"
 #include "commands/Command.h"
 #include "commands/ExploreCommand.h"
+#include "commands/ReadCommand.h"
 #include "commands/RulesCommand.h"
 #include "commands/RunCommand.h"
 #include "commands/SchemaCommand.h"
@@ -16,6 +17,8 @@ constexpr std::array kCommands{
     Command{"run", "Run a scenario; print its log lines, timeline, requests and final states.", addRun},
     Command{"explore", "Run a scenario in every order in which its threads can meet.", addExplore},
     Command{"check", "Read a scenario and tell all that is wrong with it; run nothing.", addCheck},
+    Command{"read", "Read logs and traces of a phone; tell what they say, and judge it by the rules.",
+            addRead},
     Command{"rules", "List the rules that a run is held against.", addRules},
     Command{"schema", "Print the JSON Schema of scenario files, for editors.", addSchema},
 };

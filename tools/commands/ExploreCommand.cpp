@@ -165,7 +165,7 @@ int tellThatAllHold(Scenario const& scenario, Options& options, simulation::Expl
                     End end) {
     textOutput(options) << sentenceOf(found, options.preemptions) << std::endl;
     bool written = true;
-    if (options.outputs.any()) {
+    if (options.outputs.areAsked()) {
         SimulatedRun const run = playAgain(scenario, options, "plain");
         written = options.outputs.write(run.record, presentationOf(options));
     }

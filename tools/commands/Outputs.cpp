@@ -59,7 +59,7 @@ void Outputs::open(std::vector<std::string> const& inputs, bool outputIsTaken) {
     }
 }
 
-bool Outputs::any() const {
+bool Outputs::areAsked() const {
     return std::any_of(mOutputs.begin(), mOutputs.end(),
                        [](Output const& output) { return !output.path.empty(); });
 }

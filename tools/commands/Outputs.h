@@ -27,7 +27,7 @@ class Outputs {
     void open(std::vector<std::string> const& inputs, bool outputIsTaken);
 
     // Whether any was asked for. From the reading of the command line on.
-    [[nodiscard]] bool any() const;
+    [[nodiscard]] bool areAsked() const;
 
     // Whether one of them goes to the standard output. From `open` on.
     [[nodiscard]] bool takeOutput() const;

@@ -1,8 +1,6 @@
 #include "commands/RunCommand.h"
 
-#include "commands/Outputs.h"
-#include "commands/Terminal.h"
-#include "rules/Rule.h"
+#include "commands/ViewOptions.h"
 #include "rules/Verdict.h"
 #include "run/LogOutput.h"
 #include "run/Memory.h"
@@ -12,23 +10,17 @@
 #include "run/Watch.h"
 #include "scenario/ScenarioReader.h"
 #include "text/TimeText.h"
-#include "views/Report.h"
-#include "views/ResultFile.h"
-#include "views/TerminalTimeline.h"
 
 #include <zeqcam/board/QosFile.h>
 
-#include <unistd.h>
-
 #include <CLI/CLI.hpp>
-#include <algorithm>
 #include <chrono>
 #include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <exception>
-#include <filesystem>
 #include <iostream>
+#include <map>
 #include <memory>
 #include <optional>
 #include <stdexcept>
@@ -50,24 +42,14 @@ constexpr std::uint32_t kAll = 5;
 constexpr double kMostSeconds = 1e6;
 constexpr std::uint64_t kMostSeed = 0xffffffff;
 
-struct Options {
+struct Options : ViewOptions {
     std::string file;
-    Outputs outputs;
     bool kernelTrace = false;
-    bool json = false;
     std::optional<std::uint32_t> detailsLevel;  // else what the file says, like the seed
     std::optional<std::uint64_t> seed;
     std::optional<double> timeoutSeconds;
     bool simulate = false;
     std::optional<std::string> schedule;
-    Strictness strictness;
-    std::optional<int> width;
-    std::optional<double> fromMs;
-    std::optional<double> toMs;
-    std::vector<std::string> clients;
-    std::vector<std::string> sensors;
-    bool full = false;
-    Selection selection;  // as these say of the scenario
 };
 
 // Unlike a comparison with both ends, not a number is wrong here.
@@ -80,60 +62,6 @@ CLI::Validator secondsCheck() {
                            : "must be more than 0 and at most 1000000 seconds, not " + text;
             },
             ""};
-}
-
-CLI::Validator ruleCheck() {
-    return {[](std::string& text) {
-                auto const all = rules();
-                bool const isKnown =
-                    std::any_of(all.begin(), all.end(), [&](Rule const& rule) { return rule.name == text; });
-                return isKnown ? std::string() : "no rule is named " + text + "; see zeqcam-power rules";
-            },
-            ""};
-}
-
-void addViewOptions(CLI::App& app, Options& options) {
-    constexpr double kMostMs = 1e9;
-    constexpr int kMostColumns = 10'000;
-    auto const number = [&app](char const* name, auto& value, char const* help, auto most) {
-        app.add_option(name, value, help)->check(CLI::Range(decltype(most){}, most).description(""));
-    };
-    app.add_option("--client", options.clients, "Show this client and its sensors only; may be repeated.")
-        ->type_name("NAME")
-        ->allow_extra_args(false);
-    app.add_option("--sensor", options.sensors, "Show this sensor and its clients only; may be repeated.")
-        ->type_name("NAME")
-        ->allow_extra_args(false);
-    number("--from", options.fromMs, "Show what happened from this time on, in milliseconds.", kMostMs);
-    number("--to", options.toMs, "Show what happened until this time, in milliseconds.", kMostMs);
-    number("--width", options.width, "The columns of the output, instead of the terminal's.", kMostColumns);
-    app.add_flag(
-        "--full", options.full,
-        "Show every row: else the timeline stops at 100 lines, the picture at 4000 pixels and 2 MB.");
-}
-
-// Throws CannotOpen, which a wrong command line is told by.
-Selection selectionOf(Options const& options, Scenario const& scenario) {
-    auto const time = [](std::optional<double> ms) {
-        return ms ? std::optional(std::chrono::nanoseconds(std::llround(*ms * 1e6))) : std::nullopt;
-    };
-    Selection selection{time(options.fromMs), time(options.toMs), options.clients, {}};
-    if (selection.from && selection.to && *selection.from >= *selection.to)
-        throw CannotOpen("--to: must be later than --from");
-    for (std::string const& name : options.clients) {
-        bool const known = std::any_of(scenario.clients.begin(), scenario.clients.end(),
-                                       [&](Client const& client) { return client.name == name; });
-        if (!known) throw CannotOpen("--client: the scenario has no client " + name);
-    }
-    auto const& all = scenario.settings.sensors;
-    for (std::string const& name : options.sensors) {
-        auto const found = std::find_if(all.begin(), all.end(), [&](auto const& each) {
-            return each.second.name == name || std::to_string(each.first) == name;
-        });
-        if (found == all.end()) throw CannotOpen("--sensor: the scenario has no sensor " + name);
-        selection.sensors.push_back(found->first);
-    }
-    return selection;
 }
 
 void addOptions(CLI::App& app, Options& options) {
@@ -159,14 +87,8 @@ void addOptions(CLI::App& app, Options& options) {
                    "Run in the order that a schedule tells, as explore prints it, not the seed.")
         ->type_name("TEXT")
         ->needs(simulate);
-    app.add_option("--allow", options.strictness.allowed, "Let this rule be broken; may be given again.")
-        ->type_name("RULE")
-        ->expected(1)
-        ->take_all()
-        ->check(ruleCheck());
-    app.add_flag("--strict", options.strictness.clientsToo,
-                 "Fail for a broken rule of the clients too, which else is a warning.");
-    addViewOptions(app, options);
+    options.addStrictness(app);
+    options.addSelection(app);
     auto* const verbose = app.add_flag(
         "-v,--verbose", [&options](std::int64_t) { options.detailsLevel = kAll; },
         "Log debug lines too, whatever the file says.");
@@ -203,37 +125,6 @@ std::optional<CutOff> cutOff(End end, Options const& options) {
     return {};
 }
 
-// Where people read: what a program reads stands alone on the standard output.
-std::ostream& textOutput(Options const& options) {
-    return options.json || options.outputs.takeOutput() ? std::cerr : std::cout;
-}
-
-// Tells what a run came to in every form that was asked for. False when not all of it could be told.
-bool tell(Record const& record, Options& options) {
-    std::ostream& text = textOutput(options);
-    Presentation presentation =
-        presentationOn(&text == &std::cout ? STDOUT_FILENO : STDERR_FILENO, options.width);
-    presentation.selection = options.selection;
-    presentation.full = options.full;
-    presentation.strictness = options.strictness;
-    presentation.title = std::filesystem::path(options.file).filename();
-    if (options.json) {
-        writeResult(record, presentation, std::cout);
-    } else {
-        text << '\n';
-        writeTerminalTimeline(record, presentation, text);
-        writeReport(record, presentation, text);
-    }
-    text.flush();
-    if (record.cutOff) {
-        complain(options.file + ": the run " + *record.cutOff + "; at that time");
-        writePending(record, std::cerr);
-    }
-    bool const written = options.outputs.write(record, presentation);
-    if (!std::cout.flush()) complain("the output cannot be written");
-    return written && std::cout;
-}
-
 // Client threads may be stuck in the library, and nothing that they use may go: nobody waits for them, and
 // nothing is destroyed.
 [[noreturn]] void leave(int status) {
@@ -258,7 +149,7 @@ int play(Scenario const& scenario, Options& options, LogOutput& log) {
         try {
             Record const taken = record();
             giveMemoryBack();
-            tell(taken, options);
+            tell(taken, options, options.file);
         } catch (std::exception const& error) {
             complain(error.what());
         }
@@ -268,7 +159,7 @@ int play(Scenario const& scenario, Options& options, LogOutput& log) {
     Record const taken = record();
     run.reset();
     giveMemoryBack();
-    bool const isTold = tell(taken, options);
+    bool const isTold = tell(taken, options, options.file);
     return isTold && verdictOn(taken, options.strictness) == Verdict::Passed ? kAllHeld : kFailed;
 }
 
@@ -280,7 +171,7 @@ int playSimulated(Scenario const& scenario, Options& options, LogOutput& log) {
     SimulatedRun played = simulate(scenario, order, limit);
     played.record.files = {options.file};
     log.close();
-    bool const isTold = tell(played.record, options);
+    bool const isTold = tell(played.record, options, options.file);
     if (!played.result.report.empty()) std::cerr << played.result.report << '\n';
     if (played.leavesThreads()) leave(kTimedOut);
     if (played.record.cutOff) return kTimedOut;
@@ -293,7 +184,11 @@ int run(Options& options) try {
         complain(faultText(faults.front(), options.file));
         return kWrongInput;
     }
-    options.selection = selectionOf(options, scenario);
+    std::vector<std::string> clients;
+    for (Client const& client : scenario.clients) clients.push_back(client.name);
+    std::map<int, std::string> sensors;
+    for (auto const& [id, sensor] : scenario.settings.sensors) sensors.emplace(id, sensor.name);
+    options.select(clients, sensors, "the scenario");
     files.push_back(options.file);
     options.outputs.open(files, options.json);
     std::optional<Descriptor> traceMarker;
@@ -302,7 +197,7 @@ int run(Options& options) try {
         complain("no QoS file, as on a device without it: " + reason);
     }
     using Addresses = LogOutput::Addresses;
-    LogOutput log(textOutput(options), options.simulate ? Addresses::Hidden : Addresses::Shown);
+    LogOutput log(options.textOutput(), options.simulate ? Addresses::Hidden : Addresses::Shown);
     std::ostream logStream(&log);
     scenario.settings.logStream = &logStream;
     if (traceMarker) scenario.settings.traceMarker = traceMarker->get();

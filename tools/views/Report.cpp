@@ -133,19 +133,37 @@ bool isUnmet(Expectation const& expectation) {
 
 // "true, tele failed": what the interface says, and what the board knows.
 std::string resultOf(Record const& record, Request const& request, Outcome const& outcome) {
-    std::string text = resultText(request);
+    // Evidence may lack the end of what has ended.
+    std::string text = request.ended || record.cutOff ? resultText(request) : "end unknown";
     if (!outcome.failedSensors.empty()) text += ", " + namesOf(record, outcome.failedSensors) + " failed";
     return text;
 }
 
+// Of evidence, where each request begins in it: "12", or "2:12" of its second file.
+std::vector<std::string> placesOf(Record const& record) {
+    std::vector<std::string> places(record.requests.size());
+    for (Event const& event : record.events) {
+        if (event.kind != board::Kind::Request || !event.request || event.place.number == 0) continue;
+        bool const isOnly = record.files.size() == 1;
+        places[*event.request] =
+            (isOnly ? "" : std::to_string(event.place.file + 1) + ':') + std::to_string(event.place.number);
+    }
+    return places;
+}
+
 Table requestsOf(Record const& record) {
-    Table table({{"CLIENT"},
-                 {"REQUEST"},
-                 {"SENSORS"},
-                 {"RESULT"},
-                 {"WALL", Align::Right},
-                 {"SLOWEST", Align::Right},
-                 {"IN TURN", Align::Right}});
+    auto const places = placesOf(record);
+    bool const hasPlaces =
+        std::any_of(places.begin(), places.end(), [](std::string const& place) { return !place.empty(); });
+    std::vector<Table::Column> columns{{"CLIENT"},
+                                       {"REQUEST"},
+                                       {"SENSORS"},
+                                       {"RESULT"},
+                                       {"WALL", Align::Right},
+                                       {"SLOWEST", Align::Right},
+                                       {"IN TURN", Align::Right}};
+    if (hasPlaces) columns.push_back({"LINE", Align::Right});
+    Table table(std::move(columns));
     std::vector<bool> unmet(record.requests.size());
     for (Expectation const& expectation : record.expectations) {
         if (isUnmet(expectation) && expectation.request) unmet[*expectation.request] = true;
@@ -155,12 +173,15 @@ Table requestsOf(Record const& record) {
     for (std::size_t i = 0; i < record.requests.size(); ++i) {
         Request const& request = record.requests[i];
         bool const called = times[i].calls > 0;
-        table.add({clientOf(record, request.client), printable(record.textOf(request.name)),
-                   namesOf(record, sensorsOf(request)), resultOf(record, request, outcomes[i]),
-                   millisecondsText(request.ended.value_or(record.end) - request.began),
-                   called ? millisecondsText(times[i].slowest) : "-",
-                   called ? millisecondsText(times[i].oneAfterAnother) : "-"},
-                  unmet[i] || !request.ended || !outcomes[i].isClean());
+        std::vector<std::string> cells{clientOf(record, request.client),
+                                       printable(record.textOf(request.name)),
+                                       namesOf(record, sensorsOf(request)),
+                                       resultOf(record, request, outcomes[i]),
+                                       millisecondsText(request.ended.value_or(record.end) - request.began),
+                                       called ? millisecondsText(times[i].slowest) : "-",
+                                       called ? millisecondsText(times[i].oneAfterAnother) : "-"};
+        if (hasPlaces) cells.push_back(places[i]);
+        table.add(std::move(cells), unmet[i] || !request.ended || !outcomes[i].isClean());
     }
     return table;
 }
@@ -206,6 +227,8 @@ std::string expectationsOf(Record const& record, Ink ink) {
     auto const held =
         std::count_if(record.expectations.begin(), record.expectations.end(),
                       [](Expectation const& each) { return each.state == Expectation::State::Held; });
+    // What no scenario was played for expects nothing.
+    if (!record.seed && record.expectations.empty()) return text;
     return text + fmt::format("{} of {} expectations held\n", held, record.expectations.size());
 }
 
@@ -217,14 +240,23 @@ std::string failuresOf(Record const& record, Ink ink) {
     return text + '\n';
 }
 
+// Of evidence, where the event stands that broke the rule: " (camera.log:12)".
+std::string placeText(Record const& record, Breach const& breach) {
+    if (breach.events.empty()) return {};
+    Place const place = record.events[breach.events.back()].place;
+    return place.number == 0 ? ""
+                             : fmt::format(" ({}:{})", printable(record.files[place.file]), place.number);
+}
+
 // "broken", or "warning" where the run does not fail for it.
 std::string brokenRulesText(Record const& record, Strictness const& strictness, Ink ink) {
     std::string text;
     for (BrokenRule const& broken : brokenRulesOf(record, strictness)) {
-        std::string const line = fmt::format("{} {}: {}: {}{}", broken.isWarning ? "warning:" : "broken rule",
-                                             broken.rule->name, timeText(broken.time - record.begin),
-                                             broken.client ? clientOf(record, *broken.client) + ": " : "",
-                                             printable(broken.breach.text));
+        std::string const line =
+            fmt::format("{} {}: {}: {}{}", broken.isWarning ? "warning:" : "broken rule", broken.rule->name,
+                        timeText(broken.time - record.begin),
+                        broken.client ? clientOf(record, *broken.client) + ": " : "",
+                        printable(broken.breach.text) + placeText(record, broken.breach));
         text += (broken.isWarning ? line : ink.red(line)) + '\n';
     }
     return text;

@@ -60,6 +60,26 @@ ordered_json reportsOf(Record const& record, Outcome const& outcome) {
     return reports;
 }
 
+ordered_json sensorsOrNull(Request const& request) {
+    bool const asks = request.kind == RequestKind::Status || request.kind == RequestKind::Powered;
+    bool const isKnown = asks || request.sensors.has_value();
+    return isKnown ? ordered_json(sensorsOf(request)) : ordered_json();
+}
+
+// Where an event stands in what was read; null: nowhere.
+ordered_json placeOf(Record const& record, Place place) {
+    if (place.number == 0) return {};
+    return {{"file", record.files[place.file]}, {"number", place.number}};
+}
+
+// Of evidence, where each request begins in it.
+void addPlaces(Record const& record, ordered_json& requests) {
+    for (Event const& event : record.events) {
+        if (event.kind != board::Kind::Request || !event.request || event.place.number == 0) continue;
+        requests[*event.request]["place"] = placeOf(record, event.place);
+    }
+}
+
 ordered_json requestsOf(Record const& record) {
     auto const times = sensorTimes(record);
     auto const outcomes = outcomesOf(record);
@@ -72,7 +92,7 @@ ordered_json requestsOf(Record const& record) {
             {{"line", orNull(request.line)},
              {"client", record.textOf(record.clients[request.client].name)},
              {"request", record.textOf(request.name)},
-             {"sensors", sensorsOf(request)},
+             {"sensors", sensorsOrNull(request)},
              {"ended", request.ended.has_value()},
              {"result", request.result ? ordered_json(*request.result) : ordered_json()},
              {"failed_sensors", outcomes[i].failedSensors},
@@ -83,6 +103,7 @@ ordered_json requestsOf(Record const& record) {
              {"slowest_ms", called ? ordered_json(milliseconds(times[i].slowest)) : ordered_json()},
              {"in_turn_ms", called ? ordered_json(milliseconds(times[i].oneAfterAnother)) : ordered_json()}});
     }
+    addPlaces(record, requests);
     return requests;
 }
 
@@ -111,6 +132,9 @@ ordered_json brokenRulesIn(Record const& record, Strictness const& strictness) {
                        {"sensors", each.sensors},
                        {"at_ms", milliseconds(each.time - record.begin)},
                        {"reason", each.breach.text}});
+        if (each.breach.events.empty()) continue;
+        Place const place = record.events[each.breach.events.back()].place;
+        if (place.number > 0) all.back()["place"] = placeOf(record, place);
     }
     return all;
 }

@@ -1,0 +1,251 @@
+#include "commands/ReadCommand.h"
+
+#include "commands/ViewOptions.h"
+#include "evidence/ProcessRecords.h"
+#include "evidence/Reading.h"
+#include "replay/ScenarioWriter.h"
+#include "rules/Verdict.h"
+#include "text/Printable.h"
+#include "text/TimeText.h"
+#include "views/RequestText.h"
+
+#include <fcntl.h>
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <algorithm>
+#include <cerrno>
+#include <chrono>
+#include <cstdint>
+#include <cstring>
+#include <filesystem>
+#include <iostream>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <utility>
+#include <vector>
+
+namespace zeqcam::tool {
+namespace {
+
+constexpr auto kExitStatus =
+    "\nExit status:\n"
+    "  0    read, and every rule that could be judged holds\n"
+    "  1    a rule is broken, or what was read cannot be written\n"
+    "  2    nothing of the library could be read; the command line is wrong, or a file cannot be opened\n";
+
+struct Options : ViewOptions {
+    std::vector<std::string> files;
+    std::optional<int> process;
+    bool follow = false;
+    std::string scenario;
+};
+
+void addOptions(CLI::App& app, Options& options) {
+    app.add_option("FILE", options.files,
+                   "Logs and traces of one phone, of any format that it has, compressed or not; - is the "
+                   "standard input.")
+        ->required();
+    app.add_option("--pid", options.process, "Tell of this process only.")->type_name("N");
+    app.add_flag("--follow", options.follow, "Tell each request as it ends; of one file.");
+    app.add_option("--scenario", options.scenario, "Write a scenario that plays it again.")
+        ->type_name("FILE");
+    options.outputs.addOptions(app);
+    app.add_flag("--json", options.json, "Print what was read as JSON, and nothing else.");
+    options.addStrictness(app);
+    options.addSelection(app);
+    app.footer(std::string(reachTable()) + kExitStatus);
+}
+
+// How far a file was read, on a terminal.
+class Progress {
+  public:
+    explicit Progress(std::string name) : mName(std::move(name)), mIsShown(isatty(STDERR_FILENO) == 1) {}
+    ~Progress() {
+        if (mIsLine) std::cerr << "\r\033[K" << std::flush;
+    }
+    Progress(Progress const&) = delete;
+    Progress& operator=(Progress const&) = delete;
+
+    void show(std::uint64_t bytes) {
+        constexpr std::chrono::milliseconds kPause{200};
+        auto const now = std::chrono::steady_clock::now();
+        if (!mIsShown || now < mNext) return;
+        if (mNext != std::chrono::steady_clock::time_point()) {
+            std::cerr << '\r' << printable(mName) << ": " << bytes / (1U << 20U) << " MiB\033[K"
+                      << std::flush;
+            mIsLine = true;
+        }
+        mNext = now + kPause;
+    }
+
+  private:
+    std::string mName;
+    bool mIsShown;
+    bool mIsLine = false;
+    std::chrono::steady_clock::time_point mNext;
+};
+
+// "thread 812: power on 0 2: true, 51.2 ms".
+void tellRequest(std::string_view client, Request const& request) {
+    std::string text = printable(client) + ": " + std::string(nameOf(request.kind));
+    for (int const sensor : sensorsOf(request)) text += fmt::format(" {}", sensor);
+    text += ": " + (request.ended ? resultText(request) + ", " + timeText(*request.ended - request.began)
+                                  : std::string("its end was not seen"));
+    std::cout << text << std::endl;
+}
+
+// What the files hold, with what each turned out to be.
+struct Evidence {
+    std::vector<ProcessRecords::File> files;
+    std::vector<std::string> found;  // in place of what can be read, or of the library
+};
+
+Evidence read(std::vector<std::string> const& paths, ProcessRecords& records, bool isFollowed) {
+    Evidence evidence;
+    for (std::size_t index = 0; index < paths.size(); ++index) {
+        std::string const& path = paths[index];
+        Descriptor const file(path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC));
+        if (file.get() < 0) throw CannotOpen(path + ": cannot be opened: " + std::strerror(errno));
+        DescriptorSource source(file.get());
+        Progress progress(path);
+        ReadResult const result = readEvidence(source, static_cast<std::uint16_t>(index),
+                                               ProcessRecords::wanted(), records, [&](std::uint64_t bytes) {
+                                                   if (!isFollowed) progress.show(bytes);
+                                               });
+        evidence.files.push_back({path == "-" ? "standard input" : path, result.isWallTimeKnown});
+        if (result.format == Format::Unknown) evidence.found.push_back(path + ": " + result.found);
+    }
+    return evidence;
+}
+
+void tellReach(ReadProcess const& read, std::ostream& out) {
+    Record const& record = read.record;
+    out << "\nWhat the evidence tells\n";
+    for (std::string const& line : reachLines(read.reach)) out << "  " << line << '\n';
+    for (std::string const& note : read.notes) out << "  " << printable(note) << '\n';
+    constexpr std::size_t kMostLosses = 10;
+    for (std::size_t i = 0; i < std::min(kMostLosses, record.losses.size()); ++i) {
+        Loss const& loss = record.losses[i];
+        out << "  lost: " << printable(record.files[loss.place.file]) << ':' << loss.place.number << ": "
+            << printable(record.textOf(loss.text)) << '\n';
+    }
+    if (record.losses.size() > kMostLosses)
+        out << "  and " << record.losses.size() - kMostLosses << " losses more\n";
+    std::map<std::string, std::string> unjudged;  // rules by what it would take
+    for (Judgement const& judgement : judge(record)) {
+        if (judgement.breaches) continue;
+        std::string& rules = unjudged[neededFor(*judgement.rule, read.reach)];
+        rules += (rules.empty() ? "" : ", ") + std::string(judgement.rule->name);
+    }
+    if (!unjudged.empty()) out << "Rules that could not be judged, by what it would take\n";
+    for (auto const& [needed, rules] : unjudged) out << "  " << needed << ":\n      " << rules << '\n';
+    out.flush();
+}
+
+bool tellProcess(ReadProcess const& read, Options& options) {
+    Record const& record = read.record;
+    std::string const name = record.process ? fmt::format("process {}", *record.process) : "a process";
+    if (!options.json)
+        options.textOutput() << '\n' << name << " of " << printable(record.files.front()) << '\n';
+    bool isTold = tell(record, options, name);
+    if (!options.json) tellReach(read, options.textOutput());
+    if (options.scenario.empty()) return isTold;
+    try {
+        OutputFile(options.scenario).write([&](std::ostream& out) { out << scenarioOf(record, read.notes); });
+    } catch (std::exception const& error) {
+        complain(error.what());
+        isTold = false;
+    }
+    return isTold;
+}
+
+void select(std::vector<ReadProcess> const& processes, Options& options) {
+    std::vector<std::string> clients;
+    std::map<int, std::string> sensors;
+    for (auto const& [record, reach, notes] : processes) {
+        for (Record::Client const& client : record.clients) clients.emplace_back(record.textOf(client.name));
+        for (Record::Sensor const& sensor : record.sensors)
+            sensors.emplace(sensor.id, record.textOf(sensor.name));
+    }
+    options.select(clients, sensors, "the evidence");
+}
+
+int complainOfNothing(Evidence const& evidence, Options const& options) {
+    for (std::string const& found : evidence.found) complain(found);
+    if (evidence.found.empty() && options.process) {
+        complain(fmt::format("no line or section of the library by process {}", *options.process));
+    } else if (evidence.found.empty()) {
+        complain("no line or section of the library in " + options.files.front() +
+                 (options.files.size() > 1 ? " and the others" : "") +
+                 "; docs/read.md says how a phone is asked for them");
+    }
+    return kWrongInput;
+}
+
+// What programs read holds one process.
+void requireOne(std::vector<ReadProcess> const& processes, Options const& options) {
+    bool const isForOne = options.json || options.outputs.areAsked() || !options.scenario.empty();
+    if (processes.size() < 2 || !isForOne) return;
+    std::string ids;
+    for (ReadProcess const& each : processes)
+        ids += (ids.empty() ? "" : ", ") + std::to_string(each.record.process.value_or(0));
+    throw CannotOpen("there is more than one process or clock: choose with --pid, or give one file: " + ids);
+}
+
+int run(Options& options) try {
+    if (options.follow && options.files.size() > 1) throw CannotOpen("--follow: is of one file");
+    if (std::count(options.files.begin(), options.files.end(), "-") > 1)
+        throw CannotOpen("-: the standard input is there once");
+    for (std::string const& file : options.files) {
+        std::error_code none;
+        if (!options.scenario.empty() && std::filesystem::equivalent(file, options.scenario, none))
+            throw CannotOpen(options.scenario + ": would replace " + file);
+    }
+    options.outputs.open(options.files, options.json);
+    ProcessRecords records =
+        options.follow
+            ? ProcessRecords([&](std::int32_t process, std::string_view client, Request const& request) {
+                  if (process == options.process.value_or(process)) tellRequest(client, request);
+              })
+            : ProcessRecords();
+    Evidence const evidence = read(options.files, records, options.follow);
+    std::vector<ReadProcess> processes = records.finish(evidence.files);
+    if (options.process) {
+        std::erase_if(processes,
+                      [&](ReadProcess const& each) { return each.record.process != *options.process; });
+    }
+    if (processes.empty()) return complainOfNothing(evidence, options);
+    for (std::string const& found : evidence.found) complain(found);
+    requireOne(processes, options);
+    select(processes, options);
+    bool holds = true;
+    for (ReadProcess const& each : processes) {
+        auto const broken = brokenRulesOf(each.record, options.strictness);
+        bool const isTold = tellProcess(each, options);
+        holds = holds && isTold && std::all_of(broken.begin(), broken.end(), [](BrokenRule const& rule) {
+                    return rule.isWarning;
+                });
+    }
+    return holds ? kAllHeld : kFailed;
+} catch (CannotOpen const& error) {
+    complain(error.what());
+    return kWrongInput;
+} catch (std::system_error const& error) {
+    complain(error.what());
+    return kWrongInput;
+}
+
+}  // namespace
+
+std::function<int()> addRead(CLI::App& app) {
+    auto const options = std::make_shared<Options>();
+    addOptions(app, *options);
+    return [options] { return run(*options); };
+}
+
+}  // namespace zeqcam::tool
