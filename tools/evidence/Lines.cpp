@@ -13,7 +13,7 @@ bool Lines::nextAfterAll() {
     std::size_t searched = 0;
     for (;;) {
         auto const newline = mRest.find('\n', searched);
-        if (newline != std::string_view::npos && newline <= kLongest) {
+        if (newline <= kLongest) {
             take(newline, 1);
             return true;
         }

@@ -37,8 +37,8 @@ std::uint64_t wordAt(char const* text) {
 // The bit that letters have and digits, blanks, dots and signs have not, in each of eight characters.
 constexpr std::uint64_t kLetters = 0x4040'4040'4040'4040;
 
-// The text after the first word that ends the introduction of a line of `chatty`: "uid=1000(system) logd
-// expire 5 lines" names a user and, sometimes, a thread.
+// What a line of `chatty` says is missing, behind the user and, sometimes, the thread: "uid=1000(system) logd
+// expire 5 lines". Empty: nothing.
 std::string lossOfChatty(std::string_view text) {
     for (auto const& [verb, told] :
          {std::pair<std::string_view, char const*>{"identical ", "lines like the one before were left out"},

@@ -104,12 +104,13 @@ bool takeIds(Scanner& line, LogcatLine& found) {
     return false;
 }
 
-// "D/Tag" or "D/Tag     " and what follows.
+// "D/Tag" or "D/Tag     " up to the ending.
 bool takeLevelAndTag(Scanner& line, char ending) {
+    constexpr std::size_t kLongestTag = 64;
     auto const rest = line.rest();
     if (rest.size() < 3 || !isLogLevel(rest[0]) || rest[1] != '/') return false;
     auto const end = rest.find(ending);
-    if (end == std::string_view::npos || end > 64) return false;
+    if (end > kLongestTag) return false;
     line = Scanner(rest.substr(end + 1));
     return true;
 }

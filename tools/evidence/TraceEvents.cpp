@@ -85,7 +85,7 @@ bool isJson(std::string_view begin) {
 
 std::string readTraceEvents(Bytes& bytes, std::uint16_t file, ItemSink& sink) {
     TraceEventItems items(file, sink);
-    std::string const found = TraceEventParser(bytes, items).parse();
+    std::string found = TraceEventParser(bytes, items).parse();
     items.finish();
     return found;
 }
