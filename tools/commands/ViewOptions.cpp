@@ -7,6 +7,7 @@
 #include "views/ResultFile.h"
 #include "views/TerminalTimeline.h"
 
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -71,13 +72,14 @@ void ViewOptions::select(std::vector<std::string> const& allClients,
         throw CannotOpen("--to: must be later than --from");
     for (std::string const& name : clients) {
         if (std::find(allClients.begin(), allClients.end(), name) == allClients.end())
-            throw CannotOpen("--client: " + in + " has no client " + name);
+            throw CannotOpen(fmt::format("--client: {} has no client {}", in, name));
     }
     for (std::string const& name : sensors) {
         auto const found = std::find_if(allSensors.begin(), allSensors.end(), [&](auto const& each) {
             return each.second == name || std::to_string(each.first) == name;
         });
-        if (found == allSensors.end()) throw CannotOpen("--sensor: " + in + " has no sensor " + name);
+        if (found == allSensors.end())
+            throw CannotOpen(fmt::format("--sensor: {} has no sensor {}", in, name));
         selection.sensors.push_back(found->first);
     }
 }

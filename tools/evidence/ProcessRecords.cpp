@@ -307,8 +307,8 @@ ReadProcess ProcessRecords::recordOf(std::vector<Part> const& parts, std::size_t
 std::vector<ReadProcess> ProcessRecords::finish(std::vector<File> const& files) {
     std::vector<ReadProcess> all;
     std::vector<Clocks::File> clocks(files.size());
-    for (std::uint16_t index = 0; index < files.size(); ++index)
-        clocks[index] = {mFiles[index].boot + 1, files[index].isWallTimeKnown};
+    for (std::size_t index = 0; index < files.size(); ++index)
+        clocks[index] = {mFiles[static_cast<std::uint16_t>(index)].boot + 1, files[index].isWallTimeKnown};
     mClocks.fit(clocks);
     if (mEnded) {
         for (Part const& part : mOrder) {

@@ -173,7 +173,6 @@ int phaseOf(Saying saying, bool isEnd) {
     switch (saying) {
         case Saying::PowerOnSection:
         case Saying::PowerOffSection:
-            return isEnd ? kLast : 3;
         case Saying::WorkerSection:
             return isEnd ? kLast : 3;
         case Saying::TaskSection:
