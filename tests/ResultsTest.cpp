@@ -62,6 +62,7 @@ TEST(Report, FoldsTablesIntoItsColumnsAndLosesNoNumber) {
 TEST(Report, BringsColumnsCloserBeforeItFoldsThem) {
     Record record = recordOf(aRun());
     record.files = {"phone.toml"};
+    record.cutOff = "was interrupted";
     for (auto const& [columns, end] : std::vector<std::pair<int, std::string>>{
              {61, "SLOWEST  IN TURN\n"}, {60, "SLOWEST IN TURN\n"}, {55, "SLOWEST IN TURN\n"}})
         EXPECT_THAT(shown(writeReport, record, {.columns = columns}), HasSubstr(end)) << columns;

@@ -69,7 +69,8 @@ std::vector<Cause> causesOf(Record const& record) {
         if (!work) continue;
         Open* found = nullptr;
         for (Open& open : all) {
-            if (event.request && open.request == *event.request && !open.done.contains(work->sensor)) found = &open;
+            if (event.request && open.request == *event.request && !open.done.contains(work->sensor))
+                found = &open;
             if (event.request) continue;
             if (asksFor(record, open, *work) && (found == nullptr || open.pastLock > found->pastLock))
                 found = &open;

@@ -88,7 +88,8 @@ std::vector<Breach> powerOffsOfWhatIsNotOn(Record const& record) {
             if (begins && request.kind == RequestKind::PowerOn) asked[key] = *event.request;
             if (request.kind != RequestKind::PowerOff) continue;
             if (begins && known == asked.end()) {
-                breaches.push_back({clientOf(record, request.client) + " powers " + sensorPhrase(record, sensor) +
+                breaches.push_back({clientOf(record, request.client) + " powers " +
+                                        sensorPhrase(record, sensor) +
                                         " off, which its controller has not powered on",
                                     {index}});
             }

@@ -102,8 +102,8 @@ std::vector<Breach> sensorsWithoutACall(Record const& record) {
         // All workers have ended, none of them by an exception.
         if (event.kind != Kind::ProfileMark || record.textOf(event.text) != "Sensor powerOn -") continue;
         for (auto const& [sensor, made] : uncalled[event.thread]) {
-            breaches.push_back(
-                {sensorPhrase(record, sensor) + " was admitted to a power-on and never called", {made, index}});
+            breaches.push_back({sensorPhrase(record, sensor) + " was admitted to a power-on and never called",
+                                {made, index}});
         }
         uncalled.erase(event.thread);
     }

@@ -1,6 +1,7 @@
 #include "views/FailureText.h"
 
 #include "analysis/Outcomes.h"
+#include "analysis/SensorNames.h"
 #include "text/TimeText.h"
 
 #include <algorithm>
@@ -12,7 +13,7 @@ namespace {
 using board::Kind;
 
 std::string sensorOf(Record const& record, std::optional<std::int32_t> sensor) {
-    return sensor ? record.nameOfSensor(*sensor) : "a sensor";
+    return sensor ? sensorTitle(record, *sensor) : "a sensor";
 }
 
 // Empty when the event is no failure.
