@@ -48,7 +48,7 @@ TEST(Report, FoldsTablesIntoItsColumnsAndLosesNoNumber) {
     record.files = {"phone.toml"};
     for (int columns : {30, 45, 60, 80}) {
         std::string const text = shown(writeReport, record, {.columns = columns});
-        std::istringstream lines(text);
+        std::istringstream lines(text.substr(0, text.find("went wrong")));
         for (std::string line; std::getline(lines, line);) {
             bool const ofATable = line.starts_with(' ') || line.starts_with('!');
             if (ofATable) {

@@ -167,12 +167,21 @@ TEST(SensorLanes, TellStatesAndWhoCountsOnThem) {
 }
 
 TEST(Timeline, CountsPoweredSensorsAndMarksALineOnceThatReachedTwoLogs) {
-    Timeline const timeline = timelineOf(recordOf(aRun()));
-    std::string counts;
-    for (PoweredCount const& count : timeline.powered) {
-        counts += std::to_string((count.time - kBegin) / 1ms) + ':' + std::to_string(count.sensors) + ' ';
+    Record record = recordOf(aRun());
+    auto const countsOf = [](Timeline const& timeline) {
+        std::string counts;
+        for (PoweredCount const& count : timeline.powered) {
+            counts += std::to_string((count.time - kBegin) / 1ms) + ':' +
+                      (count.sensors ? std::to_string(*count.sensors) : "?") + ' ';
+        }
+        return counts;
+    };
+    Timeline const timeline = timelineOf(record);
+    EXPECT_EQ(countsOf(timeline), "0:0 30:1 50:0 ");
+    for (Request& request : record.requests) {
+        if (request.kind == RequestKind::PowerOff) request.sensors.reset();
     }
-    EXPECT_EQ(counts, "0:0 30:1 50:0 ");
+    EXPECT_EQ(countsOf(timelineOf(record)), "0:0 30:1 40:? ");
     ASSERT_EQ(timeline.marks.size(), 1U);
     EXPECT_EQ(timeline.marks[0].level, Level::Error);
     EXPECT_EQ(timeline.textOf(timeline.marks[0].text), "sensor 3 failed");

@@ -327,11 +327,23 @@ class Reader {
     }
 
     void countPowered(Event const& event) {
+        if (!mTimeline.powered.back().sensors) return;
+        if (mayPowerOffAny(event)) {
+            mTimeline.powered.push_back({event.time, {}});
+            return;
+        }
         if (!event.sensor || event.number.value_or(1) == 0) return;
         if (event.kind == Kind::SensorPowerOnDone) mPowered.insert(*event.sensor);
         if (event.kind == Kind::SensorPowerOffDone) mPowered.erase(*event.sensor);
         int const count = static_cast<int>(mPowered.size());
         if (count != mTimeline.powered.back().sensors) mTimeline.powered.push_back({event.time, count});
+    }
+
+    // A power-off whose sensors are unknown.
+    [[nodiscard]] bool mayPowerOffAny(Event const& event) const {
+        if (event.kind != Kind::Request || !event.request) return false;
+        Request const& request = mRecord.requests[*event.request];
+        return request.kind == RequestKind::PowerOff && !request.sensors;
     }
 
     // The controller whose queue a row is: the only one that drives all that is powered off there.

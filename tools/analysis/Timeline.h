@@ -59,7 +59,7 @@ struct Mark {
 // How many sensors were powered from a time on.
 struct PoweredCount {
     Instant time;
-    int sensors = 0;
+    std::optional<int> sensors;  // none: unknown, from then on to the end
 };
 
 // What each thread of a record did, when: what the drawn views are drawn from. It stands on its own; the

@@ -235,7 +235,9 @@ std::string expectationsOf(Record const& record, Ink ink) {
 std::string failuresOf(Record const& record, Ink ink) {
     auto const lines = failureLines(record);
     if (lines.empty()) return {};
-    std::string text = ink.bold("What the board saw go wrong") + '\n';
+    // A phone's files tell what they show; a board, what it answered.
+    bool const isRun = record.seed || !record.expectations.empty();
+    std::string text = ink.bold(isRun ? "What the board saw go wrong" : "What went wrong") + '\n';
     for (std::string const& line : lines) text += ink.red("  " + printable(line)) + '\n';
     return text + '\n';
 }

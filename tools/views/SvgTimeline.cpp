@@ -239,7 +239,7 @@ class Picture {
 
     void addPowered() {
         int most = 1;
-        for (PoweredCount const& count : mTimeline.powered) most = std::max(most, count.sensors);
+        for (PoweredCount const& count : mTimeline.powered) most = std::max(most, count.sensors.value_or(0));
         double const step = std::min(kCountStep, 84.0 / most);
         double const height = kMarkStrip + 14 + most * step;
         addBand(kPoweredName, height);
@@ -247,14 +247,17 @@ class Picture {
         svg::Canvas line;
         line << 'M' << mSheet.left() << ' ' << floor;
         double last = 0;
+        double end = kRight;
         for (PoweredCount const& count : mTimeline.powered) {
-            if (mSheet.xOf(count.time) < last) continue;
-            last = mSheet.xOf(count.time) + mSheet.detail().gathers / 2;
-            line << 'H' << mSheet.xOf(count.time) << 'V' << floor - count.sensors * step;
+            double const x = mSheet.xOf(count.time);
+            if (!count.sensors) end = x;
+            if (!count.sensors || x < last) continue;
+            last = x + mSheet.detail().gathers / 2;
+            line << 'H' << x << 'V' << floor - *count.sensors * step;
         }
-        if (!mTimeline.powered.empty())
-            line << 'H' << kRight << 'V' << floor - mTimeline.powered.back().sensors * step;
-        line << 'H' << kRight;
+        if (!mTimeline.powered.empty() && mTimeline.powered.back().sensors)
+            line << 'H' << end << 'V' << floor - *mTimeline.powered.back().sensors * step;
+        line << 'H' << end;
         mSheet.shapes << R"(<path class="area" d=")" << line.str() << 'V' << floor << "z\"/>\n"
                       << R"(<path class="powered" d=")" << line.str() << "\"/>\n";
         addCounts(floor, step);
@@ -267,9 +270,9 @@ class Picture {
             bool const last = i + 1 == mTimeline.powered.size();
             double const room =
                 (last ? kRight : mSheet.xOf(mTimeline.powered[i + 1].time)) - mSheet.xOf(count.time);
-            std::string const number = std::to_string(count.sensors);
+            std::string const number = count.sensors ? std::to_string(*count.sensors) : "unknown";
             if (room < widthOf(number, kCharacter) + 4) continue;
-            mSheet.shapes.text(mSheet.xOf(count.time) + 3, floor - count.sensors * step - 4,
+            mSheet.shapes.text(mSheet.xOf(count.time) + 3, floor - count.sensors.value_or(0) * step - 4,
                                R"(class="label")", number);
         }
     }

@@ -292,8 +292,8 @@ class Picture {
         Line line = lineNamed(kPowered);
         for (PoweredCount const& count : mTimeline.powered) {
             int const column = mNames + mScale.cellOf(count.time);
-            line.fill(column, mColumns, count.sensors > 0 ? mAlphabet.axis : " ", kDim);
-            line.put(column, std::to_string(count.sensors), kPlain);
+            line.fill(column, mColumns, count.sensors.value_or(0) > 0 ? mAlphabet.axis : " ", kDim);
+            line.put(column, count.sensors ? std::to_string(*count.sensors) : "?", kPlain);
         }
         add(line);
     }

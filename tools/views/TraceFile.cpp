@@ -220,7 +220,7 @@ class Events {
     }
 
     void add(PoweredCount const& count) {
-        addCounter("sensors powered", count.time, {{"sensors", count.sensors}});
+        if (count.sensors) addCounter("sensors powered", count.time, {{"sensors", *count.sensors}});
     }
 
     void add(SensorLane const& lane) {
