@@ -69,6 +69,7 @@ void ProcessRecords::followSetting(Item const& item, nanoseconds& time) {
 void ProcessRecords::keep(Item const& item, std::int32_t process, Sighting sighting) {
     FileState& file = fileOf(item);
     file.unit = std::gcd(file.unit, static_cast<std::int64_t>(item.time.count()));
+    file.clock = item.clock;
     mClocks.see(clockOf(item));
     followSetting(item, sighting.time);
     if (mEnded) return pass(sighting, makerOf(process));
@@ -316,6 +317,7 @@ std::vector<ReadProcess> ProcessRecords::finish(std::vector<File> const& files) 
             addNames({part}, maker);
             ReadProcess& read = all.emplace_back(maker.finish(nanoseconds::min()));
             read.record.files = {files.front().name};
+            read.record.clock = mFiles[0].clock;
             read.record.resolution = resolutionOf(0);
             addLosses({part}, read);
         }

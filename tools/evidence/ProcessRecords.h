@@ -66,6 +66,7 @@ class ProcessRecords final : public ItemSink {
 
     struct FileState {
         std::uint32_t boot = 0;
+        ClockKind clock = ClockKind::Monotonic;  // of what is kept, the last
         std::map<std::int32_t, OpenSections> threads;
         // Threads that one of ours has started, until they are ours themselves: by their process.
         std::map<std::int32_t, std::int32_t> started;
