@@ -163,7 +163,11 @@ class Writer {
         std::string failed;
         for (int const sensor : sensors) {
             if (controller.on.contains(sensor) || measured.notDriven.contains(sensor)) continue;
-            if (!measured.hadNoSensorList && !measured.withoutHandle.contains(sensor)) {
+            // A trace shows the work on each sensor; without one, whatever was not told to be left out had
+            // some.
+            bool const hadWork =
+                measured.powered.contains(sensor) || !mRecord.shows.contains(board::Kind::TraceBegin);
+            if (hadWork && !measured.hadNoSensorList && !measured.withoutHandle.contains(sensor)) {
                 int const time = ++mPowerOns[sensor];
                 if (measured.failed.contains(sensor)) mFailures[sensor].push_back(time);
             }
