@@ -128,6 +128,7 @@ class RecordMaker {
     void endOwnRequest(ThreadState& thread, OpenSection const& section);
 
     std::int32_t sensorOf(std::string_view name);
+    [[nodiscard]] std::string wordOf(std::int32_t sensor) const;
     void resolveSensors();
 
     // Requests

@@ -39,6 +39,13 @@ std::int32_t RecordMaker::sensorOf(std::string_view name) {
     return mSensorNames.emplace(std::string(name), next).first->second;
 }
 
+// Its name, where nothing but that tells which it is.
+std::string RecordMaker::wordOf(std::int32_t sensor) const {
+    auto const named = std::find_if(mSensorNames.begin(), mSensorNames.end(),
+                                    [sensor](auto const& known) { return known.second == sensor; });
+    return named != mSensorNames.end() ? named->first : std::to_string(sensor);
+}
+
 void RecordMaker::seeBegin(ThreadState& thread, Sighting const& sighting) {
     thread.debugPrint = TextId::Empty;
     std::string_view const category = mRecord.textOf(sighting.tag);
@@ -212,9 +219,8 @@ OptionalNumber<std::uint32_t> RecordMaker::requestOfWork(ThreadState const& thre
     }
     if (isCandidate(thread.startedFor)) candidates = {*thread.startedFor};
     if (candidates.size() > 1) {
-        std::string text = std::string(isOn ? "the worker" : "the task") + " of sensor " +
-                           std::to_string(sensor) + " at " + timeText(mNow - mRecord.begin) +
-                           ": of one of the requests of";
+        std::string text = std::string(isOn ? "the worker" : "the task") + " of sensor " + wordOf(sensor) +
+                           " at " + timeText(mNow - mRecord.begin) + ": of one of the requests of";
         for (std::uint32_t const index : candidates) {
             text += (index == candidates.front() ? " " : ", ") + nameOfClient(mDrafts[index].thread);
             mDrafts[index].mayHaveOthers = true;
