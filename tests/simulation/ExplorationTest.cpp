@@ -163,23 +163,28 @@ TEST(Explorations, TwoControllersWhoseHintsOpenTheFile) {
 
 // In whatever order they fail, open the file anew and close it: none writes to what another has closed, and
 // nothing stays open.
-TEST(Explorations, ThreeWorkersWhoseHintsFail) {
+void powerOnWithoutHints(std::vector<int> const& sensors) {
+    int const before = openDescriptors();
+    Phone phone(withoutQueue());
+    phone.board.journal().setOn(true);
+    Controller const controller = phone.create(sensors);
+    phone.varied([&] { controller->powerOn(sensors); });
+    for (int const sensor : sensors) controller->powerOff({sensor});
+    auto const lines = phone.board.journal().entries(Kind::AndroidLog);
+    expect(lines.size() == sensors.size() + 1, "a failed hint has no line");
+    for (auto const& line : lines) {
+        expect(line.shown.find("No space left on device") != std::string::npos, line.shown);
+    }
+    expect(openDescriptors() == before, "a descriptor is left open");
+}
+
+// The power-on's own thread writes a hint before its workers do.
+TEST(Explorations, WorkersWhoseHintsFail) {
     if (!QosFile::provided()) GTEST_SKIP() << "no QoS file for this process";
     QosFile::set(QosFile::Is::Full);
-    expectOfEverySchedule([] {
-        int const before = openDescriptors();
-        Phone phone(withoutQueue());
-        phone.board.journal().setOn(true);
-        Controller const controller = phone.create({0, 1, 2});
-        phone.varied([&] { controller->powerOn({0, 1, 2}); });
-        for (int const sensor : {0, 1, 2}) controller->powerOff({sensor});
-        auto const lines = phone.board.journal().entries(Kind::AndroidLog);
-        expect(lines.size() == 4, "a failed hint has no line");
-        for (auto const& line : lines) {
-            expect(line.shown.find("No space left on device") != std::string::npos, line.shown);
-        }
-        expect(openDescriptors() == before, "a descriptor is left open");
-    });
+    expectOfEverySchedule([] { powerOnWithoutHints({0, 1}); });
+    // Three meet in more orders with a second preemption than there is time for.
+    expectOfEverySchedule([] { powerOnWithoutHints({0, 1, 2}); }, 1);
     QosFile::set(QosFile::Is::Writable);
 }
 

@@ -1,5 +1,6 @@
 #include "Explore.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cstdlib>
 #include <cstring>
@@ -73,8 +74,9 @@ void expect(bool isSo, std::string const& what) {
     if (!isSo) simulation::fail(what);
 }
 
-void expectOfEverySchedule(std::function<void()> const& body) {
-    simulation::Exploration const found = simulation::explore(body, {.preemptions = preemptions()});
+void expectOfEverySchedule(std::function<void()> const& body, int most) {
+    simulation::Exploration const found =
+        simulation::explore(body, {.preemptions = std::min(preemptions(), most)});
     std::cout << simulation::summary(found) << " (" << found.points << " points, " << found.elapsed.count()
               << " ms)\n";
     EXPECT_TRUE(found.complete || found.failure);

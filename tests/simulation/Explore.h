@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <string>
@@ -49,7 +50,7 @@ class Phone {
 void expect(bool isSo, std::string const& what);
 
 // Runs every schedule of the body and tells how many there were. The number of preemptions is that of the
-// variable ZEQCAM_PREEMPTIONS, or one.
-void expectOfEverySchedule(std::function<void()> const& body);
+// variable ZEQCAM_PREEMPTIONS, or one, and no more than `most`.
+void expectOfEverySchedule(std::function<void()> const& body, int most = std::numeric_limits<int>::max());
 
 }  // namespace zeqcam::tests
