@@ -1,4 +1,5 @@
 #include "analysis/Attribution.h"
+#include "evidence/InBlocks.h"
 #include "evidence/ProcessRecords.h"
 #include "evidence/Reading.h"
 #include "replay/ScenarioWriter.h"
@@ -131,25 +132,12 @@ std::string textOf(Run const& run, Source source) {
     return {};
 }
 
-class TextSource final : public ByteSource {
-  public:
-    explicit TextSource(std::string_view text) : mText(text) {}
-    std::size_t read(char* into, std::size_t most) override {
-        std::size_t const size = mText.copy(into, most);
-        mText.remove_prefix(size);
-        return size;
-    }
-
-  private:
-    std::string_view mText;
-};
-
 ReadProcess readOf(Run const& run, std::set<Source> const& sources) {
     ProcessRecords records;
     std::vector<ProcessRecords::File> files;
     for (Source const source : sources) {
         std::string const text = textOf(run, source);
-        TextSource bytes(text);
+        zeqcam::tests::InBlocks bytes(text);
         auto const index = static_cast<std::uint16_t>(files.size());
         ReadResult const result = readEvidence(bytes, index, ProcessRecords::wanted(), records);
         files.push_back({source == Source::Log ? "log" : "trace", result.isWallTimeKnown});

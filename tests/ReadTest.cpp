@@ -1,3 +1,4 @@
+#include "evidence/InBlocks.h"
 #include "evidence/ProcessRecords.h"
 #include "evidence/Reading.h"
 #include "replay/ScenarioWriter.h"
@@ -24,24 +25,11 @@ using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-class TextSource final : public ByteSource {
-  public:
-    explicit TextSource(std::string_view text) : mText(text) {}
-    std::size_t read(char* into, std::size_t most) override {
-        std::size_t const size = mText.copy(into, most);
-        mText.remove_prefix(size);
-        return size;
-    }
-
-  private:
-    std::string_view mText;
-};
-
 std::vector<ReadProcess> read(std::vector<std::string> const& texts) {
     ProcessRecords records;
     std::vector<ProcessRecords::File> files;
     for (std::string const& text : texts) {
-        TextSource source(text);
+        zeqcam::tests::InBlocks source(text);
         auto const index = static_cast<std::uint16_t>(files.size());
         auto const result = readEvidence(source, index, ProcessRecords::wanted(), records);
         files.push_back({"file " + std::to_string(index), result.isWallTimeKnown});

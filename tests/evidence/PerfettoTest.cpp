@@ -1,3 +1,4 @@
+#include "evidence/InBlocks.h"
 #include "evidence/Packet.h"
 #include "evidence/Told.h"
 
@@ -201,19 +202,7 @@ TEST(Perfetto, HoldsBackABoundedNumberOfItems) {
         std::uint64_t count = 0;
     };
     Ordered sink;
-    class Memory final : public tool::ByteSource {
-      public:
-        explicit Memory(std::string_view bytes) : mRest(bytes) {}
-        std::size_t read(char* into, std::size_t most) override {
-            std::size_t const count = mRest.copy(into, most);
-            mRest.remove_prefix(count);
-            return count;
-        }
-
-      private:
-        std::string_view mRest;
-    };
-    Memory source(trace);
+    InBlocks source(trace);
     std::uint64_t toldBefore = 0;
     tool::readEvidence(source, 0, {.tag = [](std::string_view) { return false; }}, sink,
                        [&](std::uint64_t) { toldBefore = sink.count; });

@@ -1,5 +1,7 @@
 #include "evidence/Told.h"
 
+#include "evidence/InBlocks.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -71,20 +73,6 @@ class Lister final : public ItemSink {
     }
 
     std::vector<std::string> items;
-};
-
-class InBlocks final : public ByteSource {
-  public:
-    InBlocks(std::string_view bytes, std::size_t block) : mRest(bytes), mBlock(block) {}
-    std::size_t read(char* into, std::size_t most) override {
-        std::size_t const count = mRest.copy(into, std::min(most, mBlock));
-        mRest.remove_prefix(count);
-        return count;
-    }
-
-  private:
-    std::string_view mRest;
-    std::size_t mBlock;
 };
 
 Told toldInBlocks(std::string_view bytes, std::size_t block) {

@@ -1,8 +1,7 @@
 // Files from phones of the fuzzer's making, behind a begin that tells which reader gets them. In whatever
 // blocks a file comes, it tells the same.
-#include "evidence/Reading.h"
+#include "../evidence/InBlocks.h"
 
-#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -13,20 +12,7 @@
 namespace {
 
 using namespace zeqcam::tool;
-
-class InBlocks final : public ByteSource {
-  public:
-    InBlocks(std::string_view bytes, std::size_t block) : mRest(bytes), mBlock(block) {}
-    std::size_t read(char* into, std::size_t most) override {
-        std::size_t const count = mRest.copy(into, std::min(most, mBlock));
-        mRest.remove_prefix(count);
-        return count;
-    }
-
-  private:
-    std::string_view mRest;
-    std::size_t mBlock;
-};
+using zeqcam::tests::InBlocks;
 
 // Looks at all that an item refers to.
 class Sum final : public ItemSink {
