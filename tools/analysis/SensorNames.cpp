@@ -35,8 +35,8 @@ std::string sensorWord(Record const& record, int sensor) {
     return title == defaultName(sensor) ? std::to_string(sensor) : title;
 }
 
-std::string sensorPhrase(Record const& record, int sensor) {
-    return "sensor " + record.nameOfSensor(sensor);
+std::string sensorPhrase(Record const& record, std::optional<int> sensor) {
+    return "sensor " + (sensor ? record.nameOfSensor(*sensor) : "?");
 }
 
 SensorLabel sensorLabel(Record const& record, std::string_view traced) {

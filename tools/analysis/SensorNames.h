@@ -14,8 +14,8 @@ std::string sensorTitle(Record const& record, int sensor);
 // As it stands in a list of sensors: "tele", or "3".
 std::string sensorWord(Record const& record, int sensor);
 
-// As it stands in a sentence: "sensor tele", or "sensor 3".
-std::string sensorPhrase(Record const& record, int sensor);
+// As it stands in a sentence: "sensor tele", or "sensor 3"; "sensor ?" where it is unknown.
+std::string sensorPhrase(Record const& record, std::optional<int> sensor);
 
 // What the library traces of a sensor, in the words of a record: "powerOff: 3" as "powerOff: tele". Other
 // labels come back as they are, and `sensor` empty.

@@ -1,5 +1,7 @@
 #include "rules/Handles.h"
 
+#include "analysis/SensorNames.h"
+
 #include <algorithm>
 #include <cstdint>
 #include <map>
@@ -12,10 +14,6 @@ namespace zeqcam::tool {
 namespace {
 
 using board::Kind;
-
-std::string nameOf(Record const& record, Event const& event) {
-    return "sensor " + (event.sensor ? record.nameOfSensor(*event.sensor) : "?");
-}
 
 // What a controller, by the name that it gives in its calls, has done with its handles.
 struct Caller {
@@ -70,9 +68,10 @@ std::vector<Breach> sensorsOffAfterARelease(Record const& record) {
         if (event.kind == Kind::SensorPowerOff) {
             Caller& caller = callers[event.text];
             if (caller.released && !isOfAnother(record, record.events[*caller.released], event)) {
-                breaches.push_back({nameOf(record, event) + " is powered off after the handle of " +
-                                        nameOf(record, record.events[*caller.released]) + " was released",
-                                    {*caller.released, index}});
+                breaches.push_back(
+                    {sensorPhrase(record, event.sensor) + " is powered off after the handle of " +
+                         sensorPhrase(record, record.events[*caller.released].sensor) + " was released",
+                     {*caller.released, index}});
             }
             caller.poweredOff[*event.sensor] = true;
         }
@@ -103,8 +102,9 @@ std::vector<Breach> servicesToldAfterARelease(Record const& record) {
         }
         bool const isTold = event.kind == Kind::Hal3APowerOff || event.kind == Kind::PeripheralPowerOff;
         if (!isTold || !handles.released || handles.open > 0) continue;
-        breaches.push_back({nameOf(record, event) + "'s services are told of its power-off after its handle "
-                                                    "was released",
+        breaches.push_back({sensorPhrase(record, event.sensor) +
+                                "'s services are told of its power-off after its handle "
+                                "was released",
                             {*handles.released, index}});
     }
     return breaches;

@@ -1,5 +1,7 @@
 #include "rules/Workers.h"
 
+#include "analysis/SensorNames.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <optional>
@@ -10,10 +12,6 @@ namespace zeqcam::tool {
 namespace {
 
 using board::Kind;
-
-std::string nameOf(Record const& record, Event const& event) {
-    return "sensor " + (event.sensor ? record.nameOfSensor(*event.sensor) : "?");
-}
 
 // What a thread has done as the worker that it is now. The kernel gives an ended worker's id to another one:
 // hints that follow a power-on are a new worker's if a request has begun meanwhile.
@@ -53,7 +51,7 @@ std::vector<Breach> sensorsBeforeHints(Record const& record) {
     forEachPowerOn(record, [&](std::uint32_t index, Worker const& worker) {
         if (worker.hasHints()) return;
         breaches.push_back(
-            {nameOf(record, record.events[index]) + " is powered on before the hints", {index}});
+            {sensorPhrase(record, record.events[index].sensor) + " is powered on before the hints", {index}});
     });
     return breaches;
 }
@@ -62,8 +60,9 @@ std::vector<Breach> workersOfSeveralSensors(Record const& record) {
     std::vector<Breach> breaches;
     forEachPowerOn(record, [&](std::uint32_t index, Worker const& worker) {
         if (!worker.poweredOn) return;
-        breaches.push_back({nameOf(record, record.events[index]) + " is powered on by the worker of " +
-                                nameOf(record, record.events[*worker.poweredOn]),
+        breaches.push_back({sensorPhrase(record, record.events[index].sensor) +
+                                " is powered on by the worker of " +
+                                sensorPhrase(record, record.events[*worker.poweredOn].sensor),
                             {*worker.poweredOn, index}});
     });
     return breaches;
@@ -79,7 +78,8 @@ std::vector<Breach> callsAfterNoPowerOn(Record const& record) {
             up[event.thread] = event.sensor;
         if (event.kind != Kind::SensorAfterPowerOn || up[event.thread] == event.sensor) continue;
         breaches.push_back(
-            {nameOf(record, event) + " has its call after a power-on that did not succeed", {index}});
+            {sensorPhrase(record, event.sensor) + " has its call after a power-on that did not succeed",
+             {index}});
     }
     return breaches;
 }
