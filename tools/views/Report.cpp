@@ -5,11 +5,11 @@
 #include "analysis/SensorTimes.h"
 #include "rules/Verdict.h"
 #include "text/Printable.h"
-#include "text/TextWidth.h"
 #include "text/TimeText.h"
 #include "views/FailureText.h"
 #include "views/RequestText.h"
 #include "views/StandingText.h"
+#include "views/Table.h"
 
 #include <fmt/format.h>
 
@@ -23,96 +23,6 @@
 
 namespace zeqcam::tool {
 namespace {
-
-struct Ink {
-    bool colours = false;
-
-    [[nodiscard]] std::string bold(std::string const& text) const { return with("\033[1m", text); }
-    [[nodiscard]] std::string red(std::string const& text) const { return with("\033[31m", text); }
-
-  private:
-    [[nodiscard]] std::string with(char const* code, std::string const& text) const {
-        return colours ? code + text + "\033[0m" : text;
-    }
-};
-
-enum class Align { Left, Right };
-
-// Rows of cells under headings, each column as wide as its widest cell.
-class Table {
-  public:
-    struct Column {
-        std::string heading;
-        Align align = Align::Left;
-        int width = columnsOf(heading);
-    };
-
-    explicit Table(std::vector<Column> columns) : mColumns(std::move(columns)) {}
-
-    void add(std::vector<std::string> cells, bool marked = false) {
-        for (std::size_t i = 0; i < cells.size(); ++i) {
-            mColumns[i].width = std::max(mColumns[i].width, columnsOf(cells[i]));
-        }
-        mRows.push_back({std::move(cells), marked});
-    }
-
-    // Its columns stand closer where that keeps each row in one line of `columns`; else a row takes as many
-    // lines as they ask for, those after its first further in.
-    [[nodiscard]] std::string text(Ink ink, int columns) const {
-        constexpr int kWide = 2;
-        int const gap = widthWith(kWide) > columns && widthWith(1) <= columns ? 1 : kWide;
-        std::vector<std::string> headings;
-        for (Column const& column : mColumns) headings.push_back(column.heading);
-        std::string text;
-        for (std::string const& line : linesOf(headings, ' ', columns, gap)) text += ink.bold(line) + '\n';
-        for (Row const& row : mRows) {
-            for (std::string const& line : linesOf(row.cells, row.marked ? '!' : ' ', columns, gap))
-                text += (row.marked ? ink.red(line) : line) + '\n';
-        }
-        return text;
-    }
-
-  private:
-    struct Row {
-        std::vector<std::string> cells;
-        bool marked;
-    };
-
-    // Of a row in one line.
-    [[nodiscard]] int widthWith(int between) const {
-        int width = 1;  // of the mark
-        for (Column const& column : mColumns)
-            width += (&column == mColumns.data() ? 1 : between) + column.width;
-        return width;
-    }
-
-    // `between`: the blanks from one column to the next.
-    [[nodiscard]] std::vector<std::string> linesOf(std::vector<std::string> const& cells, char mark,
-                                                   int columns, int between) const {
-        constexpr int kFurtherIn = 5;
-        std::vector<std::string> lines{std::string(1, mark)};
-        int used = 1;
-        for (std::size_t i = 0; i < cells.size(); ++i) {
-            int const gap = i == 0 ? 1 : between;
-            if (used > kFurtherIn && used + gap + mColumns[i].width > columns) {
-                lines.emplace_back(kFurtherIn - gap, ' ');
-                used = kFurtherIn - gap;
-            }
-            // All rows of a column are cut at one width, so that those beside it stay in line.
-            int const width = std::clamp(columns - used - gap, 1, mColumns[i].width);
-            std::string const cell = shortened(cells[i], width, "~");
-            std::string const padding(static_cast<std::size_t>(width - columnsOf(cell)), ' ');
-            lines.back() += std::string(static_cast<std::size_t>(gap), ' ') +
-                            (mColumns[i].align == Align::Left ? cell + padding : padding + cell);
-            used += gap + width;
-        }
-        for (std::string& line : lines) line.erase(line.find_last_not_of(' ') + 1);
-        return lines;
-    }
-
-    std::vector<Column> mColumns;
-    std::vector<Row> mRows;
-};
 
 std::string namesOf(Record const& record, std::vector<int> const& sensors) {
     std::string names;
