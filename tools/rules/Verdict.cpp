@@ -63,7 +63,11 @@ std::string_view nameOf(Verdict verdict) {
 
 Verdict verdictOn(Record const& record, Strictness const& strictness) {
     if (record.cutOff) return Verdict::CutOff;
-    auto const broken = brokenRulesOf(record, strictness);
+    return verdictOn(record, brokenRulesOf(record, strictness));
+}
+
+Verdict verdictOn(Record const& record, std::vector<BrokenRule> const& broken) {
+    if (record.cutOff) return Verdict::CutOff;
     bool const rulesHold =
         std::all_of(broken.begin(), broken.end(), [](BrokenRule const& each) { return each.isWarning; });
     return rulesHold && allHeld(record) ? Verdict::Passed : Verdict::Failed;

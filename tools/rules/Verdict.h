@@ -34,5 +34,7 @@ enum class Verdict : std::uint8_t { Passed, Failed, CutOff };
 std::string_view nameOf(Verdict verdict);
 
 Verdict verdictOn(Record const& record, Strictness const& strictness);
+// The same where the broken rules are known.
+Verdict verdictOn(Record const& record, std::vector<BrokenRule> const& broken);
 
 }  // namespace zeqcam::tool

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "record/Record.h"
+#include "rules/Strictness.h"
+#include "rules/Verdict.h"
+
+#include <compare>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace zeqcam::tool {
+
+// What a figure is of. Runs are matched by it: no time and no id of a thread stands in it.
+struct Subject {
+    enum class Of : std::uint8_t {
+        Request,      // who: the client, empty where its name is unknown; what: "power on main tele"
+        Sensor,       // who: the sensor; what: "power on"
+        Service,      // who: "hal3a of tele"; what: "power on"
+        Expectation,  // who: the client; what: the step that something is expected of, "power on"
+        Rule,         // who: empty; what: its name. Of a run that breaks it
+    };
+
+    Of of = Of::Request;
+    std::string who;
+    std::string what;
+    int nth = 1;  // of its kind in the run, from 1
+
+    auto operator<=>(Subject const&) const = default;
+};
+
+// "camera app: power on tele (2)": the second of the run.
+std::string textOf(Subject const& subject);
+
+// What a run tells of one subject.
+struct Figure {
+    Subject subject;
+    OptionalNumber<std::int32_t> line;  // of its step in the scenario
+    double beganMs = 0;                 // since the begin of the run
+    std::optional<double> ms;           // that it took; none: it has not ended, or that is unknown
+    // A request: its expectation is unmet, or it has none and ended badly or not at all. A call: it was
+    // refused, or has not ended. A rule: it was broken, and not as a warning.
+    bool failed = false;
+};
+
+// What of a run is kept among many: its figures, and how it ended.
+struct RunFigures {
+    std::uint64_t run = 0;  // its seed, or which power cycle it was
+    Verdict verdict = Verdict::Passed;
+    std::string why;              // unless it passed, what it failed by, first of all
+    std::vector<Figure> figures;  // requests first, by their begin; then the others likewise
+};
+
+// `run`: what the figures are told by.
+RunFigures figuresOf(Record const& record, Strictness const& strictness, std::uint64_t run);
+
+}  // namespace zeqcam::tool
