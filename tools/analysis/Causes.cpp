@@ -77,7 +77,8 @@ std::vector<Cause> causesOf(Record const& record) {
         }
         if (found == nullptr) continue;
         found->done.insert(work->sensor);
-        causes.push_back({found->request, found->asked, found->thread, event.time, event.thread});
+        causes.push_back({found->request, found->asked, found->thread, event.time, event.thread,
+                          static_cast<std::uint32_t>(index), work->sensor, work->powersOn});
     }
     return causes;
 }

@@ -14,6 +14,9 @@ struct Cause {
     std::uint32_t asking = 0;   // this thread: index into Record::threads
     Instant began;              // the work, on
     std::uint32_t working = 0;  // this thread
+    std::uint32_t event = 0;    // that begins the work: index into Record::events
+    int sensor = 0;
+    bool powersOn = false;
 };
 
 // By the begin of the work. Where several requests ask for the same of a sensor, it is done for the one that
