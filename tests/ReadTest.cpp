@@ -215,10 +215,10 @@ TEST(Read, ShowsWhatTheSchedulerDidToThreadsOfOurs) {
     std::vector<Scheduling::State> states;
     for (Scheduling const& each : all[0].record.scheduling) states.push_back(each.state);
     using enum Scheduling::State;
-    EXPECT_THAT(states, ElementsAre(Running, Asleep, Runnable, Running));
+    EXPECT_THAT(states, ElementsAre(Running, Asleep, Runnable, Running, Unknown));
     std::ostringstream trace;
     writeTrace(all[0].record, {}, trace);
-    EXPECT_THAT(trace.str(), HasSubstr(R"("dur":1000.0,"name":"waits for a processor")"));
+    EXPECT_THAT(trace.str(), HasSubstr(R"("dur":1000.0,"name":"waiting for a processor")"));
     EXPECT_THAT(trace.str(), HasSubstr("camera on a processor"));
 }
 

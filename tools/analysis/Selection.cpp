@@ -80,6 +80,9 @@ Timeline timelineOf(Record const& record, Selection const& selection) {
         Row& row = timeline.rows[index];
         if (chosen.has(row)) kept.insert(index);
         if (!chosen.has(row)) row.sections.clear();
+        std::erase_if(row.processor, [&](ProcessorPart const& part) {
+            return !chosen.has(row) || part.begin > chosen.end() || part.end < chosen.begin();
+        });
         keepChosen(row.sections, chosen, row.client.has_value());
     }
     std::erase_if(timeline.marks, [&](Mark const& mark) {

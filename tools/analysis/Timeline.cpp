@@ -1,9 +1,9 @@
 #include "analysis/Timeline.h"
 
-#include "analysis/SensorNames.h"
+#include "analysis/SectionOpening.h"
+#include "analysis/ThreadRole.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <iterator>
 #include <map>
@@ -17,161 +17,6 @@ namespace zeqcam::tool {
 namespace {
 
 using board::Kind;
-
-// What a thread is, in the order in which the rows stand.
-struct Role {
-    enum class Is : std::uint8_t { Client, Worker, Queue, Other };
-    Is is = Is::Other;
-    std::int64_t order = 0;  // among those alike: the place in the record of the client, sensor, controller
-    std::string name;
-    std::optional<int> sensor{};  // of a worker
-
-    bool operator==(Role const&) const = default;
-};
-
-Role clientOf(Record const& record, Event const& event) {
-    std::size_t const order = event.request ? record.requests[*event.request].client : record.clients.size();
-    return {Role::Is::Client, static_cast<std::int64_t>(order), std::string(record.textOf(event.text))};
-}
-
-Role workerOf(Record const& record, int sensor) {
-    return {Role::Is::Worker, record.placeOfSensor(sensor), sensorTitle(record, sensor) + " worker", sensor};
-}
-
-Role otherRole(Record const& record, Record::Thread const& thread) {
-    if (!thread.id) return {Role::Is::Other, 0, "a thread"};
-    bool const isMain = record.process == *thread.id;
-    return {Role::Is::Other, 0, isMain ? "main" : "thread " + std::to_string(*thread.id)};
-}
-
-// What a thread shows itself to be by this event.
-std::optional<Role> roleShownBy(Record const& record, Event const& event) {
-    switch (event.kind) {
-        case Kind::Request:
-            return clientOf(record, event);
-        case Kind::TaskRun:
-            return Role{Role::Is::Queue, 0, std::string(record.textOf(event.text))};
-        case Kind::SensorPowerOn:
-            return event.sensor ? std::optional(workerOf(record, *event.sensor)) : std::nullopt;
-        case Kind::TraceBegin:
-            if (auto const label = sensorLabel(record, record.textOf(event.text)); label.powersOn)
-                return workerOf(record, *label.sensor);
-            return {};
-        default:
-            return {};
-    }
-}
-
-struct Opening {
-    SectionKind kind;
-    std::string label;
-    std::array<std::string, 2> briefs{};
-    std::optional<int> sensor{};
-};
-
-Opening requestOpening(Record const& record, Event const& event) {
-    std::string_view const name = record.textOf(event.detail);
-    RequestKind const kind = requestKindOf(name);
-    Opening opening{kind == RequestKind::Wait ? SectionKind::Wait : SectionKind::Request, std::string(name)};
-    auto const sensors = event.request ? record.requests[*event.request].sensors : std::nullopt;
-    if (!sensors || sensors->empty()) return opening;
-    std::string names;
-    std::string ids;
-    for (int const sensor : *sensors) {
-        names += ' ' + sensorWord(record, sensor);
-        ids += ' ' + std::to_string(sensor);
-    }
-    std::string const last(name.substr(name.rfind(' ') + 1));  // "on" of "power on"
-    opening.label += names;
-    opening.briefs = {last + names, last + ids};
-    return opening;
-}
-
-Opening callOpening(Record const& record, Event const& event, char const* change) {
-    std::string const sensor = event.sensor ? sensorTitle(record, *event.sensor) : "sensor ?";
-    return {SectionKind::SensorCall, sensor + ' ' + change, {change}, event.sensor};
-}
-
-Opening sectionOpening(Record const& record, Event const& event) {
-    auto const [label, sensor, powersOn] = sensorLabel(record, record.textOf(event.text));
-    Opening opening{SectionKind::Trace, label, {}, sensor};
-    if (sensor) opening.briefs = {sensorWord(record, *sensor), std::to_string(*sensor)};
-    return opening;
-}
-
-std::optional<Opening> openedBy(Record const& record, Event const& event) {
-    switch (event.kind) {
-        case Kind::Request:
-            return requestOpening(record, event);
-        case Kind::TraceBegin:
-            return sectionOpening(record, event);
-        case Kind::SensorPowerOn:
-            return callOpening(record, event, "on");
-        case Kind::SensorPowerOff:
-            return callOpening(record, event, "off");
-        default:
-            return {};
-    }
-}
-
-// The kind of event that began what this one ends.
-std::optional<Kind> beginOf(Kind end) {
-    switch (end) {
-        case Kind::Reply:
-            return Kind::Request;
-        case Kind::TraceEnd:
-            return Kind::TraceBegin;
-        case Kind::SensorPowerOnDone:
-            return Kind::SensorPowerOn;
-        case Kind::SensorPowerOffDone:
-            return Kind::SensorPowerOff;
-        default:
-            return {};
-    }
-}
-
-bool tellsFailure(Record const& record, Event const& end) {
-    bool const hasResult =
-        end.kind == Kind::SensorPowerOnDone || end.kind == Kind::SensorPowerOffDone ||
-        (end.kind == Kind::Reply && requestKindOf(record.textOf(end.detail)) == RequestKind::PowerOn);
-    return hasResult && end.number == std::int64_t{0};
-}
-
-template <std::size_t size>
-Level levelAt(std::array<Level, size> const& levels, std::int64_t number) {
-    return number >= 0 && number < std::ssize(levels) ? levels[static_cast<std::size_t>(number)]
-                                                      : Level::Info;
-}
-
-// Each log numbers its levels in its own way.
-std::optional<Level> levelOf(Event const& event) {
-    using enum Level;
-    constexpr std::array kDebugPrint{Debug, Error, Warning, Info};
-    constexpr std::array kUnified{Info, Error, Warning, Info, Info, Debug};
-    constexpr std::array kAndroid{Info, Info, Debug, Debug, Info, Warning, Error, Error};
-    std::int64_t const number = event.number.value_or(-1);
-    switch (event.kind) {
-        case Kind::DebugPrint:
-            return levelAt(kDebugPrint, number);
-        case Kind::UnifiedLog:
-            return levelAt(kUnified, number);
-        case Kind::AndroidLog:
-            return levelAt(kAndroid, number);
-        case Kind::ExceptionReport:
-            return Error;
-        case Kind::ProfileMark:
-            return Profile;
-        default:
-            return {};
-    }
-}
-
-std::string_view markText(Record const& record, Event const& event) {
-    std::string_view text = record.textOf(event.kind == Kind::ProfileMark ? event.text : event.shown);
-    while (text.ends_with('\n')) text.remove_suffix(1);
-    while (text.starts_with('\n')) text.remove_prefix(1);
-    return text;
-}
 
 // Reads a record's events from the first to the last.
 class Reader {
@@ -206,6 +51,7 @@ class Reader {
             }
         }
         sortRows();
+        addProcessorTimes(mRecord, mTimeline.rows);
         return std::move(mTimeline);
     }
 
@@ -413,22 +259,6 @@ Timeline timelineOf(Record const& record) {
     Reader reader(record);
     for (Event const& event : record.events) reader.read(event);
     return reader.finish();
-}
-
-std::string_view nameOf(Level level) {
-    switch (level) {
-        case Level::Error:
-            return "error";
-        case Level::Warning:
-            return "warning";
-        case Level::Info:
-            return "info";
-        case Level::Debug:
-            return "debug";
-        case Level::Profile:
-            return "profile";
-    }
-    return "?";
 }
 
 bool holdsFailure(Section const& section) {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "analysis/LogLevel.h"
+#include "analysis/ProcessorTime.h"
 #include "record/Record.h"
 
 #include <array>
@@ -40,12 +42,8 @@ struct Row {
     std::vector<Section> sections;
     OptionalNumber<std::uint32_t> client;  // whose thread it is: index into Record::clients
     std::optional<int> sensor;             // whose workers they are
+    std::vector<ProcessorPart> processor;  // by begin; empty where that is not known
 };
-
-enum class Level : std::uint8_t { Error, Warning, Info, Debug, Profile };
-
-// The word for it: "error".
-std::string_view nameOf(Level level);
 
 // A log line or a mark of a power-on profile.
 struct Mark {

@@ -122,6 +122,7 @@ void ProcessRecords::take(Item const& item, SectionEnd const&) {
     keep(item, known->second.process, sighting);
     open.pop_back();
     if (open.empty()) {
+        keepState(item, item.thread, Scheduling::State::Unknown);
         file.threads.erase(known);
         file.started.erase(item.thread);
     }
@@ -148,6 +149,7 @@ void ProcessRecords::take(Item const& item, LogLine const& line) {
 // Of a thread that is in a section of ours, or that one such has started.
 void ProcessRecords::keepState(Item const& item, std::int32_t thread, Scheduling::State state) {
     FileState& file = fileOf(item);
+    if (!file.hasSwitches) return;
     std::optional<std::int32_t> process;
     if (auto const open = file.threads.find(thread); open != file.threads.end())
         process = open->second.process;
@@ -161,6 +163,7 @@ void ProcessRecords::keepState(Item const& item, std::int32_t thread, Scheduling
 }
 
 void ProcessRecords::take(Item const& item, Switch const& change) {
+    fileOf(item).hasSwitches = true;
     keepState(item, item.thread, change.left);
     if (change.left == Scheduling::State::Ended) fileOf(item).started.erase(item.thread);
     keepState(item, change.next, Scheduling::State::Running);
@@ -210,6 +213,9 @@ void ProcessRecords::take(Item const& item, Boot const&) {
 // The ends of what is open now may be among what is lost.
 void ProcessRecords::take(Item const& item, Lost const& lost) {
     FileState& file = fileOf(item);
+    for (auto const& [thread, open] : file.threads) {
+        if (item.clock == file.clock) keepState(item, thread, Scheduling::State::Unknown);
+    }
     file.threads.clear();
     if (file.losses.size() >= kMostLosses) {
         ++file.lossesNotKept;

@@ -76,6 +76,7 @@ class ProcessRecords final : public ItemSink {
         std::optional<std::chrono::nanoseconds> lastWall;
         bool hasLines = false;
         bool hasSections = false;
+        bool hasSwitches = false;
         std::int64_t unit = 0;  // of its times, as far as they tell: 0 while there is none
         std::map<std::int32_t, std::string> names;       // of threads
         std::map<std::int32_t, std::int32_t> processes;  // of threads, where a table tells

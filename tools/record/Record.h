@@ -160,7 +160,7 @@ struct CallerFault {
 
 // What a thread did for the processor from a time on, until its next one.
 struct Scheduling {
-    enum class State : std::uint8_t { Running, Runnable, Asleep, Ended };
+    enum class State : std::uint8_t { Running, Runnable, Asleep, Ended, Unknown };
 
     Instant time;
     std::uint32_t thread = 0;  // index into Record::threads

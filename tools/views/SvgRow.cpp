@@ -6,6 +6,7 @@
 #include "text/TimeText.h"
 
 #include <algorithm>
+#include <chrono>
 #include <map>
 #include <span>
 #include <string>
@@ -62,6 +63,7 @@ class RowDrawing {
                 i = end;
             }
         }
+        addProcessor(mSheet.timeline().rows[index].processor, mY + heightOf(lanes) + kProcessorBand);
         std::map<Level, double> last;  // mark of a level
         for (Mark const& mark : mSheet.timeline().marks) {
             if (mark.row != index) continue;
@@ -99,6 +101,17 @@ class RowDrawing {
         return lanes.back().top + lanes.back().height + 5;
     }
 
+    // `floor`: the lower end of the band.
+    void addProcessor(std::vector<ProcessorPart> const& parts, double floor) {
+        for (std::size_t i = 0; i < parts.size();) {
+            std::size_t const end = mSheet.gatheredEnd(parts.size(), i, [&](std::size_t each) {
+                return Sheet::Extent{mSheet.xOf(parts[each].begin), mSheet.xOf(parts[each].end)};
+            });
+            addProcessorParts({parts.data() + i, end - i}, floor);
+            i = end;
+        }
+    }
+
   private:
     [[nodiscard]] double extentOf(Section const& section) const {
         return std::max(mSheet.xOf(section.end) - mSheet.xOf(section.begin), kSliver);
@@ -120,6 +133,25 @@ class RowDrawing {
         mSheet.shapes.rect(x, top, width, height, classed(look));
         if (height > kThinLane && x + width + widthOf(count, kCharacter) + 10 <= next)
             mSheet.shapes.text(x + width + 4, top + 13, R"(class="label muted")", count);
+        mSheet.shapes << "</g>\n";
+    }
+
+    // As that which takes most of their time.
+    void addProcessorParts(std::span<ProcessorPart const> parts, double floor) {
+        std::map<Scheduling::State, std::chrono::nanoseconds> times;
+        for (ProcessorPart const& part : parts) times[part.state] += part.end - part.begin;
+        auto const most =
+            std::max_element(times.begin(), times.end(),
+                             [](auto const& one, auto const& other) { return one.second < other.second; });
+        auto const [look, height] = processorLookOf(most->first);
+        mSheet.looks.emplace(look);
+        mSheet.shapes << "<g><title>";
+        for (auto const& [state, time] : times)
+            mSheet.shapes << nameOf(state) << ' ' << timeText(time) << '\n';
+        mSheet.shapes << "from " << timeText(parts.front().begin - mSheet.timeline().zero) << "</title>";
+        double const x = mSheet.xOf(parts.front().begin);
+        double const width = std::max(mSheet.xOf(parts.back().end) - x, 0.5);
+        mSheet.shapes.rect(x, floor - height, width, height, classed(look));
         mSheet.shapes << "</g>\n";
     }
 
@@ -187,7 +219,8 @@ class RowDrawing {
 
 double heightOf(Sheet& sheet, Row const& row) {
     RowDrawing const drawing(sheet, 0);
-    return RowDrawing::heightOf(drawing.lanesOf(row));
+    double const band = row.processor.empty() ? 0 : kProcessorBand + 4;
+    return RowDrawing::heightOf(drawing.lanesOf(row)) + band;
 }
 
 void addRow(Sheet& sheet, std::size_t index, double y) {

@@ -20,9 +20,26 @@ constexpr double kCharacter = 6.65;  // of a label's font: one width for all, wh
 constexpr double kNameCharacter = 7.4;
 constexpr double kMarkStrip = 9;  // above a row's bars
 constexpr double kSliver = 1.5;
+constexpr double kProcessorBand = 6;  // below a row's bars
 
 // Text whose every character takes as much as the widest, for fonts that are not known.
 double widthOf(std::string_view text, double character);
+
+// How what a thread did for the processor looks. Each has a height of its own, so that it needs no colour.
+struct ProcessorLook {
+    std::string_view look;
+    double height;
+};
+constexpr ProcessorLook processorLookOf(Scheduling::State state) {
+    switch (state) {
+        case Scheduling::State::Running:
+            return {"running", kProcessorBand};
+        case Scheduling::State::Runnable:
+            return {"runnable", kProcessorBand / 2};
+        default:
+            return {"asleep", 1};
+    }
+}
 
 // The attributes of a shape that looks so.
 std::string classed(std::string_view look);

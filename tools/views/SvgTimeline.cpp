@@ -51,20 +51,31 @@ constexpr std::string_view kPatterns = R"svg(<defs>
 </defs>
 )svg";
 
-constexpr std::array<std::pair<std::string_view, std::string_view>, 12> kLegend{{
-    {"request", "request"},
-    {"wait", "wait"},
-    {"trace", "trace section"},
-    {"call", "sensor power call"},
-    {"powering", "powering"},
-    {"on", "on"},
-    {"failed", "failed"},
-    {"conflict", "counted on, but not on"},
-    {"gathered", "several, too short to draw"},
-    {"open", "not ended"},
-    {"error", "error logged"},
-    {"warning", "warning logged"},
-}};
+constexpr double kSwatch = 13;
+
+struct LegendEntry {
+    std::string_view look;
+    std::string_view name;
+    double height = kSwatch;
+};
+constexpr std::array kLegend{
+    LegendEntry{"request", "request"},
+    LegendEntry{"wait", "wait"},
+    LegendEntry{"trace", "trace section"},
+    LegendEntry{"call", "sensor power call"},
+    LegendEntry{"powering", "powering"},
+    LegendEntry{"on", "on"},
+    LegendEntry{"failed", "failed"},
+    LegendEntry{"conflict", "counted on, but not on"},
+    LegendEntry{"gathered", "several, too short to draw"},
+    LegendEntry{"open", "not ended"},
+    LegendEntry{"running", "running", svg::processorLookOf(Scheduling::State::Running).height},
+    LegendEntry{"runnable", "waiting for a processor",
+                svg::processorLookOf(Scheduling::State::Runnable).height},
+    LegendEntry{"asleep", "asleep", svg::processorLookOf(Scheduling::State::Asleep).height},
+    LegendEntry{"error", "error logged"},
+    LegendEntry{"warning", "warning logged"},
+};
 
 // No picture is larger unless it is asked for in full.
 constexpr double kMostHeight = 4000;
@@ -279,13 +290,13 @@ class Picture {
 
     // Names what stands in this picture.
     void addLegend() {
-        constexpr double kSwatch = 24;
+        constexpr double kSwatchWidth = 24;
         mY += 12;
         double x = kMargin + 8;
-        for (auto const& [look, name] : kLegend) {
+        for (auto const& [look, name, height] : kLegend) {
             if (!mSheet.looks.contains(look)) continue;
             bool const isLevel = look == "error" || look == "warning";
-            double const width = isLevel ? 8 : kSwatch;
+            double const width = isLevel ? 8 : kSwatchWidth;
             if (x + width + 7 + widthOf(name, kNameCharacter) > kRight) {
                 x = kMargin + 8;
                 mY += 20;
@@ -293,7 +304,7 @@ class Picture {
             if (isLevel) {
                 mSheet.shapes.pointer(x + 4, mY + 3, look);
             } else {
-                mSheet.shapes.rect(x, mY, width, 13,
+                mSheet.shapes.rect(x, mY + kSwatch - height, width, height,
                                    look == "open" ? classed("request open") : classed(look));
             }
             if (look == "failed" || look == "conflict") mSheet.shapes.sign(x + 2, mY + 6.5);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cmath>
+#include <map>
 
 namespace zeqcam::tool::terminal {
 namespace {
@@ -52,6 +53,26 @@ void Levels::leaveOut(Section const& section, std::size_t depth) {
     mLeftOut += countOf(section);
     std::vector<Bar>& bars = mBars[depth > 0 ? depth - 1 : 0];
     if (holdsFailure(section)) bars.back().failed = true;
+}
+
+std::vector<std::optional<Scheduling::State>> statesOf(std::vector<ProcessorPart> const& parts,
+                                                       Scale const& scale) {
+    using std::chrono::nanoseconds;
+    std::vector<std::map<Scheduling::State, nanoseconds>> times(static_cast<std::size_t>(scale.cells()));
+    for (ProcessorPart const& part : parts) {
+        int const first = scale.cellOf(part.begin);
+        int const count = std::max(scale.cellOf(part.end) - first, 1);
+        for (int cell = first; cell < first + count; ++cell)
+            times[static_cast<std::size_t>(cell)][part.state] += (part.end - part.begin) / count;
+    }
+    std::vector<std::optional<Scheduling::State>> states;
+    for (auto const& cell : times) {
+        auto const most = std::max_element(cell.begin(), cell.end(), [](auto const& one, auto const& other) {
+            return one.second < other.second;
+        });
+        states.push_back(most == cell.end() ? std::nullopt : std::optional(most->first));
+    }
+    return states;
 }
 
 }  // namespace zeqcam::tool::terminal

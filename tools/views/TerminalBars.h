@@ -3,6 +3,7 @@
 #include "analysis/Timeline.h"
 
 #include <cstddef>
+#include <optional>
 #include <vector>
 
 namespace zeqcam::tool::terminal {
@@ -60,5 +61,9 @@ class Levels {
     int mLeftOut = 0;
     std::vector<std::vector<Bar>> mBars;
 };
+
+// What takes most of the time of each cell that the parts reach; none: nothing is known of it.
+std::vector<std::optional<Scheduling::State>> statesOf(std::vector<ProcessorPart> const& parts,
+                                                       Scale const& scale);
 
 }  // namespace zeqcam::tool::terminal

@@ -15,6 +15,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <initializer_list>
 #include <limits>
 #include <set>
 #include <string>
@@ -34,16 +35,18 @@ using terminal::Scale;
 struct Alphabet {
     std::string_view left, fill, right, open, tick, axis, axisTick, caption, ellipsis;
     std::string_view off, powering, on, conflict;
+    std::string_view running, runnable, asleep;
 };
 
-constexpr Alphabet kAscii{"[", "-", "]", ">", "|", "-", "+", ",", "~", ".", "/", "=", "x"};
-constexpr Alphabet kUtf8{"├", "─", "┤", "▶", "│", "─", "┬", "┌", "…", "·", "╱", "═", "×"};
+constexpr Alphabet kAscii{"[", "-", "]", ">", "|", "-", "+", ",", "~", ".", "/", "=", "x", "#", ":", "_"};
+constexpr Alphabet kUtf8{"├", "─", "┤", "▶", "│", "─", "┬", "┌", "…", "·", "╱", "═", "×", "▀", "░", "┄"};
 constexpr std::string_view kFailed = "!";
 
 // How text stands out where there are colours; plain else.
 constexpr std::string_view kName = "\033[1m";
 constexpr std::string_view kDim = "\033[2m";
 constexpr std::string_view kFailure = "\033[1;31m";
+constexpr std::string_view kWaits = "\033[33m";
 
 std::string_view colourOf(SectionKind kind) {
     switch (kind) {
@@ -80,7 +83,8 @@ class Picture {
         for (std::size_t const lane : shown.lanes) addLane(mLanes[lane]);
         addPowered();
         if (mLines > kLinesForASecondAxis) addAxis(false);
-        addLaneLegend();
+        if (!mLanes.empty()) addLegendOfLanes();
+        addLegendOfProcessor();
         addLeftOut(shown.leftOut);
         return std::move(mText);
     }
@@ -149,9 +153,10 @@ class Picture {
         add(above ? ruler : labels);
     }
 
-    // A line above them may name short ones.
+    // A line above them may name short ones, and one below them tell of the processor.
     [[nodiscard]] double linesOf(Row const& row) const {
-        return static_cast<double>(Levels(row.sections, mScale, mostLevels()).bars().size() + 1);
+        std::size_t const around = row.processor.empty() ? 1 : 2;
+        return static_cast<double>(Levels(row.sections, mScale, mostLevels()).bars().size() + around);
     }
 
     void addRow(Row const& row) {
@@ -169,6 +174,31 @@ class Picture {
             if (&bars == levels.bars().data()) addCaptions(std::move(unnamed));
             add(line);
         }
+        if (!row.processor.empty()) addProcessor(row.processor);
+    }
+
+    [[nodiscard]] std::string_view glyphOf(Scheduling::State state) const {
+        switch (state) {
+            case Scheduling::State::Running:
+                return mAlphabet.running;
+            case Scheduling::State::Runnable:
+                return mAlphabet.runnable;
+            default:
+                return mAlphabet.asleep;
+        }
+    }
+
+    void addProcessor(std::vector<ProcessorPart> const& parts) {
+        Line line(mColumns);
+        int column = mNames;
+        for (auto const state : terminal::statesOf(parts, mScale)) {
+            if (state) {
+                mLooks.insert(glyphOf(*state));
+                line.put(column, glyphOf(*state), *state == Scheduling::State::Runnable ? kWaits : kDim);
+            }
+            ++column;
+        }
+        add(line);
     }
 
     void draw(Line& line, Bar const& bar) const {
@@ -269,17 +299,28 @@ class Picture {
         add(line);
     }
 
-    void addLaneLegend() {
-        if (mLanes.empty()) return;
+    void addLegendOfLanes() {
+        addLegend({{mAlphabet.off, "off"},
+                   {mAlphabet.powering, "powering"},
+                   {mAlphabet.on, "on"},
+                   {kFailed, "failed"},
+                   {mAlphabet.conflict, "counted on, but not on"}});
+    }
+
+    void addLegendOfProcessor() {
+        using State = Scheduling::State;
+        addLegend({{mAlphabet.running, nameOf(State::Running)},
+                   {mAlphabet.runnable, nameOf(State::Runnable)},
+                   {mAlphabet.asleep, nameOf(State::Asleep)}});
+    }
+
+    // Names those that stand in this picture.
+    void addLegend(std::initializer_list<std::pair<std::string_view, std::string_view>> looks) {
         Line line(mColumns);
         int column = mNames;
-        for (auto const& [glyph, meaning] : {std::pair{mAlphabet.off, "off"},
-                                             {mAlphabet.powering, "powering"},
-                                             {mAlphabet.on, "on"},
-                                             {kFailed, "failed"},
-                                             {mAlphabet.conflict, "counted on, but not on"}}) {
+        for (auto const& [glyph, meaning] : looks) {
             if (!mLooks.contains(glyph)) continue;
-            std::string const text = std::string(glyph) + ' ' + meaning;
+            std::string const text = std::string(glyph) + ' ' + std::string(meaning);
             if (column + columnsOf(text) > mColumns) break;
             line.put(column, text, kDim);
             column += columnsOf(text) + 2;
@@ -323,7 +364,7 @@ class Picture {
     double const mMostLines;
     int mLines = 0;
     int mLeftOut = 0;
-    std::set<std::string_view> mLooks;  // of the sensors' lanes
+    std::set<std::string_view> mLooks;  // of the sensors' lanes, and of the processor
     std::string mText;
 };
 

@@ -58,7 +58,7 @@ class Events {
         for (Mark const& mark : mTimeline.marks) add(mark);
         for (PoweredCount const& count : mTimeline.powered) add(count);
         for (SensorLane const& lane : sensorLanesOf(record, presentation.selection)) add(lane);
-        addScheduling();
+        for (std::uint32_t row = 0; row < mTimeline.rows.size(); ++row) addProcessorTimes(row);
     }
 
   private:
@@ -149,44 +149,19 @@ class Events {
     }
 
     // What each thread did for the processor, on a track beside its own, where the source knows it.
-    void addScheduling() {
-        std::map<std::uint32_t, Scheduling const*> last;
-        auto const end = [&](Scheduling const& was, Instant time) {
-            auto const rows = mRows.find(was.thread);
-            if (rows == mRows.end() || was.state == Scheduling::State::Ended) return;
-            int const thread = kProcessorTracks + threadOf(*rows->second.begin(), was.thread);
-            json slice = event("X", stateText(was.state), was.time, thread);
-            slice["dur"] = std::chrono::duration<double, std::micro>(time - was.time).count();
+    void addProcessorTimes(std::uint32_t row) {
+        std::set<std::uint32_t> named;
+        for (ProcessorPart const& part : mTimeline.rows[row].processor) {
+            int const track = kProcessorTracks + threadOf(row, part.thread);
+            if (named.insert(part.thread).second) {
+                writeMetadata("thread_name", track, {{"name", mTimeline.rows[row].name + " on a processor"}});
+                writeMetadata("thread_sort_index", track, {{"sort_index", track - mProcess}});
+            }
+            json slice = event("X", nameOf(part.state), part.begin, track);
+            slice["dur"] = std::chrono::duration<double, std::micro>(part.end - part.begin).count();
             slice["cat"] = "sched";
             write(slice);
-        };
-        for (Scheduling const& each : mRecord.scheduling) {
-            auto const [before, isFirst] = last.emplace(each.thread, &each);
-            if (isFirst && mRows.contains(each.thread)) nameProcessorTrack(each.thread);
-            if (!isFirst) end(*before->second, each.time);
-            before->second = &each;
         }
-    }
-
-    void nameProcessorTrack(std::uint32_t thread) {
-        std::uint32_t const row = *mRows.at(thread).begin();
-        int const id = kProcessorTracks + threadOf(row, thread);
-        writeMetadata("thread_name", id, {{"name", mTimeline.rows[row].name + " on a processor"}});
-        writeMetadata("thread_sort_index", id, {{"sort_index", id - mProcess}});
-    }
-
-    static char const* stateText(Scheduling::State state) {
-        switch (state) {
-            case Scheduling::State::Running:
-                return "running";
-            case Scheduling::State::Runnable:
-                return "waits for a processor";
-            case Scheduling::State::Asleep:
-                return "asleep";
-            case Scheduling::State::Ended:
-                break;
-        }
-        return "ended";
     }
 
     // The row in which a thread is in a section at that time.
