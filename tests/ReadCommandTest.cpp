@@ -1,9 +1,11 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -138,6 +140,70 @@ TEST_F(ReadCommand, FollowsTheStandardInput) {
     EXPECT_EQ(output.status, 0);
     EXPECT_THAT(output.text, testing::StartsWith("thread 903: power on 0 3: true, 53.0 ms\n"));
     EXPECT_THAT(output.text, AllOf(HasSubstr("process 812 of standard input"), HasSubstr("\nwall clock")));
+}
+
+// The tool, following what is written to it while it goes on.
+class Following {
+  public:
+    Following() {
+        std::array<int, 2> input{};
+        std::array<int, 2> output{};
+        EXPECT_EQ(pipe2(input.data(), O_CLOEXEC), 0);
+        EXPECT_EQ(pipe2(output.data(), O_CLOEXEC), 0);
+        mProcess = fork();
+        if (mProcess == 0) {
+            dup2(input[0], STDIN_FILENO);
+            dup2(output[1], STDOUT_FILENO);
+            execl(ZEQCAM_POWER_PATH, "zeqcam-power", "read", "--follow", "-", nullptr);
+            _exit(127);
+        }
+        close(input[0]);
+        close(output[1]);
+        mInput = input[1];
+        mOutput = fdopen(output[0], "r");
+    }
+    ~Following() {
+        close(mInput);
+        std::fclose(mOutput);
+    }
+    Following(Following const&) = delete;
+    Following& operator=(Following const&) = delete;
+
+    void write(std::string const& text) const {
+        EXPECT_EQ(::write(mInput, text.data(), text.size()), static_cast<ssize_t>(text.size()));
+    }
+    // Waits for it.
+    [[nodiscard]] std::string line() const {
+        std::array<char, 4096> text{};
+        return std::fgets(text.data(), text.size(), mOutput) == nullptr ? "" : text.data();
+    }
+    // What it tells after a signal, while its input stays open.
+    Output endBy(int signal) const {
+        kill(mProcess, signal);
+        Output output;
+        for (std::string next = line(); !next.empty(); next = line()) output.text += next;
+        int status = 0;
+        waitpid(mProcess, &status, 0);
+        if (WIFEXITED(status)) output.status = WEXITSTATUS(status);
+        return output;
+    }
+
+  private:
+    pid_t mProcess = -1;
+    int mInput = -1;
+    std::FILE* mOutput = nullptr;
+};
+
+TEST_F(ReadCommand, TellsAllThatItHasFollowedWhenItIsEnded) {
+    for (int const signal : {SIGINT, SIGTERM}) {
+        Following const tool;
+        tool.write(logOf(812));
+        EXPECT_EQ(tool.line(), "thread 903: power on 0 3: true, 53.0 ms\n");
+        Output const output = tool.endBy(signal);
+        EXPECT_EQ(output.status, 0) << output.text;
+        EXPECT_THAT(output.text,
+                    AllOf(HasSubstr("process 812 of standard input"), HasSubstr("sensor 3 did not")));
+    }
 }
 
 TEST_F(ReadCommand, SaysWhatWasFoundInsteadAndLosesNothing) {

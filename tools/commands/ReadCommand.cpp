@@ -5,6 +5,7 @@
 #include "evidence/Reading.h"
 #include "replay/ScenarioWriter.h"
 #include "rules/Verdict.h"
+#include "run/Watch.h"
 #include "text/Printable.h"
 #include "text/TimeText.h"
 #include "views/RequestText.h"
@@ -17,6 +18,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <filesystem>
@@ -51,7 +53,8 @@ void addOptions(CLI::App& app, Options& options) {
                    "standard input.")
         ->required();
     app.add_option("--pid", options.process, "Tell of this process only.")->type_name("N");
-    app.add_flag("--follow", options.follow, "Tell each request as it ends; of one file.");
+    app.add_flag("--follow", options.follow,
+                 "Tell each request as it ends; of one file. Ctrl-C ends it as the file's end does.");
     app.add_option("--scenario", options.scenario, "Write a scenario that plays it again.")
         ->type_name("FILE");
     options.outputs.addOptions(app);
@@ -90,6 +93,29 @@ class Progress {
     std::chrono::steady_clock::time_point mNext;
 };
 
+// A file that goes on until it ends, or until the user ends that: then what was read is all that there is.
+class FollowedSource final : public ByteSource {
+  public:
+    // The file stays open meanwhile.
+    explicit FollowedSource(int file) : mFile(file), mSource(file) {}
+
+    std::size_t read(char* into, std::size_t most) override {
+        mIsEnded = mIsEnded || !mWatch.waitForInput(mFile);
+        return mIsEnded ? 0 : mSource.read(into, most);
+    }
+
+  private:
+    int mFile;
+    DescriptorSource mSource;
+    Watch mWatch;
+    bool mIsEnded = false;
+};
+
+std::unique_ptr<ByteSource> sourceOf(int file, bool isFollowed) {
+    if (isFollowed) return std::make_unique<FollowedSource>(file);
+    return std::make_unique<DescriptorSource>(file);
+}
+
 // "thread 812: power on 0 2: true, 51.2 ms".
 void tellRequest(std::string_view client, Request const& request) {
     std::string text = printable(client) + ": " + std::string(nameOf(request.kind));
@@ -111,9 +137,9 @@ Evidence read(std::vector<std::string> const& paths, ProcessRecords& records, bo
         std::string const& path = paths[index];
         Descriptor const file(path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC));
         if (file.get() < 0) throw CannotOpen(path + ": cannot be opened: " + std::strerror(errno));
-        DescriptorSource source(file.get());
+        auto const source = sourceOf(file.get(), isFollowed);
         Progress progress(path);
-        ReadResult const result = readEvidence(source, static_cast<std::uint16_t>(index),
+        ReadResult const result = readEvidence(*source, static_cast<std::uint16_t>(index),
                                                ProcessRecords::wanted(), records, [&](std::uint64_t bytes) {
                                                    if (!isFollowed) progress.show(bytes);
                                                });

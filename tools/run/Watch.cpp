@@ -80,7 +80,19 @@ End Watch::wait(Limit limit) {
 End Watch::waitForEnd(Limit limit) const {
     std::array<pollfd, 2> sources{{{mDone.get(), POLLIN, 0}, {mSignals.get(), POLLIN, 0}}};
     if (!waitForAny(sources, limit)) return End::TimedOut;
-    if (sources[0].revents != 0) return End::AllDone;
+    return sources[0].revents != 0 ? End::AllDone : takeSignal();
+}
+
+bool Watch::waitForInput(int file) {
+    std::array<pollfd, 2> sources{{{file, POLLIN, 0}, {mSignals.get(), POLLIN, 0}}};
+    waitForAny(sources, {});
+    if (sources[1].revents == 0) return true;
+    static_cast<void>(takeSignal());
+    letSignalsThrough();
+    return false;
+}
+
+End Watch::takeSignal() const {
     signalfd_siginfo signal{};
     check(static_cast<int>(read(mSignals.get(), &signal, sizeof signal)), "signalfd");
     switch (signal.ssi_signo) {

@@ -11,7 +11,7 @@ namespace zeqcam::tool {
 
 enum class End : std::uint8_t { AllDone, TimedOut, HungUp, Interrupted, Quit, Terminated };
 
-// Waits for whatever ends a run. Made before the run starts a thread: from then on SIGHUP, SIGINT,
+// Waits for whatever ends a run, or what is followed. Made before the run starts a thread: from then on SIGHUP, SIGINT,
 // SIGQUIT and SIGTERM are kept from every thread, and end the wait instead of the process; one that was
 // ignored, as nohup does, stays so. Throws std::system_error.
 class Watch {
@@ -32,8 +32,13 @@ class Watch {
     // Once. After it a second Ctrl-C ends the process at once.
     End wait(Limit limit);
 
+    // Waits until the file has something to be read, its end included. False: a signal came instead, after
+    // which the next one ends the process.
+    bool waitForInput(int file);
+
   private:
     [[nodiscard]] End waitForEnd(Limit limit) const;
+    [[nodiscard]] End takeSignal() const;
     void letSignalsThrough() const;
 
     sigset_t mOuterMask{};
