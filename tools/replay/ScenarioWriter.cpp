@@ -1,6 +1,7 @@
 #include "replay/ScenarioWriter.h"
 
 #include "replay/Measured.h"
+#include "replay/ScenarioPlan.h"
 #include "replay/ScenarioText.h"
 #include "replay/Sharing.h"
 #include "text/Printable.h"
@@ -36,73 +37,57 @@ std::string uniqueName(std::string name, std::set<std::string>& taken) {
     return unique;
 }
 
-// A client of the scenario: a thread until it destroys its controller.
-struct Part {
-    std::string name;
-    std::uint32_t controller = 0;
-    std::vector<std::string> steps;
-    Instant free;  // from when it can go on
-    bool isOver = false;
-};
-
-struct ControllerPart {
-    std::set<int> sensors;
-    std::set<int> notDriven;
-    std::set<int> on;
-};
-
-class Writer {
+// Goes through a record from the first request to the last.
+class Planner {
   public:
-    Writer(Record const& record, std::vector<std::string> const& notes)
+    explicit Planner(Record const& record)
         : mRecord(record),
-          mNotes(notes),
           mRequests(measureRequests(record)),
-          mSensors(measure(record)),
-          mControllerOf(controllersOf(record, mRequests)) {}
+          mControllerOf(controllersOf(record, mRequests)) {
+        mPlan.sensors = measure(record);
+    }
 
-    std::string text() {
+    ScenarioPlan plan() {
         for (std::size_t client = 0; client < mRecord.clients.size(); ++client) addPart(client);
         std::vector<std::size_t> order(mRecord.requests.size());
         std::iota(order.begin(), order.end(), std::size_t{0});
         for (std::size_t const request : order) add(request);
         for (std::size_t client = 0; client < mRecord.clients.size(); ++client) letGo(client);
-        if (mSensors.empty()) mSensors[0];
-        return head() + board() + sensors() + controllers() + clients();
+        if (mPlan.sensors.empty()) mPlan.sensors[0];
+        return std::move(mPlan);
     }
 
   private:
-    // ---- Steps ----
-
     void addPart(std::size_t client) {
         std::string const name(mRecord.textOf(mRecord.clients[client].name));
-        mParts.push_back({uniqueName(name.empty() ? "client" : printable(name), mNames),
-                          controllerOf(client),
-                          {},
-                          mRecord.begin,
-                          false});
-        mPartOf[client] = mParts.size() - 1;
+        mPlan.clients.push_back({uniqueName(name.empty() ? "client" : printable(name), mNames),
+                                 controllerOf(client),
+                                 {},
+                                 mRecord.begin,
+                                 false});
+        mPartOf[client] = mPlan.clients.size() - 1;
     }
 
     std::uint32_t controllerOf(std::size_t client) {
         std::uint32_t const number = mControllerOf[client];
-        if (mControllers.size() <= number) mControllers.resize(number + 1);
+        if (mPlan.controllers.size() <= number) mPlan.controllers.resize(number + 1);
         return number;
     }
 
-    Part& partOf(Request const& request) {
-        Part* part = &mParts[mPartOf[request.client]];
+    ClientPlan& partOf(Request const& request) {
+        ClientPlan* part = &mPlan.clients[mPartOf[request.client]];
         bool const needsController =
             request.kind != RequestKind::Wait && request.kind != RequestKind::Powered;
         if (!part->isOver || !needsController) return *part;
         // The thread goes on with another controller.
         Instant const free = part->free;
-        mControllerOf[request.client] = static_cast<std::uint32_t>(mControllers.size());
+        mControllerOf[request.client] = static_cast<std::uint32_t>(mPlan.controllers.size());
         addPart(request.client);
-        mParts.back().free = mRecord.begin;
+        mPlan.clients.back().free = mRecord.begin;
         if (std::string sleep = sleepStep(free - mRecord.begin); !sleep.empty())
-            mParts.back().steps.push_back(std::move(sleep));
-        mParts.back().free = free;
-        return mParts.back();
+            mPlan.clients.back().steps.push_back(std::move(sleep));
+        mPlan.clients.back().free = free;
+        return mPlan.clients.back();
     }
 
     static std::string sleepStep(nanoseconds time) {
@@ -116,10 +101,10 @@ class Writer {
     void add(std::size_t index) {
         Request const& request = mRecord.requests[index];
         if (request.kind == RequestKind::Sleep || request.kind == RequestKind::Other) return;
-        Part& part = partOf(request);
+        ClientPlan& part = partOf(request);
         if (std::string sleep = sleepStep(request.began - part.free); !sleep.empty())
             part.steps.push_back(std::move(sleep));
-        ControllerPart& controller = mControllers[part.controller];
+        ControllerPlan& controller = mPlan.controllers[part.controller];
         auto const& measured = mRequests[index];
         controller.notDriven.insert(measured.notDriven.begin(), measured.notDriven.end());
         switch (request.kind) {
@@ -145,14 +130,15 @@ class Writer {
     }
 
     // The board is changed before the step and back after it.
-    static void addStep(Part& part, std::string step, std::string const& before, std::string const& after) {
+    static void addStep(ClientPlan& part, std::string step, std::string const& before,
+                        std::string const& after) {
         if (!before.empty()) part.steps.push_back(" change_board = { " + before + " } ");
         part.steps.push_back(std::move(step));
         if (!after.empty()) part.steps.push_back(" change_board = { " + after + " } ");
     }
 
-    void powerOn(Request const& request, MeasuredRequest const& measured, Part& part,
-                 ControllerPart& controller) {
+    void powerOn(Request const& request, MeasuredRequest const& measured, ClientPlan& part,
+                 ControllerPlan& controller) {
         std::string comment;
         std::vector<int> sensors = request.sensors.value_or(std::vector<int>());
         if (!request.sensors) {
@@ -169,12 +155,12 @@ class Writer {
                 measured.powered.contains(sensor) || !mRecord.shows.contains(board::Kind::TraceBegin);
             if (hadWork && !measured.hadNoSensorList && !measured.withoutHandle.contains(sensor)) {
                 int const time = ++mPowerOns[sensor];
-                if (measured.failed.contains(sensor)) mFailures[sensor].push_back(time);
+                if (measured.failed.contains(sensor)) mPlan.failures[sensor].push_back(time);
             }
             controller.on.insert(sensor);
             controller.sensors.insert(sensor);
         }
-        for (int const sensor : sensors) mSensors[sensor];
+        for (int const sensor : sensors) mPlan.sensors[sensor];
         changeSensors(part, measured.withoutHandle, "handle = false");
         changeSensors(part, measured.hanging, "power_on_hangs = true");
         std::string step = " power_on = " + idsText(sensors);
@@ -188,20 +174,20 @@ class Writer {
         changeSensors(part, measured.withoutHandle, "handle = true");
     }
 
-    static void changeSensors(Part& part, std::set<int> const& sensors, std::string const& change) {
+    static void changeSensors(ClientPlan& part, std::set<int> const& sensors, std::string const& change) {
         for (int const sensor : sensors)
             part.steps.push_back(fmt::format(" change = {{ {} = {{ {} }} }} ", sensor, change));
     }
 
     // Whatever they are, they took as long as their request.
     int unknownSensor(Request const& request) {
-        int const sensor = mSensors.empty() ? 0 : mSensors.begin()->first;
+        int const sensor = mPlan.sensors.empty() ? 0 : mPlan.sensors.begin()->first;
         if (request.ended && request.kind == RequestKind::PowerOn)
-            mSensors[sensor].on.add(*request.ended - request.began);
+            mPlan.sensors[sensor].on.add(*request.ended - request.began);
         return sensor;
     }
 
-    void powerOff(std::size_t index, Part& part, ControllerPart& controller) {
+    void powerOff(std::size_t index, ClientPlan& part, ControllerPlan& controller) {
         Request const& request = mRecord.requests[index];
         MeasuredRequest const& measured = mRequests[index];
         std::string comment;
@@ -210,17 +196,17 @@ class Writer {
             std::set<int> const guessed =
                 measured.powered.empty() ? offBy(index, controller) : measured.powered;
             sensors.assign(guessed.begin(), guessed.end());
-            if (sensors.empty()) sensors.push_back(mSensors.empty() ? 0 : mSensors.begin()->first);
+            if (sensors.empty()) sensors.push_back(mPlan.sensors.empty() ? 0 : mPlan.sensors.begin()->first);
             comment = "    # its sensors are unknown: " + idsText(sensors) + " stand for them";
             if (request.ended) {
                 auto const each = (*request.ended - measured.worked.value_or(request.began)) / sensors.size();
-                for (int const sensor : sensors) mSensors[sensor].off.add(each);
+                for (int const sensor : sensors) mPlan.sensors[sensor].off.add(each);
             }
         }
         for (int const sensor : sensors) {
             controller.on.erase(sensor);
             controller.sensors.insert(sensor);
-            mSensors[sensor];
+            mPlan.sensors[sensor];
         }
         changeSensors(part, measured.hanging, "power_off_hangs = true");
         bool const drops = measured.isNotQueued;
@@ -230,7 +216,7 @@ class Writer {
 
     // Of what is on: what a later power-on finds off, and no power-off until then has taken longer; and what
     // none asks for again, where the lock was released. What a later one finds on has stayed so.
-    std::set<int> offBy(std::size_t index, ControllerPart const& controller) {
+    std::set<int> offBy(std::size_t index, ControllerPlan const& controller) {
         auto const tookLongest = [&](std::size_t until) {
             for (std::size_t other = index + 1; other < until; ++other) {
                 bool const isOff = mRecord.requests[other].kind == RequestKind::PowerOff;
@@ -248,7 +234,7 @@ class Writer {
             if (!staysOn && (isAskedFor ? tookLongest(later) : isReleased)) off.insert(sensor);
         }
         // One that is off stays so.
-        for (auto const& [sensor, measured] : mSensors) {
+        for (auto const& [sensor, measured] : mPlan.sensors) {
             if (off.empty() && !controller.on.contains(sensor)) off.insert(sensor);
         }
         return off;
@@ -274,15 +260,15 @@ class Writer {
                            text);
     }
 
-    void destroy(Request const& request, Part& part, ControllerPart& controller) {
+    void destroy(Request const& request, ClientPlan& part, ControllerPlan& controller) {
         // Who shares it has let go of it before, which nothing tells of.
         for (std::size_t client = 0; client < mRecord.clients.size(); ++client) {
-            Part const& other = mParts[mPartOf[client]];
+            ClientPlan const& other = mPlan.clients[mPartOf[client]];
             if (&other != &part && other.controller == part.controller) letGoBefore(client, request.began);
         }
         for (int const sensor : request.sensors.value_or(std::vector<int>())) {
             controller.sensors.insert(sensor);
-            mSensors[sensor];
+            mPlan.sensors[sensor];
         }
         controller.on.clear();
         part.steps.emplace_back(" destroy = true ");
@@ -299,114 +285,18 @@ class Writer {
     }
 
     void letGo(std::size_t client) {
-        Part& part = mParts[mPartOf[client]];
+        ClientPlan& part = mPlan.clients[mPartOf[client]];
         if (!mLetGo.contains(client) || part.isOver) return;
         part.steps.emplace_back(" destroy = true     # before the other one, which nothing tells of");
         part.isOver = true;
     }
 
-    // ---- Tables ----
-
-    [[nodiscard]] std::string head() const {
-        std::string text = "# Played again";
-        std::string separator = ": what ";
-        for (std::string const& file : mRecord.files)
-            text += std::exchange(separator, ", ") + printable(file);
-        text += mRecord.files.empty() ? "\n" : " tells\n";
-        text +=
-            "#\n# Log level, seed and the order of threads that meet are not known: those of a run stand "
-            "here.\n";
-        text +=
-            "# Statuses of services are not known: they answer 0. What the sensors share, such as a supply, "
-            "is not\n"
-            "# known: a wait for it is in their times.\n";
-        for (std::string const& note : mNotes) text += "# " + printable(note) + '\n';
-        return text;
-    }
-
-    [[nodiscard]] std::string board() const { return "\n[board]\nlog = \"debug\"\n"; }
-
-    static std::string service(char const* key, MeasuredService const& measured) {
-        if (measured.isAbsent && measured.on.isEmpty())
-            return fmt::format("{} = {{ present = false }}\n", key);
-        std::string values;
-        auto const add = [&](char const* name, MeasuredTimes const& times) {
-            if (times.isEmpty() || times.most() == microseconds(0)) return;
-            values += fmt::format("{}{} = {}", values.empty() ? "" : ", ", name, timesText(times));
-        };
-        add("on_ms", measured.on);
-        add("off_ms", measured.off);
-        return values.empty() ? "" : fmt::format("{} = {{ {} }}\n", key, values);
-    }
-
-    [[nodiscard]] std::string sensors() const {
-        std::string text;
-        for (auto const& [id, sensor] : mSensors) {
-            text += fmt::format("\n[[sensor]]\nid = {}\n", id);
-            Record::Sensor const* const known = mRecord.findSensor(id);
-            if (known != nullptr && known->name != TextId::Empty)
-                text += "name = " + quoted(mRecord.textOf(known->name)) + '\n';
-            text += time("power_on_ms", sensor.on) + time("power_off_ms", sensor.off);
-            if (auto const failures = mFailures.find(id); failures != mFailures.end())
-                text += fmt::format("power_on_fails = {{ times = {} }}\n", idsText(failures->second));
-            text += service("hal3a", sensor.hal3a) + service("peripheral", sensor.peripheral);
-        }
-        return text;
-    }
-
-    static std::string time(char const* key, MeasuredTimes const& times) {
-        if (times.isEmpty()) return fmt::format("# {} is unknown: 0 stands for it\n", key);
-        std::string const count = times.count() > 1 ? fmt::format("    # of {} times", times.count()) : "";
-        return fmt::format("{} = {}{}\n", key, timesText(times), count);
-    }
-
-    [[nodiscard]] std::string controllers() const {
-        std::string text;
-        for (std::size_t index = 0; index < mControllers.size(); ++index) {
-            ControllerPart const& controller = mControllers[index];
-            std::set<int> drives;
-            for (int const sensor : controller.sensors) {
-                if (!controller.notDriven.contains(sensor)) drives.insert(sensor);
-            }
-            text += fmt::format(
-                "\n[[controller]]\nname = \"controller {}\"\nsensors = {}    # those that were seen\n",
-                index + 1, idsText(drives));
-        }
-        return text.empty() ? "\n[[controller]]\nname = \"controller 1\"\nsensors = []\n" : text;
-    }
-
-    [[nodiscard]] std::string clients() const {
-        if (mParts.empty())
-            return "\n# No request was seen.\n[[client]]\nname = \"nobody\"\ncontroller = \"controller 1\"\n"
-                   "steps = [{ sleep_ms = 1 }]\n";
-        std::string text;
-        for (Part const& part : mParts) {
-            text += fmt::format("\n[[client]]\nname = {}\ncontroller = \"controller {}\"\nsteps = [\n",
-                                quoted(part.name), part.controller + 1);
-            for (std::string const& step : part.steps) text += lineOf(step);
-            text += "]\n";
-        }
-        return text;
-    }
-
-    // A comment stands behind the step's comma.
-    static std::string lineOf(std::string const& step) {
-        auto const comment = std::min(step.find("    #"), step.size());
-        std::string table = step.substr(0, comment);
-        while (table.ends_with(' ')) table.pop_back();
-        return "    {" + table + " }," + step.substr(comment) + '\n';
-    }
-
     Record const& mRecord;
-    std::vector<std::string> const& mNotes;
     std::vector<MeasuredRequest> const mRequests;
-    std::map<int, MeasuredSensor> mSensors;
     std::vector<std::uint32_t> mControllerOf;  // by the record's clients
-    std::vector<Part> mParts;
+    ScenarioPlan mPlan;
     std::map<std::size_t, std::size_t> mPartOf;  // of a client, the one that goes on
-    std::vector<ControllerPart> mControllers;
     std::map<int, int> mPowerOns;
-    std::map<int, std::vector<int>> mFailures;
     std::set<std::size_t> mLetGo;
     std::set<std::string> mNames;
 };
@@ -414,7 +304,7 @@ class Writer {
 }  // namespace
 
 std::string scenarioOf(Record const& record, std::vector<std::string> const& notes) {
-    return Writer(record, notes).text();
+    return textOf(Planner(record).plan(), record, notes);
 }
 
 }  // namespace zeqcam::tool
