@@ -8,9 +8,12 @@
 #include <zeqcam/platform/IHalSensor.h>
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <future>
+#include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 namespace {
@@ -127,6 +130,63 @@ TEST(Board, LetsMoreComeUpWhenASupplyIsChangedAndAllWhenTheBoardGoes) {
         }
         EXPECT_EQ(up.get() + next.get(), 2);
     }
+}
+
+// Answers what it is told to, once it is let.
+class Switch final : public PowerSwitch {
+  public:
+    std::string powerOn() override {
+        ++asked;
+        mayAnswer.get_future().wait();
+        return whyNotOn;
+    }
+    std::string powerOff() override {
+        ++asked;
+        return whyNotOff;
+    }
+
+    std::promise<void> mayAnswer;
+    std::string whyNotOn;
+    std::string whyNotOff;
+    std::atomic<int> asked = 0;
+};
+
+TEST(Board, LetsASwitchTakeItsTimeAndTellWhyItFailed) {
+    struct {
+        char const* whyNotOn;
+        char const* whyNotOff;
+        bool powered;  // at the end
+    } const cases[] = {{"", "", false}, {"no current", "", false}, {"", "in use", true}};
+    for (auto const& [whyNotOn, whyNotOff, powered] : cases) {
+        auto const power = std::make_shared<Switch>();
+        power->whyNotOn = whyNotOn;
+        power->whyNotOff = whyNotOff;
+        StrictBoard board(
+            Settings{.sensors = {{0, {.powerOnTime = 1h, .powerOffTime = 1h, .powerSwitch = power}}}});
+        {
+            Handle handle(0);
+            auto on = handle.powersOn();
+            while (power->asked == 0) std::this_thread::yield();
+            EXPECT_FALSE(board.isPowered(0)) << "a switch that takes its time keeps nobody who looks";
+            power->mayAnswer.set_value();
+            EXPECT_EQ(on.get(), *whyNotOn == '\0');
+        }
+        EXPECT_EQ(board.isPowered(0), powered);
+        EXPECT_EQ(board.journal().entries(Kind::SensorPowerOnDone).at(0).detail, whyNotOn);
+        EXPECT_EQ(board.journal().entries(Kind::SensorPowerOffDone).at(0).detail, whyNotOff);
+    }
+}
+
+TEST(Board, AsksNoSwitchWhereASettingMakesTheChangeFail) {
+    auto const power = std::make_shared<Switch>();
+    StrictBoard board(Settings{
+        .sensors = {{0, {.powerOnFails = {.always = true}, .powerOffFails = true, .powerSwitch = power}}}});
+    {
+        Handle handle(0);
+        EXPECT_EQ(handle.powersOn().get(), 0);
+    }
+    EXPECT_EQ(power->asked, 0);
+    EXPECT_EQ(board.journal().entries(Kind::SensorPowerOnDone).at(0).detail, "");
 }
 
 }  // namespace

@@ -10,6 +10,7 @@
 #include <deque>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
 namespace zeqcam::board {
@@ -35,9 +36,10 @@ class ImageSensor {
     std::atomic<int> peripheralPowerOns = 0;
     std::atomic<int> peripheralPowerOffs = 0;
 
-    // Both take their time and answer whether the sensor obeyed. A call that no caller may make is a fault.
-    bool powerOn(Device& device, int id);
-    bool powerOff(Device& device, int id);
+    // Both take their time and answer whether the sensor obeyed; what its switch says of a failure joins
+    // `why`. A call that no caller may make is a fault.
+    bool powerOn(Device& device, int id, std::string& why);
+    bool powerOff(Device& device, int id, std::string& why);
 
     [[nodiscard]] bool isPowered() const;
 
@@ -58,6 +60,9 @@ class ImageSensor {
   private:
     // Counts the power-on, and answers whether it will succeed. A fault of its caller is noted.
     bool beginPowerOn(Device& device, int id, Sensor const& settings, int& nth);
+    // Both settle whether it is powered, and answer whether it obeyed.
+    bool endPowerOn(bool up) ZEQCAM_REQUIRES(mLock);
+    bool endPowerOff(bool down) ZEQCAM_REQUIRES(mLock);
     void hangWhile(Device const& device, int id, bool Sensor::*hangs) ZEQCAM_REQUIRES(mLock);
     void takeTime(Device const& device, std::chrono::microseconds time) ZEQCAM_REQUIRES(mLock);
 

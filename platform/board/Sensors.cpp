@@ -11,6 +11,7 @@
 #include <cstdint>
 #include <new>
 #include <span>
+#include <string>
 
 namespace zeqcam::board {
 namespace {
@@ -21,6 +22,12 @@ constexpr std::size_t kRetiredHandles = 64;
 bool fails(PowerOnFault const& fault, std::uint64_t seed, int id, int powerOns) {
     return fault.always || std::count(fault.times.begin(), fault.times.end(), powerOns) > 0 ||
            (fault.every > 0 && powerOns % fault.every == 0) || happens(fault.probability, seed, id, powerOns);
+}
+
+// Whether the switch had nothing to say; else that joins `why`.
+bool obeys(std::string const& reason, std::string& why) {
+    if (!reason.empty()) why += (why.empty() ? "" : "; ") + reason;
+    return reason.empty();
 }
 
 }  // namespace
@@ -56,9 +63,11 @@ class SensorHandle final : public NSCam::IHalSensor {
         InBoard const inside;
         noteChange(Kind::SensorPowerOn, caller, count, indices,
                    [] { return std::to_string(getpriority(PRIO_PROCESS, 0)); });
-        bool const up = mayChange(caller, count, indices) && forEach(count, indices, &ImageSensor::powerOn);
+        std::string why;
+        bool const up =
+            mayChange(caller, count, indices) && forEach(count, indices, &ImageSensor::powerOn, why);
         if (up) mPoweredOn.store(true, std::memory_order_relaxed);
-        noteCall(Kind::SensorPowerOnDone, caller, first(count, indices), up);
+        noteCall(Kind::SensorPowerOnDone, caller, first(count, indices), up, why);
         return up ? 1 : 0;
     }
 
@@ -67,8 +76,9 @@ class SensorHandle final : public NSCam::IHalSensor {
         noteChange(Kind::SensorPowerOff, caller, count, indices, [] { return std::string(); });
         bool const may = mayChange(caller, count, indices);
         if (may) mPoweredOn.store(false, std::memory_order_relaxed);
-        bool const down = may && forEach(count, indices, &ImageSensor::powerOff);
-        noteCall(Kind::SensorPowerOffDone, caller, first(count, indices), down);
+        std::string why;
+        bool const down = may && forEach(count, indices, &ImageSensor::powerOff, why);
+        noteCall(Kind::SensorPowerOffDone, caller, first(count, indices), down, why);
         return down ? 1 : 0;
     }
 
@@ -80,9 +90,12 @@ class SensorHandle final : public NSCam::IHalSensor {
     }
 
   private:
-    void noteCall(Kind kind, char const* caller, int sensor, std::int64_t number = 0) {
-        note(mDevice.journal,
-             [&] { return Entry{.kind = kind, .sensor = sensor, .number = number, .text = textOf(caller)}; });
+    void noteCall(Kind kind, char const* caller, int sensor, std::int64_t number = 0,
+                  std::string const& detail = {}) {
+        note(mDevice.journal, [&] {
+            return Entry{
+                .kind = kind, .sensor = sensor, .number = number, .text = textOf(caller), .detail = detail};
+        });
     }
 
     template <class Detail>
@@ -126,14 +139,14 @@ class SensorHandle final : public NSCam::IHalSensor {
         return true;
     }
 
-    // Whether every sensor obeyed.
+    // Whether every sensor obeyed; `why` not.
     bool forEach(std::uint32_t count, std::uint32_t const* indices,
-                 bool (ImageSensor::*change)(Device&, int)) {
+                 bool (ImageSensor::*change)(Device&, int, std::string&), std::string& why) {
         bool all = true;
         for (std::uint32_t const index : std::span(indices, count)) {
             int const id = static_cast<int>(index);
             ImageSensor* const sensor = mDevice.sensor(id);
-            all = sensor && (sensor->*change)(mDevice, id) && all;
+            all = sensor && (sensor->*change)(mDevice, id, why) && all;
         }
         return all;
     }
@@ -174,18 +187,23 @@ class SensorList final : public NSCam::IHalSensorList {
 ImageSensor::ImageSensor() = default;
 ImageSensor::~ImageSensor() = default;
 
-bool ImageSensor::powerOn(Device& device, int id) {
+bool ImageSensor::powerOn(Device& device, int id, std::string& why) {
     Sensor const* const settings = device.settingsOf(id);
     if (!settings) return false;
     int nth = 0;
-    bool const up = beginPowerOn(device, id, *settings, nth);
+    bool const mayComeUp = beginPowerOn(device, id, *settings, nth);
     Rail::Place const place(device.rail(settings->supply), device, id, settings->supply);
+    PowerSwitch* const power = settings->powerSwitch.get();
+    {
+        std::lock_guard const hold(mLock);
+        auto const time = drawn(settings->powerOnTime, device.settings().seed, id, Kind::SensorPowerOn, nth);
+        if (!power) takeTime(device, time);
+        if (settings->powerOnHangs) hangWhile(device, id, &Sensor::powerOnHangs);
+        if (!power) return endPowerOn(mayComeUp);
+    }
+    bool const up = mayComeUp && obeys(power->powerOn(), why);
     std::lock_guard const hold(mLock);
-    takeTime(device, drawn(settings->powerOnTime, device.settings().seed, id, Kind::SensorPowerOn, nth));
-    if (settings->powerOnHangs) hangWhile(device, id, &Sensor::powerOnHangs);
-    --mPoweringOn;
-    if (up) mPowered = true;
-    return up;
+    return endPowerOn(up);
 }
 
 bool ImageSensor::beginPowerOn(Device& device, int id, Sensor const& settings, int& nth) {
@@ -200,18 +218,36 @@ bool ImageSensor::beginPowerOn(Device& device, int id, Sensor const& settings, i
     return !fails(settings.powerOnFails, device.settings().seed, id, nth);
 }
 
-bool ImageSensor::powerOff(Device& device, int id) {
+bool ImageSensor::powerOff(Device& device, int id, std::string& why) {
     Sensor const* const settings = device.settingsOf(id);
     if (!settings) return false;
+    PowerSwitch* const power = settings->powerSwitch.get();
+    bool const mayGoOff = !settings->powerOffFails;
+    {
+        std::lock_guard const hold(mLock);
+        if (!mAskedOn && !mPowered) device.addFault("power-off of a sensor that is off", id);
+        mAskedOn = false;
+        throwIfSet(device, id, Kind::SensorPowerOff);
+        auto const time =
+            drawn(settings->powerOffTime, device.settings().seed, id, Kind::SensorPowerOff, ++mPowerOffs);
+        if (!power) takeTime(device, time);
+        if (settings->powerOffHangs) hangWhile(device, id, &Sensor::powerOffHangs);
+        if (!power) return endPowerOff(mayGoOff);
+    }
+    bool const down = mayGoOff && obeys(power->powerOff(), why);
     std::lock_guard const hold(mLock);
-    if (!mAskedOn && !mPowered) device.addFault("power-off of a sensor that is off", id);
-    mAskedOn = false;
-    throwIfSet(device, id, Kind::SensorPowerOff);
-    takeTime(device,
-             drawn(settings->powerOffTime, device.settings().seed, id, Kind::SensorPowerOff, ++mPowerOffs));
-    if (settings->powerOffHangs) hangWhile(device, id, &Sensor::powerOffHangs);
-    if (!settings->powerOffFails) mPowered = false;
-    return !settings->powerOffFails;
+    return endPowerOff(down);
+}
+
+bool ImageSensor::endPowerOn(bool up) {
+    --mPoweringOn;
+    if (up) mPowered = true;
+    return up;
+}
+
+bool ImageSensor::endPowerOff(bool down) {
+    if (down) mPowered = false;
+    return down;
 }
 
 bool ImageSensor::isPowered() const {

@@ -78,4 +78,9 @@ bool tellsFailure(Record const& record, Event const& end) {
     return hasResult && end.number == std::int64_t{0};
 }
 
+std::string_view reasonOf(Record const& record, Event const& end) {
+    bool const isOfSensor = end.kind == Kind::SensorPowerOnDone || end.kind == Kind::SensorPowerOffDone;
+    return isOfSensor && tellsFailure(record, end) ? record.textOf(end.detail) : "";
+}
+
 }  // namespace zeqcam::tool

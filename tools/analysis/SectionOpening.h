@@ -5,6 +5,7 @@
 #include <array>
 #include <optional>
 #include <string>
+#include <string_view>
 
 namespace zeqcam::tool {
 
@@ -24,5 +25,8 @@ std::optional<board::Kind> beginOf(board::Kind end);
 
 // Whether the section that ends with this event failed.
 bool tellsFailure(Record const& record, Event const& end);
+
+// Why a sensor did not obey; empty where nobody told.
+std::string_view reasonOf(Record const& record, Event const& end);
 
 }  // namespace zeqcam::tool

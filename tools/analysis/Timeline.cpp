@@ -110,6 +110,7 @@ class Reader {
                                         [&](OpenSection const& section) { return section.begun == begun; });
         if (found == thread.open.rend()) return;
         found->section.failed = tellsFailure(mRecord, end);
+        found->section.why = mTimeline.texts.add(reasonOf(mRecord, end));
         for (auto left = std::distance(thread.open.rbegin(), found); left >= 0; --left) {
             closeInnermost(thread, end.time);
         }

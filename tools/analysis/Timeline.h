@@ -28,6 +28,7 @@ struct Section {
     // What still tells it apart where the label does not fit, the longer first; Empty: none. "power off main
     // wide" has "off main wide" and "off 0 2".
     std::array<TextId, 2> briefLabels{};
+    TextId why = TextId::Empty;  // it failed, where that was told
     Instant begin;
     Instant end;  // of the timeline, while `open`
     std::vector<Section> inner;

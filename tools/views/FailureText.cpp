@@ -16,14 +16,20 @@ std::string sensorOf(Record const& record, std::optional<std::int32_t> sensor) {
     return sensor ? sensorTitle(record, *sensor) : "a sensor";
 }
 
+// ": still active after 2.00 s"; empty where nobody told.
+std::string reasonOf(Record const& record, Event const& event) {
+    std::string_view const why = record.textOf(event.detail);
+    return why.empty() ? std::string() : ": " + std::string(why);
+}
+
 // Empty when the event is no failure.
 std::string textOf(Record const& record, Event const& event) {
     if (isRefusal(event)) return refusalText(record, event);
     bool const isNo = event.number.value_or(1) == 0;
     if (event.kind == Kind::SensorPowerOnDone && isNo)
-        return sensorOf(record, event.sensor) + " did not come up";
+        return sensorOf(record, event.sensor) + " did not come up" + reasonOf(record, event);
     if (event.kind == Kind::SensorPowerOffDone && isNo)
-        return sensorOf(record, event.sensor) + " did not go off";
+        return sensorOf(record, event.sensor) + " did not go off" + reasonOf(record, event);
     if (event.kind != Kind::ExceptionReport) return {};
     std::string message(record.textOf(event.shown));
     message.erase(0, message.find_first_not_of("\r\n"));

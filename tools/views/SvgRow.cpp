@@ -167,8 +167,10 @@ class RowDrawing {
         mSheet.shapes << "<g><title>" << escaped(mSheet.timeline().textOf(section.label)) << "\nstart "
                       << timeText(section.begin - mSheet.timeline().zero) << ", "
                       << (section.open ? "not ended after " : "took ")
-                      << timeText(section.end - section.begin) << (fails(section) ? ", failed" : "")
-                      << "</title>";
+                      << timeText(section.end - section.begin) << (fails(section) ? ", failed" : "");
+        if (section.why != TextId::Empty)
+            mSheet.shapes << ": " << escaped(mSheet.timeline().textOf(section.why));
+        mSheet.shapes << "</title>";
         std::string const look = fails(section) ? "failed" : classOf(section.kind);
         mSheet.looks.insert(look);
         if (section.open) mSheet.looks.insert("open");

@@ -123,6 +123,7 @@ class Events {
     [[nodiscard]] json valuesOf(Section const& section) const {
         json values;
         if (section.failed) values["failed"] = true;
+        if (section.why != TextId::Empty) values["why"] = std::string(mTimeline.textOf(section.why));
         if (section.open) values["open"] = true;
         if (section.sensor) values["sensor"] = mRecord.nameOfSensor(*section.sensor);
         if (!section.request) return values;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <zeqcam/board/Journal.h>
+#include <zeqcam/board/PowerSwitch.h>
 #include <zeqcam/board/Visibility.h>
 
 #include <array>
@@ -104,6 +105,10 @@ struct Sensor {
     /// SensorCreate, SensorPowerOn, SensorPowerOff, SensorAfterPowerOn, Hal3AGet, Hal3APowerOn,
     /// Hal3APowerOff, PeripheralGet, PeripheralPowerOn and PeripheralPowerOff; others are passed over.
     std::set<Kind> throws;
+    /// What powers it: then `powerOnTime` and `powerOffTime` do not count, a power change takes what that
+    /// takes, and fails when that does. It is not asked where the settings make the change fail. Null:
+    /// nothing, it is simulated.
+    std::shared_ptr<PowerSwitch> powerSwitch;
 };
 
 /// When the tasks posted to a queue run.

@@ -30,9 +30,9 @@ enum class Kind : std::uint8_t {
     SensorCreate,        ///< number: 1 when a handle was made
     SensorRelease,       ///< a handle was given back
     SensorPowerOn,       ///< count and indices; detail: the nice value of the calling thread
-    SensorPowerOnDone,   ///< number: 1 when the sensors came up, else 0
+    SensorPowerOnDone,   ///< number: 1 when the sensors came up, else 0; detail: why not, from their switch
     SensorPowerOff,      ///< count and indices
-    SensorPowerOffDone,  ///< number: 1 when the sensors went down, else 0
+    SensorPowerOffDone,  ///< number: 1 when the sensors went down, else 0; detail: why not, as above
     SensorAfterPowerOn,  ///< the call that follows a power-on that succeeded
 
     Hal3AGet,            ///< number: 1 when the sensor has a 3A control
