@@ -56,7 +56,8 @@ foreach(library IN LISTS zeqcam_libraries)
     DESTINATION ${zeqcam_pkgconfig_dir} COMPONENT development)
 endforeach()
 
-install(FILES CHANGELOG.md docs/architecture.md docs/results.md docs/scenario.md docs/simulation.md
+install(FILES CHANGELOG.md docs/architecture.md docs/real-devices.md docs/results.md docs/scenario.md
+  docs/simulation.md
   DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 
 if(TARGET zeqcam-power)

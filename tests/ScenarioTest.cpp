@@ -90,6 +90,9 @@ TEST(ScenarioReader, NamesTheFaultsOfWhatAScenarioCanSay) {
         {"{ wait = true }", "power_on_fails = { every = 0 }", 4, "sensor.power_on_fails.every"},
         {"{ wait = true }", "hal3a = { on_ms = 'long' }", 4, "sensor.hal3a.on_ms"},
         {"{ wait = true }", "supply = 'rail'", 4, "sensor.supply"},
+        {"{ wait = true }", "device = '1-1'", 4, "sensor.device"},
+        {"{ wait = true }", "device = '/sys/1-1'\ndevice_timeout_ms = 0", 5, "sensor.device_timeout_ms"},
+        {"{ change = { main = { device = '/sys/1-1' } } }", "", 14, "sensor.device"},
         {"{ wait = true }", "[[supply]]\nname = 'rail'\nat_once = 0", 6, "supply.at_once"},
         {"{ wait = true }", "[[supply]]\nname = 'rail'\n[[supply]]\nname = 'rail'", 7, "supply.name"},
     };
@@ -104,7 +107,8 @@ TEST(ScenarioReader, TakesRangesServicesAndSupplies) {
     auto const [scenario, faults, included] =
         readScenario(scenarioOf({"{ wait = true }"},
                                 "power_on_ms = [44, 52.5]\npower_off_ms = 3\npower_on_fails = { every = 3 }\n"
-                                "hal3a = { on_ms = 2, off_ms = [1, 2] }\nsupply = 'rail'",
+                                "hal3a = { on_ms = 2, off_ms = [1, 2] }\nsupply = 'rail'\n"
+                                "device = '/sys/1-1'\ndevice_timeout_ms = 2.5",
                                 "[[supply]]\nname = 'rail'\nat_once = 2"));
     ASSERT_THAT(faults, IsEmpty());
     auto const& sensor = scenario.settings.sensors.at(0);
@@ -114,6 +118,11 @@ TEST(ScenarioReader, TakesRangesServicesAndSupplies) {
     EXPECT_EQ(sensor.hal3a.value().onTime, zeqcam::board::TimeRange(2ms));
     EXPECT_EQ(sensor.hal3a.value().offTime, zeqcam::board::TimeRange(1ms, 2ms));
     EXPECT_EQ(scenario.settings.supplies.at(sensor.supply).atOnce, 2);
+    ASSERT_EQ(scenario.devices.size(), 1U);
+    EXPECT_EQ(scenario.devices[0].sensor, 0);
+    EXPECT_EQ(scenario.devices[0].path, "/sys/1-1");
+    EXPECT_EQ(scenario.devices[0].timeout, 2500us);
+    EXPECT_EQ(scenario.devices[0].line, 9);
 }
 
 TEST(ScenarioReader, ChangesWhatAStepNamesAndNothingElse) {

@@ -1,5 +1,6 @@
 #include "commands/CheckCommand.h"
 #include "commands/Command.h"
+#include "commands/DevicesCommand.h"
 #include "commands/ExploreCommand.h"
 #include "commands/ReadCommand.h"
 #include "commands/RulesCommand.h"
@@ -19,6 +20,7 @@ constexpr std::array kCommands{
     Command{"check", "Read a scenario and tell all that is wrong with it; run nothing.", addCheck},
     Command{"read", "Read logs and traces of a phone; tell what they say, and judge it by the rules.",
             addRead},
+    Command{"devices", "List the devices of this machine that could stand for a sensor.", addDevices},
     Command{"rules", "List the rules that a run is held against.", addRules},
     Command{"schema", "Print the JSON Schema of scenario files, for editors.", addSchema},
 };

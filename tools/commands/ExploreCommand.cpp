@@ -2,6 +2,7 @@
 
 #include "commands/Outputs.h"
 #include "commands/Terminal.h"
+#include "devices/RealDevices.h"
 #include "rules/Verdict.h"
 #include "run/SimulatedRun.h"
 #include "run/Watch.h"
@@ -181,6 +182,7 @@ int explore(Options& options) try {
         complain(faultText(faults.front(), options.file));
         return kWrongInput;
     }
+    requireSimulated(scenario, options.file);
     files.push_back(options.file);
     options.outputs.open(files, false);
     if (std::string const reason = board::QosFile::provide(); !reason.empty()) {

@@ -1,6 +1,7 @@
 #include "commands/RunCommand.h"
 
 #include "commands/ViewOptions.h"
+#include "devices/RealDevices.h"
 #include "rules/Verdict.h"
 #include "run/LogOutput.h"
 #include "run/Memory.h"
@@ -132,7 +133,7 @@ std::optional<CutOff> cutOff(End end, Options const& options) {
     std::_Exit(status);
 }
 
-int play(Scenario const& scenario, Options& options, LogOutput& log) {
+int play(Scenario const& scenario, Options& options, LogOutput& log, RealDevices& devices) {
     keepMemorySmall();
     Watch watch;
     auto run = std::make_unique<Run>(scenario, Run::Drains::Meanwhile, [&watch] { watch.allDone(); });
@@ -153,6 +154,7 @@ int play(Scenario const& scenario, Options& options, LogOutput& log) {
         } catch (std::exception const& error) {
             complain(error.what());
         }
+        devices.giveBack();
         leave(cut->status);
     }
     run->join();
@@ -193,6 +195,9 @@ int run(Options& options) try {
     options.outputs.open(files, options.json);
     std::optional<Descriptor> traceMarker;
     if (options.kernelTrace) traceMarker.emplace(openTraceMarker());
+    if (options.simulate) requireSimulated(scenario, options.file);
+    RealDevices devices(Sysfs(), scenario, options.file);
+    for (std::string const& device : devices.stillOn()) complain("not off before the run: " + device);
     if (std::string const reason = board::QosFile::provide(); !reason.empty()) {
         complain("no QoS file, as on a device without it: " + reason);
     }
@@ -203,7 +208,7 @@ int run(Options& options) try {
     if (traceMarker) scenario.settings.traceMarker = traceMarker->get();
     if (options.seed) scenario.settings.seed = *options.seed;
     if (options.detailsLevel) scenario.settings.log.detailsLevel = *options.detailsLevel;
-    return options.simulate ? playSimulated(scenario, options, log) : play(scenario, options, log);
+    return options.simulate ? playSimulated(scenario, options, log) : play(scenario, options, log, devices);
 } catch (CannotOpen const& error) {
     complain(error.what());
     return kWrongInput;

@@ -175,6 +175,15 @@ int readSensor(Fields const& fields, board::Settings& settings, Names& names) {
     return id;
 }
 
+std::optional<DeviceOfSensor> readDevice(Fields const& fields, int sensor) {
+    std::string const path = fields.text("device");
+    auto const timeout = fields.time("device_timeout_ms");
+    auto const* const device = fields.node("device");
+    if (!device) return {};
+    if (!path.empty() && !path.starts_with("/sys/")) fields.fault("device", "must be a folder in /sys");
+    return DeviceOfSensor{sensor, path, timeout, lineOf(device->source()), fileOf(device->source())};
+}
+
 Edit<board::Sensor> readSensorChange(Fields const& fields, Names const& names) {
     return sensorEdit(fields, names);
 }

@@ -2,10 +2,12 @@
 
 #include "scenario/Fields.h"
 #include "scenario/Names.h"
+#include "scenario/Scenario.h"
 
 #include <zeqcam/board/Board.h>
 
 #include <functional>
+#include <optional>
 
 namespace zeqcam::tool {
 
@@ -19,6 +21,8 @@ Edit<board::Settings> readBoard(Fields const& fields);
 void readSupply(Fields const& fields, board::Settings& settings, Names& names);
 // `fields` are those of one table `sensor`; every supply has been read. Returns its id.
 int readSensor(Fields const& fields, board::Settings& settings, Names& names);
+// The device that stands for it, or none. `fields` as above.
+std::optional<DeviceOfSensor> readDevice(Fields const& fields, int sensor);
 // `fields` are those of a sensor's change.
 Edit<board::Sensor> readSensorChange(Fields const& fields, Names const& names);
 

@@ -95,11 +95,21 @@ struct Client {
     std::vector<Step> steps;  // what is repeated stands here that often
 };
 
+// A device of the machine that stands for a sensor. Whether there is one like that is not known before a run.
+struct DeviceOfSensor {
+    int sensor = 0;
+    std::string path;  // as the file says it
+    std::chrono::microseconds timeout{0};
+    int line = 0;           // of `device`
+    std::string file = {};  // empty: the one that was read
+};
+
 struct Scenario {
     board::Settings settings;
     std::vector<int> sensors;  // as the file of the board lists them; then those that others add
     std::vector<Controller> controllers;
     std::vector<Client> clients;
+    std::vector<DeviceOfSensor> devices;  // each sensor's is one at most
 };
 
 }  // namespace zeqcam::tool

@@ -74,6 +74,11 @@ constexpr Key kKeys[] = {
      "false: the sensor list makes no handle for it, and a power-on that names it powers no sensor", kChanges},
     {"sensor", "supply", Type::Text, "none", 1, kNameMost, "bytes",
      "the name of the supply that feeds it; without one it waits for no other sensor", kChanges},
+    {"sensor", "device", Type::Text, "none", 1, kPathMost, "bytes",
+     "the folder in /sys of a real device with runtime power management that stands for the sensor: a power change "
+     "takes what the device takes, not `power_on_ms` or `power_off_ms`"},
+    {"sensor", "device_timeout_ms", Type::Number, "2000", 1, kMinute, "ms",
+     "how long its `device` may take; then the power change has failed"},
     {"sensor", "hal3a", Type::Table, "{}", 0, 0, "",
      "its 3A control, below", kChanges},
     {"sensor", "peripheral", Type::Table, "{}", 0, 0, "",
@@ -155,7 +160,7 @@ constexpr Key kKeys[] = {
      "twice, and so on"},
     {"client.steps", "change", Type::Table, "none", 0, 0, "",
      "changes the board from its next call on; the table holds sensors, each with a table of the keys of "
-     "`sensor` to change, all but `id` and `name`"},
+     "`sensor` to change, all but `id`, `name`, `device` and `device_timeout_ms`"},
     {"client.steps", "change_board", Type::Table, "none", 0, 0, "",
      "the same with the keys of `board`: `queue`, but not to or from `missing`, `queue_late_ms`, "
      "`queue_handles`, `sensor_list`, `power_budget`"},

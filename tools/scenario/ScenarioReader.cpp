@@ -58,8 +58,11 @@ void readTables(Tables const& files, Reading& reading) {
     readBoard(fields.inner("board", fields.layers("board")))(scenario.settings);
     for (auto const* const table : fields.tables("supply"))
         readSupply(fields.inner("supply", *table), scenario.settings, names);
-    for (auto const& tables : inOrder(bySensor(sensors), sensors))
-        scenario.sensors.push_back(readSensor(fields.inner("sensor", tables), scenario.settings, names));
+    for (auto const& tables : inOrder(bySensor(sensors), sensors)) {
+        Fields const sensor = fields.inner("sensor", tables);
+        int const id = scenario.sensors.emplace_back(readSensor(sensor, scenario.settings, names));
+        if (auto device = readDevice(sensor, id)) scenario.devices.push_back(std::move(*device));
+    }
     for (auto const* const table : controllers)
         scenario.controllers.push_back(readController(fields.inner("controller", *table), names));
     for (auto const* const table : fields.tables("client"))
