@@ -171,6 +171,69 @@ class Reader {
 
 }  // namespace
 
+std::string doneText(Record const& record, Done const& done) {
+    auto const of = [&](char const* what) {
+        return (done.sensor ? sensorWord(record, *done.sensor) : "a sensor") + "'s " + what;
+    };
+    switch (done.what) {
+        case Doing::Own:
+            return "the library itself";
+        case Doing::Hints:
+            return "performance hints";
+        case Doing::Handles:
+            return "the sensors' handles";
+        case Doing::Budget:
+            return "the power budget";
+        case Doing::SensorOn:
+            return of("power-on");
+        case Doing::SensorOff:
+            return of("power-off");
+        case Doing::Supply:
+            return of("supply");
+        case Doing::Hal3A:
+            return of("3A control");
+        case Doing::Peripheral:
+            return of("peripheral controller");
+        case Doing::Listener:
+            return "the listeners' notification";
+        case Doing::Report:
+            return "the exception report";
+        case Doing::Unknown:
+            return "unknown";
+    }
+    return "?";
+}
+
+std::string_view kindOf(Doing doing) {
+    switch (doing) {
+        case Doing::Own:
+            return "library";
+        case Doing::Hints:
+            return "hints";
+        case Doing::Handles:
+            return "handles";
+        case Doing::Budget:
+            return "power budget";
+        case Doing::SensorOn:
+            return "sensor power-on";
+        case Doing::SensorOff:
+            return "sensor power-off";
+        case Doing::Supply:
+            return "supply";
+        case Doing::Hal3A:
+            return "hal3a";
+        case Doing::Peripheral:
+            return "peripheral";
+        case Doing::Listener:
+            return "listeners";
+        case Doing::Report:
+            return "exception report";
+        case Doing::Unknown:
+            return "unknown";
+    }
+    return "?";
+}
+
 Doings doingsOf(Record const& record) {
     return Reader(record).read();
 }

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -29,6 +30,11 @@ struct Done {
     Doing what = Doing::Own;
     std::optional<int> sensor;  // of a sensor and its services, where it is known
 };
+
+// "main's power-on", "performance hints".
+std::string doneText(Record const& record, Done const& done);
+// The kind in a word or two, for programs: "sensor power-on".
+std::string_view kindOf(Doing doing);
 
 // One for each event: what its thread did from its event before this one on; and what each thread did after
 // its last event.

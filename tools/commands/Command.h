@@ -48,4 +48,8 @@ constexpr std::string_view kExitCodes =
 // One line to standard error.
 void complain(std::string const& message);
 
+// Ends the process where threads may be stuck in the library: nobody waits for them, and nothing that they
+// use is destroyed.
+[[noreturn]] void leave(int status);
+
 }  // namespace zeqcam::tool

@@ -1,3 +1,4 @@
+#include "commands/ChainCommand.h"
 #include "commands/CheckCommand.h"
 #include "commands/Command.h"
 #include "commands/DevicesCommand.h"
@@ -9,6 +10,7 @@
 #include "text/Printable.h"
 
 #include <array>
+#include <cstdlib>
 #include <iostream>
 
 namespace zeqcam::tool {
@@ -21,6 +23,7 @@ constexpr std::array kCommands{
     Command{"read", "Read logs and traces of a phone; tell what they say, and judge it by the rules.",
             addRead},
     Command{"devices", "List the devices of this machine that could stand for a sensor.", addDevices},
+    Command{"chain", "Tell of each request what it waited for, link by link.", addChain},
     Command{"rules", "List the rules that a run is held against.", addRules},
     Command{"schema", "Print the JSON Schema of scenario files, for editors.", addSchema},
 };
@@ -33,6 +36,11 @@ std::span<Command const> commands() {
 
 void complain(std::string const& message) {
     std::cerr << "zeqcam-power: " + printable(message) + '\n';
+}
+
+void leave(int status) {
+    std::cout.flush();
+    std::_Exit(status);
 }
 
 }  // namespace zeqcam::tool

@@ -1,26 +1,18 @@
 #include "commands/ReadCommand.h"
 
+#include "commands/EvidenceFiles.h"
 #include "commands/ViewOptions.h"
 #include "evidence/ProcessRecords.h"
-#include "evidence/Reading.h"
 #include "replay/ScenarioWriter.h"
 #include "rules/Verdict.h"
-#include "run/Watch.h"
 #include "text/Printable.h"
 #include "text/TimeText.h"
 #include "views/RequestText.h"
 
-#include <fcntl.h>
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <cerrno>
-#include <chrono>
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
 #include <filesystem>
 #include <iostream>
 #include <map>
@@ -64,58 +56,6 @@ void addOptions(CLI::App& app, Options& options) {
     app.footer(std::string(reachTable()) + kExitStatus);
 }
 
-// How far a file was read, on a terminal.
-class Progress {
-  public:
-    explicit Progress(std::string name) : mName(std::move(name)), mIsShown(isatty(STDERR_FILENO) == 1) {}
-    ~Progress() {
-        if (mIsLine) std::cerr << "\r\033[K" << std::flush;
-    }
-    Progress(Progress const&) = delete;
-    Progress& operator=(Progress const&) = delete;
-
-    void show(std::uint64_t bytes) {
-        constexpr std::chrono::milliseconds kPause{200};
-        auto const now = std::chrono::steady_clock::now();
-        if (!mIsShown || now < mNext) return;
-        if (mNext != std::chrono::steady_clock::time_point()) {
-            std::cerr << '\r' << printable(mName) << ": " << bytes / (1U << 20U) << " MiB\033[K"
-                      << std::flush;
-            mIsLine = true;
-        }
-        mNext = now + kPause;
-    }
-
-  private:
-    std::string mName;
-    bool mIsShown;
-    bool mIsLine = false;
-    std::chrono::steady_clock::time_point mNext;
-};
-
-// A file that goes on until it ends, or until the user ends that: then what was read is all that there is.
-class FollowedSource final : public ByteSource {
-  public:
-    // The file stays open meanwhile.
-    explicit FollowedSource(int file) : mFile(file), mSource(file) {}
-
-    std::size_t read(char* into, std::size_t most) override {
-        mIsEnded = mIsEnded || !mWatch.waitForInput(mFile);
-        return mIsEnded ? 0 : mSource.read(into, most);
-    }
-
-  private:
-    int mFile;
-    DescriptorSource mSource;
-    Watch mWatch;
-    bool mIsEnded = false;
-};
-
-std::unique_ptr<ByteSource> sourceOf(int file, bool isFollowed) {
-    if (isFollowed) return std::make_unique<FollowedSource>(file);
-    return std::make_unique<DescriptorSource>(file);
-}
-
 // "thread 812: power on 0 2: true, 51.2 ms".
 void tellRequest(std::string_view client, Request const& request) {
     std::string text = printable(client) + ": " + std::string(nameOf(request.kind));
@@ -123,30 +63,6 @@ void tellRequest(std::string_view client, Request const& request) {
     text += ": " + (request.ended ? resultText(request) + ", " + timeText(*request.ended - request.began)
                                   : std::string("its end was not seen"));
     std::cout << text << std::endl;
-}
-
-// What the files hold, with what each turned out to be.
-struct Evidence {
-    std::vector<ProcessRecords::File> files;
-    std::vector<std::string> found;  // in place of what can be read, or of the library
-};
-
-Evidence read(std::vector<std::string> const& paths, ProcessRecords& records, bool isFollowed) {
-    Evidence evidence;
-    for (std::size_t index = 0; index < paths.size(); ++index) {
-        std::string const& path = paths[index];
-        Descriptor const file(path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC));
-        if (file.get() < 0) throw CannotOpen(path + ": cannot be opened: " + std::strerror(errno));
-        auto const source = sourceOf(file.get(), isFollowed);
-        Progress progress(path);
-        ReadResult const result = readEvidence(*source, static_cast<std::uint16_t>(index),
-                                               ProcessRecords::wanted(), records, [&](std::uint64_t bytes) {
-                                                   if (!isFollowed) progress.show(bytes);
-                                               });
-        evidence.files.push_back({path == "-" ? "standard input" : path, result.isWallTimeKnown});
-        if (result.format == Format::Unknown) evidence.found.push_back(path + ": " + result.found);
-    }
-    return evidence;
 }
 
 void tellReach(ReadProcess const& read, std::ostream& out) {
@@ -202,14 +118,7 @@ void select(std::vector<ReadProcess> const& processes, Options& options) {
 }
 
 int complainOfNothing(Evidence const& evidence, Options const& options) {
-    for (std::string const& found : evidence.found) complain(found);
-    if (evidence.found.empty() && options.process) {
-        complain(fmt::format("no line or section of the library by process {}", *options.process));
-    } else if (evidence.found.empty()) {
-        complain("no line or section of the library in " + options.files.front() +
-                 (options.files.size() > 1 ? " and the others" : "") +
-                 "; docs/read.md says how a phone is asked for them");
-    }
+    for (std::string const& line : nothingIn(evidence, options.files, options.process)) complain(line);
     return kWrongInput;
 }
 
@@ -225,8 +134,6 @@ void requireOne(std::vector<ReadProcess> const& processes, Options const& option
 
 int run(Options& options) try {
     if (options.follow && options.files.size() > 1) throw CannotOpen("--follow: is of one file");
-    if (std::count(options.files.begin(), options.files.end(), "-") > 1)
-        throw CannotOpen("-: the standard input is there once");
     for (std::string const& file : options.files) {
         std::error_code none;
         if (!options.scenario.empty() && std::filesystem::equivalent(file, options.scenario, none))
@@ -239,7 +146,7 @@ int run(Options& options) try {
                   if (process == options.process.value_or(process)) tellRequest(client, request);
               })
             : ProcessRecords();
-    Evidence const evidence = read(options.files, records, options.follow);
+    Evidence const evidence = readFiles(options.files, records, options.follow);
     std::vector<ReadProcess> processes = records.finish(evidence.files);
     if (options.process) {
         std::erase_if(processes,

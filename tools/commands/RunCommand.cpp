@@ -126,13 +126,6 @@ std::optional<CutOff> cutOff(End end, Options const& options) {
     return {};
 }
 
-// Client threads may be stuck in the library, and nothing that they use may go: nobody waits for them, and
-// nothing is destroyed.
-[[noreturn]] void leave(int status) {
-    std::cout.flush();
-    std::_Exit(status);
-}
-
 int play(Scenario const& scenario, Options& options, LogOutput& log, RealDevices& devices) {
     keepMemorySmall();
     Watch watch;

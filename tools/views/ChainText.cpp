@@ -18,36 +18,6 @@ std::string of(Record const& record, Done const& done, std::string_view what) {
     return fmt::format("{}'s {}", done.sensor ? sensorWord(record, *done.sensor) : "a sensor", what);
 }
 
-std::string doingText(Record const& record, Done const& done) {
-    switch (done.what) {
-        case Doing::Own:
-            return "the library itself";
-        case Doing::Hints:
-            return "performance hints";
-        case Doing::Handles:
-            return "the sensors' handles";
-        case Doing::Budget:
-            return "the power budget";
-        case Doing::SensorOn:
-            return of(record, done, "power-on");
-        case Doing::SensorOff:
-            return of(record, done, "power-off");
-        case Doing::Supply:
-            return of(record, done, "supply");
-        case Doing::Hal3A:
-            return of(record, done, "3A control");
-        case Doing::Peripheral:
-            return of(record, done, "peripheral controller");
-        case Doing::Listener:
-            return "the listeners' notification";
-        case Doing::Report:
-            return "the exception report";
-        case Doing::Unknown:
-            return "unknown";
-    }
-    return "?";
-}
-
 // "power off tele of lens test"; "unknown" where nobody knows whose.
 std::string otherText(Record const& record, OptionalNumber<std::uint32_t> other) {
     if (!other) return "whom is unknown";
@@ -91,7 +61,7 @@ std::string requestPhrase(Record const& record, Request const& request) {
 std::string linkText(Record const& record, Link const& link) {
     switch (link.is) {
         case Link::Is::Doing:
-            return doingText(record, link.done) + (link.isRetry ? ", tried again" : "");
+            return doneText(record, link.done) + (link.isRetry ? ", tried again" : "");
         case Link::Is::PowerOnLock:
             return "the power-on lock, held by " + otherText(record, link.other);
         case Link::Is::Controller:

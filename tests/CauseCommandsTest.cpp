@@ -1,0 +1,108 @@
+// `chain`, which tells what requests waited for, of whatever holds them.
+#include "ToolRuns.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+namespace zeqcam::tests {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+std::string const kPhone = ZEQCAM_EXAMPLES_DIR "/phone.toml";
+
+// Of sensors 0 and 3, of which 3 fails.
+constexpr auto kLog =
+    "11-23 10:42:03.001  812  901 D zeqcam-PowerOnOffController: [PowerOnOffController::powerOn] get "
+    "PowerOnLock, Sensor power on\n"
+    "11-23 10:42:03.001  812  901 I zeqcam-PowerOnOffController: [PowerOnOffController::powerOnOps] powerOn "
+    "+\n"
+    "11-23 10:42:03.051  812  901 I zeqcam-PowerOnOffController: [PowerOnOffController::powerOnOps] 3A "
+    "notifyPowerOn\n"
+    "11-23 10:42:03.052  812  901 I zeqcam-PowerOnOffController: [PowerOnOffController::powerOnOps] powerOn "
+    "-\n";
+
+TEST(ChainCommand, TellsTheSlowestFirstAndTheSameForASeed) {
+    Ran const ran = runTool("chain '" + kPhone + "'");
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_EQ(ran.output.find("camera app: power on main wide tele, 48.0 ms, from 0.0 on\n"),
+              ran.output.find("camera app:"));
+    EXPECT_THAT(ran.output, AllOf(HasSubstr("@0.0     +48.0    main's power-on\n"),
+                                  HasSubstr("43.0 without main, by tele\n"),
+                                  HasSubstr("tele failed after 43.0, its retry took 43.0\n"),
+                                  HasSubstr("tele's power-on, tried again\n"), Not(HasSubstr("\033["))));
+    EXPECT_EQ(runTool("chain '" + kPhone + "'").output, ran.output);
+}
+
+TEST(ChainCommand, ChoosesRequests) {
+    struct {
+        char const* options;
+        char const* shown;
+        char const* hidden;
+    } const cases[] = {
+        {"--client 'face unlock'", "power on front", "camera app"},
+        {"--sensor tele", "power off tele", "front"},
+        {"--sensor 1", "power on front", "main"},
+        {"--request 'app: power on main tele'", "power on main tele, 43.0", "wide"},
+        {"--from 130", "power off main wide tele", "power on"},
+        {"--to 10", "power on front", "power off"},
+    };
+    for (auto const& [options, shown, hidden] : cases) {
+        Ran const ran = runTool("chain '" + kPhone + "' " + options);
+        EXPECT_EQ(ran.status, 0) << options;
+        EXPECT_THAT(ran.output, AllOf(HasSubstr(shown), Not(HasSubstr(hidden)))) << options;
+    }
+}
+
+// A scenario is known by what it says, whatever its name; what is wrong with one is told as `run` does.
+TEST(ChainCommand, KnowsFilesByTheirContent) {
+    Folder const folder;
+    std::string const log = folder.put("log.txt", kLog);
+    std::string const wrong = folder.put("wrong.toml", "[[sensor]]\nid = 'x'\n");
+    std::string const plain =
+        folder.put("plain.txt",
+                   "# a phone\n\n[[sensor]]\nid = 0\n[[controller]]\nname = 'c'\nsensors = "
+                   "[0]\n[[client]]\nname = 'app'\ncontroller = 'c'\nsteps = [{ power_on = "
+                   "[0] }]\n");
+    std::string const other = folder.put("other.txt", "nothing of the library\n");
+    struct {
+        std::string files;
+        int status;
+        std::string output;
+    } const cases[] = {
+        {log, 0, "power on"},
+        {log + ' ' + kPhone, 0, "phone.toml, seed 1"},
+        {"- < " + log, 0, "process 812 of standard input"},
+        {plain, 0, "no request took any time"},
+        {wrong, 2, wrong + ":1: controller: is missing"},
+        {other, 2, other + ": "},
+        {"/nowhere.toml", 2, "/nowhere.toml: cannot be read"},
+        {log + " --pid 7", 2, "by process 7"},
+        {kPhone + " --client nobody", 2, "--client: there is no client nobody"},
+        {kPhone + " --request 'power on moon'", 2, "--request: there is no request power on moon"},
+    };
+    for (auto const& [files, status, output] : cases) {
+        Ran const ran = runTool("chain " + files);
+        EXPECT_EQ(ran.status, status) << files << '\n' << ran.output;
+        EXPECT_THAT(ran.output, HasSubstr(output)) << files;
+    }
+}
+
+TEST(ChainCommand, GivesProgramsTheSame) {
+    auto const json = nlohmann::json::parse(runTool("chain '" + kPhone + "' --repeat 2 --json").output);
+    EXPECT_EQ(json["records"][1]["seed"], 2);
+    auto const& slowest = json["records"][0]["requests"][0];
+    EXPECT_EQ(slowest["request"], "power on");
+    EXPECT_EQ(slowest["ms"], 48.0);
+    EXPECT_EQ(slowest["links"][0]["kind"], "sensor power-on");
+    EXPECT_EQ(slowest["without_slowest_ms"], 43.0);
+    EXPECT_EQ(slowest["retries"][0]["retry"]["request"], "power on");
+}
+
+}  // namespace
+}  // namespace zeqcam::tests
