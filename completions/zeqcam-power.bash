@@ -4,6 +4,7 @@ _zeqcam_power() {
   for each in "${COMP_WORDS[@]:1:COMP_CWORD-1}"; do
     case $each in run | explore | check | read | devices | rules | schema) command=$each && break ;; esac
     case $each in run | explore | check | read | chain | rules | schema) command=$each && break ;; esac
+    case $each in run | explore | check | read | blame | chain | rules | schema) command=$each && break ;; esac
   done
   compopt -o filenames 2>/dev/null
   case $command:$before in
@@ -11,23 +12,26 @@ _zeqcam_power() {
     run:--allow | read:--allow)
       mapfile -t COMPREPLY < <(compgen -W "$(zeqcam-power rules | sed -n 's/^  \([a-z]\)/\1/p')" -- "$word")
       ;;
+    blame:--request | blame:--client | blame:--sensor | blame:--from | blame:--to | blame:--pid | blame:--seed | blame:--repeat | blame:--width) COMPREPLY=() ;;
     chain:--request | chain:--client | chain:--sensor | chain:--from | chain:--to | chain:--pid | chain:--seed | chain:--repeat | chain:--width) COMPREPLY=() ;;
     read:--pid | read:--client | read:--sensor | read:--from | read:--to | read:--width) COMPREPLY=() ;;
     run:--trace | run:--svg | run:--junit | explore:--trace | explore:--svg | explore:--junit | read:--trace | read:--svg | read:--junit | read:--scenario | devices:--scenario) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
     *)
       local words='run explore check read devices rules schema --help --version'
       local words='run explore check read chain rules schema --help --version'
+      local words='run explore check read blame chain rules schema --help --version'
       [ "$command" = run ] && words='--trace --svg --junit --ftrace --json --verbose --quiet --seed --timeout --simulate --schedule --allow --strict --client --sensor --from
         --to --width --full --help'
       [ "$command" = read ] && words='--pid --follow --scenario --trace --svg --junit --json --allow --strict --client --sensor --from --to
         --width --full --help'
       [ "$command" = explore ] && words='--preemptions --schedules --seconds --trace --svg --junit --help'
       [ "$command" = devices ] && words='--video --scenario --json --help'
+      [ "$command" = blame ] && words='--request --client --sensor --from --to --pid --seed --repeat --json --width --help'
       [ "$command" = chain ] && words='--request --client --sensor --from --to --pid --seed --repeat --full --json --width --help'
       [[ $command == check || $command == rules || $command == schema ]] && words='--help'
       if [[ -z $command || $command == schema || $command == rules || $command == devices || $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")
-      elif [[ $command == read || $command == chain ]]; then
+      elif [[ $command == read || $command == blame || $command == chain ]]; then
         mapfile -t COMPREPLY < <(compgen -f -- "$word")
       else
         mapfile -t COMPREPLY < <(compgen -d -- "$word"; compgen -f -X '!*.toml' -- "$word")

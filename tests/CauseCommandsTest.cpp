@@ -1,11 +1,14 @@
-// `chain`, which tells what requests waited for, of whatever holds them.
+// `chain` and `blame`, which tell what requests waited for, of whatever holds them.
 #include "ToolRuns.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstddef>
 #include <nlohmann/json.hpp>
 #include <string>
+#include <vector>
 
 namespace zeqcam::tests {
 namespace {
@@ -102,6 +105,47 @@ TEST(ChainCommand, GivesProgramsTheSame) {
     EXPECT_EQ(slowest["links"][0]["kind"], "sensor power-on");
     EXPECT_EQ(slowest["without_slowest_ms"], 43.0);
     EXPECT_EQ(slowest["retries"][0]["retry"]["request"], "power on");
+}
+
+TEST(BlameCommand, TellsWhereTheTimeWentAndWhatTookMostFirst) {
+    Ran const ran = runTool("blame '" + kPhone + "' --client 'camera app'");
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_THAT(ran.output, HasSubstr("phone.toml: 8 requests, 141.0 ms\n"));
+    std::size_t at = 0;
+    for (auto const* const line : {"  48.0  34.0 %     48.0         1  main's power-on\n",
+                                   "  43.0  30.5 %     43.0         1  tele's power-on\n",
+                                   "  25.0  17.7 %     12.5         2  tele's power-off\n",
+                                   "  14.0   9.9 %     14.0         1  main's power-off\n"}) {
+        std::size_t const found = ran.output.find(line);
+        EXPECT_NE(found, std::string::npos) << line << ran.output;
+        EXPECT_GE(found, at) << line;
+        at = found;
+    }
+    EXPECT_THAT(ran.output, Not(HasSubstr("front")));
+}
+
+TEST(BlameCommand, SumsUpRunsAndGivesTheirMedians) {
+    std::string const arguments = "blame '" ZEQCAM_EXAMPLES_DIR "/camera-switch.toml' ";
+    auto const waits = [&](std::string const& options) {
+        auto const json = nlohmann::json::parse(runTool(arguments + options + " --json").output);
+        double sum = 0;
+        for (auto const& row : json["blame"]) sum += row["ms"].get<double>();
+        EXPECT_NEAR(sum, json["ms"].get<double>(), 1e-6);
+        EXPECT_EQ(json["blame"][0]["where"], "waiting for the power-on lock");
+        return json["blame"][0];
+    };
+    double sum = 0;
+    std::vector<double> times;
+    for (int seed = 3; seed < 6; ++seed) {
+        times.push_back(waits("--seed " + std::to_string(seed))["ms"]);
+        sum += times.back();
+    }
+    std::sort(times.begin(), times.end());
+    auto const all = waits("--seed 3 --repeat 3");
+    EXPECT_NEAR(all["ms"].get<double>(), sum, 1e-6);
+    EXPECT_EQ(all["median_ms"], times[1]);
+    EXPECT_EQ(all["longest_ms"], times[2]);
+    EXPECT_EQ(all["requests"], 3);
 }
 
 }  // namespace

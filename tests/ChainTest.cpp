@@ -1,4 +1,5 @@
 // What requests waited for: chains of records made by hand, and of runs in virtual time.
+#include "analysis/Blame.h"
 #include "analysis/Chain.h"
 #include "run/JournalRecord.h"
 #include "run/SimulatedRun.h"
@@ -161,6 +162,12 @@ TEST(Chain, TellsWhatAThreadHadNoProcessorFor) {
     }
     EXPECT_THAT(waits, ElementsAre("1.0 0's worker to begin", "2.0 0's power-on", "1.0 0's 3A control"));
     EXPECT_FALSE(chains[0].links.front().withoutProcessor) << "of the request's thread nothing is known";
+    Blame blame;
+    blame.add(record, {&chains[0]});
+    std::vector<std::string> rows;
+    for (Blame::Row const& row : blame.rows()) rows.push_back(millisecondsText(row.time) + ' ' + row.where);
+    EXPECT_THAT(rows, testing::IsSupersetOf({"30.0 0's power-on", "5.0 0's 3A control",
+                                             "4.0 waiting for a processor", "1.0 workers to begin"}));
 }
 
 TEST(Chain, DoesNotGuessWhatLogLinesDoNotShow) {

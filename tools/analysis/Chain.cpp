@@ -275,6 +275,26 @@ class Walk {
 
 }  // namespace
 
+std::string_view kindOf(Link const& link) {
+    switch (link.is) {
+        case Link::Is::Doing:
+            return kindOf(link.done.what);
+        case Link::Is::PowerOnLock:
+            return "power-on lock";
+        case Link::Is::Controller:
+            return "controller";
+        case Link::Is::Start:
+            return "worker start";
+        case Link::Is::Queue:
+            return "queue";
+        case Link::Is::Return:
+            return "return";
+        case Link::Is::Sleep:
+            return "sleep";
+    }
+    return "?";
+}
+
 std::vector<Chain> chainsOf(Record const& record) {
     ChainParts const parts(record);
     std::vector<Chain> chains;

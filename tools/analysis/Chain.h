@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <optional>
+#include <string_view>
 #include <vector>
 
 namespace zeqcam::tool {
@@ -36,6 +37,9 @@ struct Link {
 
     [[nodiscard]] std::chrono::nanoseconds time() const { return end - begin; }
 };
+
+// The kind in a word or two, for programs: "sensor power-on", "controller".
+std::string_view kindOf(Link const& link);
 
 // What a request would have taken without the slowest of its links, all else equal.
 struct Without {

@@ -1,3 +1,4 @@
+#include "commands/BlameCommand.h"
 #include "commands/ChainCommand.h"
 #include "commands/CheckCommand.h"
 #include "commands/Command.h"
@@ -23,6 +24,7 @@ constexpr std::array kCommands{
     Command{"read", "Read logs and traces of a phone; tell what they say, and judge it by the rules.",
             addRead},
     Command{"devices", "List the devices of this machine that could stand for a sensor.", addDevices},
+    Command{"blame", "Tell where the time of requests went, what took the most of it first.", addBlame},
     Command{"chain", "Tell of each request what it waited for, link by link.", addChain},
     Command{"rules", "List the rules that a run is held against.", addRules},
     Command{"schema", "Print the JSON Schema of scenario files, for editors.", addSchema},

@@ -122,26 +122,6 @@ double milliseconds(nanoseconds time) {
     return std::chrono::duration<double, std::milli>(time).count();
 }
 
-std::string_view kindOf(Link const& link) {
-    switch (link.is) {
-        case Link::Is::Doing:
-            return kindOf(link.done.what);
-        case Link::Is::PowerOnLock:
-            return "power-on lock";
-        case Link::Is::Controller:
-            return "controller";
-        case Link::Is::Start:
-            return "worker start";
-        case Link::Is::Queue:
-            return "queue";
-        case Link::Is::Return:
-            return "return";
-        case Link::Is::Sleep:
-            return "sleep";
-    }
-    return "?";
-}
-
 ordered_json requestJson(Record const& record, std::uint32_t index) {
     Request const& request = record.requests[index];
     return {{"client", record.textOf(record.clients[request.client].name)},

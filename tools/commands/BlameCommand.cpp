@@ -1,0 +1,150 @@
+#include "commands/BlameCommand.h"
+
+#include "analysis/Blame.h"
+#include "analysis/Chain.h"
+#include "commands/Input.h"
+#include "commands/RequestChoice.h"
+#include "commands/Terminal.h"
+#include "files/OutputFile.h"
+#include "text/Printable.h"
+#include "text/TimeText.h"
+#include "views/Table.h"
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include <CLI/CLI.hpp>
+#include <chrono>
+#include <iostream>
+#include <memory>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string>
+#include <system_error>
+#include <vector>
+
+namespace zeqcam::tool {
+namespace {
+
+constexpr auto kFooter =
+    "Only what a request waited for counts: of sensors that are powered on together, the slowest. Sleeps of "
+    "clients\n"
+    "count nowhere. Of several runs or processes, MEDIAN is that of their times; what the files do not show "
+    "is\n"
+    "unknown.\n"
+    "\n"
+    "Exit status:\n"
+    "  0    told\n"
+    "  1    it cannot be written\n"
+    "  2    a file or the command line is wrong, or there is nothing to tell of\n";
+
+struct Options {
+    InputOptions input;
+    RequestChoice choice;
+    bool json = false;
+    std::optional<int> width;
+};
+
+void addOptions(CLI::App& app, Options& options) {
+    constexpr int kMostColumns = 10'000;
+    options.input.add(app);
+    options.choice.add(app);
+    app.add_flag("--json", options.json, "Print the same as JSON, and nothing else.");
+    app.add_option("--width", options.width, "The columns of the output, instead of the terminal's.")
+        ->check(CLI::Range(0, kMostColumns).description(""));
+    app.footer(kFooter);
+}
+
+double milliseconds(std::chrono::nanoseconds time) {
+    return std::chrono::duration<double, std::milli>(time).count();
+}
+
+double shareOf(Blame const& blame, Blame::Row const& row) {
+    return blame.time().count() == 0 ? 0 : milliseconds(row.time) / milliseconds(blame.time());
+}
+
+void writeText(Blame const& blame, std::string const& names, Options const& options) {
+    constexpr double kPercent = 100;
+    Presentation const presentation = presentationOn(STDOUT_FILENO, options.width);
+    bool const areSeveral = blame.records() > 1;
+    std::cout << fmt::format(
+        "{}: {} request{}{}, {} ms\n\n", printable(names), blame.requests(), blame.requests() == 1 ? "" : "s",
+        areSeveral ? fmt::format(" of {} runs", blame.records()) : "", millisecondsText(blame.time()));
+    std::vector<Table::Column> columns{{"TIME", Align::Right},
+                                       {"SHARE", Align::Right},
+                                       {"LONGEST", Align::Right},
+                                       {"REQUESTS", Align::Right}};
+    if (areSeveral) columns.insert(columns.begin() + 1, {"MEDIAN", Align::Right});
+    columns.push_back({"WHERE"});
+    Table table(std::move(columns));
+    for (Blame::Row const& row : blame.rows()) {
+        std::vector<std::string> cells{millisecondsText(row.time),
+                                       fmt::format("{:.1f} %", kPercent * shareOf(blame, row)),
+                                       millisecondsText(row.longest), std::to_string(row.requests)};
+        if (areSeveral) cells.insert(cells.begin() + 1, millisecondsText(row.median));
+        cells.push_back(printable(row.where));
+        table.add(std::move(cells));
+    }
+    std::cout << table.text(Ink{presentation.colours}, presentation.columns);
+}
+
+void writeJson(Blame const& blame, std::vector<std::string> const& names) {
+    using nlohmann::ordered_json;
+    ordered_json json{{"names", names},
+                      {"records", blame.records()},
+                      {"requests", blame.requests()},
+                      {"ms", milliseconds(blame.time())},
+                      {"blame", ordered_json::array()}};
+    for (Blame::Row const& row : blame.rows()) {
+        json["blame"].push_back({{"where", row.where},
+                                 {"kind", row.kind},
+                                 {"ms", milliseconds(row.time)},
+                                 {"share", shareOf(blame, row)},
+                                 {"median_ms", milliseconds(row.median)},
+                                 {"longest_ms", milliseconds(row.longest)},
+                                 {"requests", row.requests}});
+    }
+    std::cout << json.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
+}
+
+int run(Options& options) try {
+    Inputs inputs(options.input);
+    Blame blame;
+    std::vector<std::string> names;  // each once
+    inputs.each([&](Input const& input) {
+        auto const chains = chainsOf(input.record);
+        std::vector<Chain const*> chosen;
+        for (Chain const& chain : chains) {
+            bool const isSleep = input.record.requests[chain.request].kind == RequestKind::Sleep;
+            if (options.choice.has(input.record, chain) && !isSleep) chosen.push_back(&chain);
+        }
+        blame.add(input.record, chosen);
+        if (names.empty() || names.back() != input.name) names.push_back(input.name);
+    });
+    options.choice.requireFound();
+    if (options.json) {
+        writeJson(blame, names);
+    } else {
+        std::string all;
+        for (std::string const& name : names) all += (all.empty() ? "" : ", ") + name;
+        writeText(blame, all, options);
+    }
+    if (!std::cout.flush()) complain("the output cannot be written");
+    return inputs.end(std::cout ? kAllHeld : kFailed);
+} catch (CannotOpen const& error) {
+    complain(error.what());
+    return kWrongInput;
+} catch (std::system_error const& error) {
+    complain(error.what());
+    return kWrongInput;
+}
+
+}  // namespace
+
+std::function<int()> addBlame(CLI::App& app) {
+    auto const options = std::make_shared<Options>();
+    addOptions(app, *options);
+    return [options] { return run(*options); };
+}
+
+}  // namespace zeqcam::tool
