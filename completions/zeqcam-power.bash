@@ -8,7 +8,7 @@ _zeqcam_power() {
   done
   compopt -o filenames 2>/dev/null
   case $command:$before in
-    run:--seed | run:--timeout | run:--schedule | run:--client | run:--sensor | run:--from | run:--to | run:--width | explore:--preemptions | explore:--schedules | explore:--seconds) COMPREPLY=() ;;
+    run:--set | explore:--set | blame:--set | chain:--set | run:--seed | run:--timeout | run:--schedule | run:--client | run:--sensor | run:--from | run:--to | run:--width | explore:--preemptions | explore:--schedules | explore:--seconds) COMPREPLY=() ;;
     run:--allow | read:--allow)
       mapfile -t COMPREPLY < <(compgen -W "$(zeqcam-power rules | sed -n 's/^  \([a-z]\)/\1/p')" -- "$word")
       ;;
@@ -20,7 +20,7 @@ _zeqcam_power() {
       local words='run explore check read devices rules schema --help --version'
       local words='run explore check read chain rules schema --help --version'
       local words='run explore check read blame chain rules schema --help --version'
-      [ "$command" = run ] && words='--trace --svg --junit --ftrace --json --verbose --quiet --seed --timeout --simulate --schedule --allow --strict --client --sensor --from
+      [ "$command" = run ] && words='--set --trace --svg --junit --ftrace --json --verbose --quiet --seed --timeout --simulate --schedule --allow --strict --client --sensor --from
         --to --width --full --help'
       [ "$command" = read ] && words='--pid --follow --scenario --trace --svg --junit --json --allow --strict --client --sensor --from --to
         --width --full --help'
@@ -28,6 +28,9 @@ _zeqcam_power() {
       [ "$command" = devices ] && words='--video --scenario --json --help'
       [ "$command" = blame ] && words='--request --client --sensor --from --to --pid --seed --repeat --json --width --help'
       [ "$command" = chain ] && words='--request --client --sensor --from --to --pid --seed --repeat --full --json --width --help'
+      [ "$command" = explore ] && words='--set --preemptions --schedules --seconds --trace --svg --junit --help'
+      [ "$command" = blame ] && words='--set --request --client --sensor --from --to --pid --seed --repeat --json --width --help'
+      [ "$command" = chain ] && words='--set --request --client --sensor --from --to --pid --seed --repeat --full --json --width --help'
       [[ $command == check || $command == rules || $command == schema ]] && words='--help'
       if [[ -z $command || $command == schema || $command == rules || $command == devices || $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")

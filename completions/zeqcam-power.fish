@@ -88,3 +88,4 @@ complete -c zeqcam-power -n "$causes" -l repeat -x -d 'Play each scenario so oft
 complete -c zeqcam-power -n "$chain" -l full -d 'Tell every request and link'
 complete -c zeqcam-power -n "$causes" -l json -d 'Print the same as JSON'
 complete -c zeqcam-power -n "$causes" -l width -x -d 'The columns of the output'
+complete -c zeqcam-power -n '__fish_seen_subcommand_from run explore blame chain' -l set -x -d 'Put another value into the scenario'

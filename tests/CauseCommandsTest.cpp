@@ -148,5 +148,32 @@ TEST(BlameCommand, SumsUpRunsAndGivesTheirMedians) {
     EXPECT_EQ(all["requests"], 3);
 }
 
+// As at a terminal: `script` gives the tool one.
+Ran runAtTerminal(std::string const& arguments) {
+    return runCommand("NO_COLOR=1 script -qec \"'" ZEQCAM_POWER_PATH "' " + arguments + "\" /dev/null");
+}
+
+TEST(RunCommand, EndsOnATerminalWithTheSlowestRequestAndWhatToTypeNext) {
+    std::string const unmet = "--set client.1.steps.1.expect=false";
+    struct {
+        std::string options;
+        std::vector<std::string> told;
+    } const cases[] = {
+        {"--simulate",
+         {"Slowest  camera app: power on main wide tele 48.0 ms: main 48.0; 43.0 without main, by tele; tele "
+          "failed after 43.0, its retry took 43.0\r\n",
+          "Next     zeqcam-power chain " + kPhone + " --seed 1", "zeqcam-power explore " + kPhone + "  "}},
+        {"--simulate --seed 4 " + unmet,
+         {"Next     zeqcam-power run " + kPhone + " " + unmet + " --simulate --seed 4  "}},
+    };
+    for (auto const& [options, told] : cases) {
+        Ran const ran = runAtTerminal("run " + kPhone + " " + options);
+        for (std::string const& each : told) EXPECT_THAT(ran.output, HasSubstr(each)) << options;
+    }
+    Ran const piped = runTool("run " + kPhone + " --simulate");
+    EXPECT_THAT(piped.output, AllOf(Not(HasSubstr("Slowest")), Not(HasSubstr("Next"))));
+    EXPECT_THAT(runAtTerminal("run " + kPhone + " --simulate --json").output, Not(HasSubstr("Slowest")));
+}
+
 }  // namespace
 }  // namespace zeqcam::tests

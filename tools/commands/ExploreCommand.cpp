@@ -1,5 +1,6 @@
 #include "commands/ExploreCommand.h"
 
+#include "commands/Input.h"
 #include "commands/Outputs.h"
 #include "commands/Terminal.h"
 #include "devices/RealDevices.h"
@@ -7,6 +8,7 @@
 #include "run/SimulatedRun.h"
 #include "run/Watch.h"
 #include "scenario/ScenarioReader.h"
+#include "text/ShellText.h"
 #include "views/Report.h"
 #include "views/TerminalTimeline.h"
 
@@ -37,6 +39,7 @@ constexpr auto kFooter =
 
 struct Options {
     std::string file;
+    std::vector<std::string> settings;
     Outputs outputs;
     int preemptions = 2;
     std::uint64_t schedules = 0;
@@ -46,6 +49,7 @@ struct Options {
 void addOptions(CLI::App& app, Options& options) {
     app.add_option("FILE", options.file, "The scenario, in TOML.")->required();
     options.outputs.addOptions(app);
+    addSettings(app, options.settings);
     app.add_option("--preemptions", options.preemptions,
                    "How often a schedule may take the turn from a thread that could go on; 2 if not given.")
         ->type_name("N")
@@ -100,11 +104,10 @@ std::string sentenceOf(simulation::Exploration const& found, int preemptions) {
                        most(preemptions));
 }
 
-// As a shell reads it.
-std::string quoted(std::string const& text) {
-    std::string quoted = "'";
-    for (char const c : text) quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return quoted + '\'';
+std::string settingsText(Options const& options) {
+    std::string text;
+    for (std::string const& setting : options.settings) text += " --set " + shellWord(setting);
+    return text;
 }
 
 // Where people read: the standard output, unless a file stands there.
@@ -137,8 +140,8 @@ int show(Scenario const& scenario, Options& options, simulation::Exploration con
     std::ostream& text = textOutput(options);
     writeTerminalTimeline(run.record, presentation, text);
     writeReport(run.record, presentation, text);
-    text << "\nIt is repeated by\n  zeqcam-power run " << quoted(options.file) << " --simulate --schedule "
-         << quoted(failure.schedule) << std::endl;
+    text << "\nIt is repeated by\n  zeqcam-power run " << shellWord(options.file) << settingsText(options)
+         << " --simulate --schedule " << shellWord(failure.schedule) << std::endl;
     static_cast<void>(options.outputs.write(run.record, presentation));
     std::cout.flush();
     if (run.leavesThreads()) std::_Exit(kFailed);
@@ -177,7 +180,7 @@ int tellThatAllHold(Scenario const& scenario, Options& options, simulation::Expl
 }
 
 int explore(Options& options) try {
-    auto [scenario, faults, files] = readScenarioFile(options.file);
+    auto [scenario, faults, files] = readScenarioFile(options.file, options.settings);
     if (!faults.empty()) {
         complain(faultText(faults.front(), options.file));
         return kWrongInput;

@@ -65,6 +65,14 @@ bool isScenario(std::string const& path) {
     return false;
 }
 
+void addSettings(CLI::App& app, std::vector<std::string>& settings) {
+    app.add_option("--set", settings,
+                   "Put another value into the scenario, such as sensor.tele.power_on_ms=60 or "
+                   "client.app.steps.3.sleep_ms=5; may be repeated.")
+        ->type_name("PATH=VALUE")
+        ->allow_extra_args(false);
+}
+
 void InputOptions::add(CLI::App& app) {
     app.add_option("FILE", files,
                    "Scenarios, which are played in virtual time, or logs and traces of one phone, of any "
@@ -74,6 +82,7 @@ void InputOptions::add(CLI::App& app) {
     app.add_option("--seed", seed, "The seed of each scenario's first run, instead of the file's.")
         ->type_name("N")
         ->check(CLI::Range(std::uint64_t{0}, kMostSeed).description(""));
+    addSettings(app, settings);
     app.add_option("--repeat", repeat, "Play each scenario so often, each time with the next seed.")
         ->type_name("N")
         ->check(CLI::Range(std::uint64_t{1}, kMostRuns).description(""));
@@ -97,7 +106,7 @@ int Inputs::end(int status) const {
 }
 
 void Inputs::play(std::string const& path, std::function<void(Input const& input)> const& take) {
-    Reading reading = readScenarioFile(path);
+    Reading reading = readScenarioFile(path, mOptions.settings);
     if (!reading.faults.empty()) throw CannotOpen(faultText(reading.faults.front(), path));
     auto kept = std::make_unique<Scenario>(std::move(reading.scenario));
     Scenario& scenario = *kept;

@@ -27,11 +27,15 @@ struct InputOptions {
     std::vector<std::string> files;
     std::optional<int> process;         // of the evidence, only this one
     std::optional<std::uint64_t> seed;  // of the scenarios, instead of the files'
+    std::vector<std::string> settings;  // of the scenarios, in place of values of the files
     std::uint64_t repeat = 1;           // runs of each scenario, with seeds one after another
 
     // Options of the command line; this object outlives its reading.
     void add(CLI::App& app);
 };
+
+// The option that puts other values into scenarios; `settings` outlives the reading of the command line.
+void addSettings(CLI::App& app, std::vector<std::string>& settings);
 
 // Whether a file is a scenario: by its name, or by what its first line that says something begins.
 bool isScenario(std::string const& path);

@@ -1,5 +1,7 @@
 #include "commands/RunCommand.h"
 
+#include "commands/Input.h"
+#include "commands/NextSteps.h"
 #include "commands/ViewOptions.h"
 #include "devices/RealDevices.h"
 #include "rules/Verdict.h"
@@ -13,6 +15,8 @@
 #include "text/TimeText.h"
 
 #include <zeqcam/board/QosFile.h>
+
+#include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <chrono>
@@ -51,6 +55,7 @@ struct Options : ViewOptions {
     std::optional<double> timeoutSeconds;
     bool simulate = false;
     std::optional<std::string> schedule;
+    std::vector<std::string> settings;
 };
 
 // Unlike a comparison with both ends, not a number is wrong here.
@@ -80,6 +85,7 @@ void addOptions(CLI::App& app, Options& options) {
     app.add_option("--timeout", options.timeoutSeconds, "Cut the run off when it has not ended by then.")
         ->type_name("SECONDS")
         ->check(secondsCheck());
+    addSettings(app, options.settings);
     auto* const simulate =
         app.add_flag("--simulate", options.simulate,
                      "Run in virtual time, one thread at a time, in an order that the seed chooses: the same "
@@ -126,6 +132,14 @@ std::optional<CutOff> cutOff(End end, Options const& options) {
     return {};
 }
 
+// Files, pipes and programs get what they always got.
+void tellNext(Record const& record, Options const& options) {
+    if (options.json || options.outputs.takeOutput() || isatty(STDOUT_FILENO) != 1) return;
+    tellNextSteps(record, verdictOn(record, options.strictness),
+                  {options.file, options.settings, options.simulate, options.schedule.value_or("")},
+                  options.presentation(options.file), std::cout);
+}
+
 int play(Scenario const& scenario, Options& options, LogOutput& log, RealDevices& devices) {
     keepMemorySmall();
     Watch watch;
@@ -155,6 +169,7 @@ int play(Scenario const& scenario, Options& options, LogOutput& log, RealDevices
     run.reset();
     giveMemoryBack();
     bool const isTold = tell(taken, options, options.file);
+    tellNext(taken, options);
     return isTold && verdictOn(taken, options.strictness) == Verdict::Passed ? kAllHeld : kFailed;
 }
 
@@ -167,6 +182,7 @@ int playSimulated(Scenario const& scenario, Options& options, LogOutput& log) {
     played.record.files = {options.file};
     log.close();
     bool const isTold = tell(played.record, options, options.file);
+    tellNext(played.record, options);
     if (!played.result.report.empty()) std::cerr << played.result.report << '\n';
     if (played.leavesThreads()) leave(kTimedOut);
     if (played.record.cutOff) return kTimedOut;
@@ -174,7 +190,7 @@ int playSimulated(Scenario const& scenario, Options& options, LogOutput& log) {
 }
 
 int run(Options& options) try {
-    auto [scenario, faults, files] = readScenarioFile(options.file);
+    auto [scenario, faults, files] = readScenarioFile(options.file, options.settings);
     if (!faults.empty()) {
         complain(faultText(faults.front(), options.file));
         return kWrongInput;

@@ -4,6 +4,7 @@
 #include "scenario/ClientReader.h"
 #include "scenario/Fields.h"
 #include "scenario/Names.h"
+#include "scenario/Settings.h"
 #include "scenario/Sources.h"
 
 #include <algorithm>
@@ -97,11 +98,17 @@ Reading readScenario(std::string_view text) {
     return readingOf(sources, std::move(reading));
 }
 
-Reading readScenarioFile(std::string const& path) {
+Reading readScenarioFile(std::string const& path, std::vector<std::string> const& settings) {
     Reading reading;
     Sources sources(reading.faults);
     sources.readFile(path);
-    return readingOf(sources, std::move(reading));
+    if (reading.faults.empty()) applySettings(settings, sources.editable(), reading.faults);
+    reading = readingOf(sources, std::move(reading));
+    // A setting has no lines.
+    for (Fault& fault : reading.faults) {
+        if (fault.file.starts_with(settingLabel(""))) fault.line = 0;
+    }
+    return reading;
 }
 
 }  // namespace zeqcam::tool

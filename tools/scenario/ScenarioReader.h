@@ -27,6 +27,8 @@ struct Reading {
 
 // A text is no file that another one could be found from: it includes none.
 Reading readScenario(std::string_view text);
-Reading readScenarioFile(std::string const& path);
+// `settings`: values that stand in place of the files', such as "sensor.tele.power_on_ms=60"; Settings.h says
+// how.
+Reading readScenarioFile(std::string const& path, std::vector<std::string> const& settings = {});
 
 }  // namespace zeqcam::tool

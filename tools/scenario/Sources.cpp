@@ -52,6 +52,12 @@ Tables Sources::tables() const {
     return all;
 }
 
+std::vector<toml::table*> Sources::editable() {
+    std::vector<toml::table*> all;
+    for (auto const& table : mTables) all.push_back(table.get());
+    return all;
+}
+
 void Sources::read(std::string const& path, Way const* before, toml::node const* includer) {
     Way const way{before, identity(path)};
     for (auto const* outer = before; outer; outer = outer->before) {

@@ -22,6 +22,8 @@ class Sources {
 
     // Empty when the file that was read has no table to begin with.
     [[nodiscard]] Tables tables() const;
+    // The same, for who puts other values into them before they are read.
+    [[nodiscard]] std::vector<toml::table*> editable();
     [[nodiscard]] std::vector<std::string> const& names() const { return mNames; }
 
   private:
