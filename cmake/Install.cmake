@@ -73,7 +73,7 @@ if(TARGET zeqcam-power)
     DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT tool)
   install(FILES completions/zeqcam-power.fish
     DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT tool)
-  install(FILES schemas/junit.xsd schemas/results.schema.json
+  install(FILES schemas/junit.xsd schemas/results.schema.json schemas/series.schema.json
     DESTINATION ${CMAKE_INSTALL_DATADIR}/zeqcam-power/schemas COMPONENT tool)
   install(DIRECTORY examples/
     DESTINATION ${CMAKE_INSTALL_DATADIR}/zeqcam-power/examples COMPONENT tool

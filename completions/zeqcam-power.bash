@@ -9,6 +9,7 @@ _zeqcam_power() {
   compopt -o filenames 2>/dev/null
   case $command:$before in
     run:--set | explore:--set | blame:--set | chain:--set | run:--seed | run:--timeout | run:--schedule | run:--client | run:--sensor | run:--from | run:--to | run:--width | explore:--preemptions | explore:--schedules | explore:--seconds) COMPREPLY=() ;;
+    run:--seed | run:--timeout | run:--schedule | run:--repeat | run:--jobs | run:--client | run:--sensor | run:--from | run:--to | run:--width | explore:--preemptions | explore:--schedules | explore:--seconds) COMPREPLY=() ;;
     run:--allow | read:--allow)
       mapfile -t COMPREPLY < <(compgen -W "$(zeqcam-power rules | sed -n 's/^  \([a-z]\)/\1/p')" -- "$word")
       ;;
@@ -21,6 +22,8 @@ _zeqcam_power() {
       local words='run explore check read chain rules schema --help --version'
       local words='run explore check read blame chain rules schema --help --version'
       [ "$command" = run ] && words='--set --trace --svg --junit --ftrace --json --verbose --quiet --seed --timeout --simulate --schedule --allow --strict --client --sensor --from
+      local words='run explore check read rules schema --help --version'
+      [ "$command" = run ] && words='--trace --svg --junit --ftrace --json --verbose --quiet --seed --timeout --simulate --schedule --repeat --jobs --allow --strict --client --sensor --from
         --to --width --full --help'
       [ "$command" = read ] && words='--pid --follow --scenario --trace --svg --junit --json --allow --strict --client --sensor --from --to
         --width --full --help'

@@ -40,6 +40,8 @@ complete -c zeqcam-power -n "$run" -s q -l quiet -d 'Print warnings and errors o
 complete -c zeqcam-power -n "$run" -l seed -x -d 'The seed of the faults by chance'
 complete -c zeqcam-power -n "$run" -l simulate -d 'Run in virtual time'
 complete -c zeqcam-power -n "$run" -l schedule -x -d 'The order of a simulated run'
+complete -c zeqcam-power -n "$run" -l repeat -x -d 'Run it so often, with one seed after another'
+complete -c zeqcam-power -n "$run" -l jobs -x -d 'Simulated runs at the same time'
 complete -c zeqcam-power -n "$explore" -l preemptions -x -d 'How often a turn may be taken away'
 complete -c zeqcam-power -n "$explore" -l schedules -x -d 'Run no more than these'
 complete -c zeqcam-power -n "$explore" -l seconds -x -d 'Begin none after this time'

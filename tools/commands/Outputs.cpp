@@ -59,6 +59,13 @@ void Outputs::open(std::vector<std::string> const& inputs, bool outputIsTaken) {
     }
 }
 
+void Outputs::requireSeriesViews() const {
+    for (Output const& output : mOutputs) {
+        if (!output.path.empty() && output.view->writeSeries == nullptr)
+            throw CannotOpen("--" + std::string(output.view->option) + ": is of one run");
+    }
+}
+
 bool Outputs::areAsked() const {
     return std::any_of(mOutputs.begin(), mOutputs.end(),
                        [](Output const& output) { return !output.path.empty(); });
@@ -69,11 +76,12 @@ bool Outputs::takeOutput() const {
                        [](Output const& output) { return output.toOutput; });
 }
 
-bool Outputs::write(Record const& record, Presentation const& presentation) {
+template <class Write>
+bool Outputs::writeEach(Write const& write) {
     bool all = true;
     for (Output& output : mOutputs) {
         try {
-            auto const fill = [&](std::ostream& out) { output.view->write(record, presentation, out); };
+            auto const fill = [&](std::ostream& out) { write(*output.view, out); };
             if (output.toOutput) fill(std::cout);
             if (output.file) output.file->write(fill);
         } catch (std::exception const& error) {
@@ -82,6 +90,15 @@ bool Outputs::write(Record const& record, Presentation const& presentation) {
         }
     }
     return all;
+}
+
+bool Outputs::write(Record const& record, Presentation const& presentation) {
+    return writeEach([&](View const& view, std::ostream& out) { view.write(record, presentation, out); });
+}
+
+bool Outputs::write(Series const& series, Presentation const& presentation) {
+    return writeEach(
+        [&](View const& view, std::ostream& out) { view.writeSeries(series, presentation, out); });
 }
 
 }  // namespace zeqcam::tool

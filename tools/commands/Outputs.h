@@ -26,6 +26,9 @@ class Outputs {
     // `outputIsTaken`: by what must stand there alone. Throws CannotOpen.
     void open(std::vector<std::string> const& inputs, bool outputIsTaken);
 
+    // Before `open`, of what has many runs to write. Throws CannotOpen where a view is of one run alone.
+    void requireSeriesViews() const;
+
     // Whether any was asked for. From the reading of the command line on.
     [[nodiscard]] bool areAsked() const;
 
@@ -35,8 +38,12 @@ class Outputs {
     // Writes them all, whatever becomes of the others, and complains of what cannot be written. Whether all
     // was.
     [[nodiscard]] bool write(Record const& record, Presentation const& presentation);
+    [[nodiscard]] bool write(Series const& series, Presentation const& presentation);
 
   private:
+    template <class Write>
+    bool writeEach(Write const& write);
+
     struct Output {
         View const* view;
         std::string path;                // empty: not asked for

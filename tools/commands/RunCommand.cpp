@@ -2,6 +2,7 @@
 
 #include "commands/Input.h"
 #include "commands/NextSteps.h"
+#include "commands/Repeating.h"
 #include "commands/ViewOptions.h"
 #include "devices/RealDevices.h"
 #include "rules/Verdict.h"
@@ -12,15 +13,18 @@
 #include "run/TraceMarker.h"
 #include "run/Watch.h"
 #include "scenario/ScenarioReader.h"
+#include "text/ShellText.h"
 #include "text/TimeText.h"
 
 #include <zeqcam/board/QosFile.h>
 
+#include <fmt/format.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
 #include <chrono>
 #include <cmath>
+#include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 #include <exception>
@@ -56,6 +60,7 @@ struct Options : ViewOptions {
     bool simulate = false;
     std::optional<std::string> schedule;
     std::vector<std::string> settings;
+    RepeatOptions repeat;
 };
 
 // Unlike a comparison with both ends, not a number is wrong here.
@@ -94,8 +99,13 @@ void addOptions(CLI::App& app, Options& options) {
                    "Run in the order that a schedule tells, as explore prints it, not the seed.")
         ->type_name("TEXT")
         ->needs(simulate);
+    options.repeat.addOptions(app);
+    for (char const* const ofOneRun : {"--schedule", "--ftrace"})
+        app.get_option(ofOneRun)->excludes(app.get_option("--repeat"));
     options.addStrictness(app);
     options.addSelection(app);
+    for (char const* const ofOneRun : {"--client", "--sensor", "--from", "--to"})
+        app.get_option(ofOneRun)->excludes(app.get_option("--repeat"));
     auto* const verbose = app.add_flag(
         "-v,--verbose", [&options](std::int64_t) { options.detailsLevel = kAll; },
         "Log debug lines too, whatever the file says.");
@@ -173,12 +183,15 @@ int play(Scenario const& scenario, Options& options, LogOutput& log, RealDevices
     return isTold && verdictOn(taken, options.strictness) == Verdict::Passed ? kAllHeld : kFailed;
 }
 
+std::optional<std::chrono::nanoseconds> limitOf(Options const& options) {
+    if (!options.timeoutSeconds) return {};
+    return std::chrono::nanoseconds(std::llround(*options.timeoutSeconds * 1e9));
+}
+
 // In virtual time nothing is waited for: a run that nobody can go on with is cut off at once.
 int playSimulated(Scenario const& scenario, Options& options, LogOutput& log) {
-    std::optional<std::chrono::nanoseconds> limit;
-    if (options.timeoutSeconds) limit = std::chrono::nanoseconds(std::llround(*options.timeoutSeconds * 1e9));
     Order const order = options.schedule ? Order(*options.schedule) : Order(scenario.settings.seed);
-    SimulatedRun played = simulate(scenario, order, limit);
+    SimulatedRun played = simulate(scenario, order, limitOf(options));
     played.record.files = {options.file};
     log.close();
     bool const isTold = tell(played.record, options, options.file);
@@ -187,6 +200,42 @@ int playSimulated(Scenario const& scenario, Options& options, LogOutput& log) {
     if (played.leavesThreads()) leave(kTimedOut);
     if (played.record.cutOff) return kTimedOut;
     return isTold && verdictOn(played.record, options.strictness) == Verdict::Passed ? kAllHeld : kFailed;
+}
+
+// The command that plays one of many runs alone, up to its seed.
+std::string commandOfOne(Options const& options) {
+    std::string command = "zeqcam-power run " + shellWord(options.file);
+    for (std::string const& setting : options.settings) command += " --set " + shellWord(setting);
+    if (options.simulate) command += " --simulate";
+    if (options.timeoutSeconds) command += fmt::format(" --timeout {}", *options.timeoutSeconds);
+    for (std::string const& rule : options.strictness.allowed) command += " --allow " + shellWord(rule);
+    if (options.strictness.clientsToo) command += " --strict";
+    if (options.detailsLevel)
+        command += *options.detailsLevel == kAll ? " -v" : *options.detailsLevel == kErrors ? " -qq" : " -q";
+    return command + " --seed";
+}
+
+int playMany(Scenario const& scenario, Options& options) {
+    std::size_t const times = *options.repeat.times;
+    if (scenario.settings.seed + times - 1 > kMostSeed) {
+        complain(fmt::format("--repeat: {} seeds from {} on are too many", times, scenario.settings.seed));
+        return kWrongInput;
+    }
+    End end = End::AllDone;
+    Series series = repeatWatched(scenario,
+                                  {.times = times,
+                                   .jobs = options.repeat.jobs.value_or(0),
+                                   .simulates = options.simulate,
+                                   .limit = limitOf(options),
+                                   .strictness = options.strictness,
+                                   .progress = {},
+                                   .isCancelled = {}},
+                                  end);
+    series.file = options.file;
+    series.repeatedBy = commandOfOne(options);
+    bool const isTold = tell(series, options);
+    if (auto const cut = cutOff(end, options)) return cut->status;
+    return isTold && series.failedRuns().empty() ? kAllHeld : kFailed;
 }
 
 int run(Options& options) try {
@@ -201,6 +250,7 @@ int run(Options& options) try {
     for (auto const& [id, sensor] : scenario.settings.sensors) sensors.emplace(id, sensor.name);
     options.select(clients, sensors, "the scenario");
     files.push_back(options.file);
+    if (options.repeat.times) options.outputs.requireSeriesViews();
     options.outputs.open(files, options.json);
     std::optional<Descriptor> traceMarker;
     if (options.kernelTrace) traceMarker.emplace(openTraceMarker());
@@ -217,6 +267,7 @@ int run(Options& options) try {
     if (traceMarker) scenario.settings.traceMarker = traceMarker->get();
     if (options.seed) scenario.settings.seed = *options.seed;
     if (options.detailsLevel) scenario.settings.log.detailsLevel = *options.detailsLevel;
+    if (options.repeat.times) return playMany(scenario, options);
     return options.simulate ? playSimulated(scenario, options, log) : play(scenario, options, log, devices);
 } catch (CannotOpen const& error) {
     complain(error.what());

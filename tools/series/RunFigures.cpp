@@ -60,6 +60,7 @@ constexpr KindSet kSensorBegins{Kind::SensorPowerOn, Kind::SensorPowerOff};
 constexpr KindSet kSensorEnds{Kind::SensorPowerOnDone, Kind::SensorPowerOffDone};
 constexpr KindSet kServices{Kind::Hal3APowerOn, Kind::Hal3APowerOff, Kind::PeripheralPowerOn,
                             Kind::PeripheralPowerOff};
+constexpr KindSet kTracing{Kind::TraceTags, Kind::TraceBegin, Kind::TraceEnd};
 
 class Collector {
   public:
@@ -108,7 +109,7 @@ class Collector {
         std::map<std::uint32_t, std::size_t> open;
         for (Event const& event : mRecord.events) {
             if (auto const found = open.find(event.thread); found != open.end()) {
-                if (event.kind == Kind::TraceEnd || event.kind == Kind::TraceBegin)
+                if (kTracing.contains(event.kind))
                     mInto.figures[found->second].ms = millisecondsOf(event.time - mBegan[found->second]);
                 open.erase(found);
             }

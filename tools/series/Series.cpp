@@ -66,6 +66,13 @@ std::vector<Series::Measured const*> measuredOf(Series const& series, Subject::O
     return all;
 }
 
+Series::Sample const* longestOf(Series::Measured const& measured) {
+    auto const longest = std::max_element(
+        measured.samples.begin(), measured.samples.end(),
+        [](Series::Sample const& left, Series::Sample const& right) { return left.ms < right.ms; });
+    return longest == measured.samples.end() ? nullptr : &*longest;
+}
+
 std::vector<double> sortedTimes(Series::Measured const& measured) {
     std::vector<double> times;
     times.reserve(measured.samples.size());

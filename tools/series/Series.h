@@ -56,6 +56,8 @@ class Series {
     std::string file;  // that was played or read
     RunsBy runsBy = RunsBy::Seed;
     ClockKind clock = ClockKind::Virtual;
+    std::size_t asked = 0;   // runs, where they were to be more; 0: these are all
+    std::string repeatedBy;  // the command that plays one of the runs again, up to its seed; empty: none
 
   private:
     Measured& at(Subject const& subject);
@@ -68,6 +70,9 @@ class Series {
 
 // Of one kind of subject, in the order of their median begins.
 std::vector<Series::Measured const*> measuredOf(Series const& series, Subject::Of of);
+
+// Null: it has no sample. Of several, the first.
+Series::Sample const* longestOf(Series::Measured const& measured);
 
 // The samples' times, rising.
 std::vector<double> sortedTimes(Series::Measured const& measured);

@@ -25,12 +25,16 @@ struct Presentation {
     bool full = false;  // a picture may become as tall and large as it takes
 };
 
+class Series;
+
 // A way to show a record. It reads the record and nothing else, and writes to `out` alone; the same record
 // and presentation give the same bytes. Any number may run at once.
 struct View {
     std::string_view option;  // of the command line, after "--"
     std::string_view help;
     void (*write)(Record const& record, Presentation const& presentation, std::ostream& out);
+    // The same of many runs; null: it is of one.
+    void (*writeSeries)(Series const& series, Presentation const& presentation, std::ostream& out) = nullptr;
 };
 
 // Those that a command writes to a file where its option asks for that, in the order of the help text.

@@ -1,4 +1,6 @@
 #include "views/JUnit.h"
+#include "views/SeriesJUnit.h"
+#include "views/SeriesSvg.h"
 #include "views/SvgTimeline.h"
 #include "views/TraceFile.h"
 #include "views/View.h"
@@ -10,9 +12,9 @@ namespace {
 
 constexpr std::array kFileViews{
     View{"trace", "Write the timeline in the Trace Event Format, which trace viewers open.", writeTrace},
-    View{"svg", "Write the timeline as a picture.", writeSvg},
+    View{"svg", "Write the timeline as a picture.", writeSvg, writeSeriesSvg},
     View{"junit", "Write expectations and rules as test cases, in the JUnit form that CI servers read.",
-         writeJUnit},
+         writeJUnit, writeSeriesJUnit},
 };
 
 }  // namespace
