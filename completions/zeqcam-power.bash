@@ -17,6 +17,7 @@ _zeqcam_power() {
     chain:--request | chain:--client | chain:--sensor | chain:--from | chain:--to | chain:--pid | chain:--seed | chain:--repeat | chain:--width) COMPREPLY=() ;;
     read:--pid | read:--client | read:--sensor | read:--from | read:--to | read:--width) COMPREPLY=() ;;
     run:--trace | run:--svg | run:--junit | explore:--trace | explore:--svg | explore:--junit | read:--trace | read:--svg | read:--junit | read:--scenario | devices:--scenario) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
+    run:--trace | run:--svg | run:--html | run:--junit | explore:--trace | explore:--svg | explore:--html | explore:--junit | read:--trace | read:--svg | read:--html | read:--junit | read:--scenario) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
     *)
       local words='run explore check read devices rules schema --help --version'
       local words='run explore check read chain rules schema --help --version'
@@ -24,8 +25,9 @@ _zeqcam_power() {
       [ "$command" = run ] && words='--set --trace --svg --junit --ftrace --json --verbose --quiet --seed --timeout --simulate --schedule --allow --strict --client --sensor --from
       local words='run explore check read rules schema --help --version'
       [ "$command" = run ] && words='--trace --svg --junit --ftrace --json --verbose --quiet --seed --timeout --simulate --schedule --repeat --jobs --allow --strict --client --sensor --from
+      [ "$command" = run ] && words='--trace --svg --html --junit --ftrace --json --verbose --quiet --seed --timeout --simulate --schedule --allow --strict --client --sensor --from
         --to --width --full --help'
-      [ "$command" = read ] && words='--pid --follow --scenario --trace --svg --junit --json --allow --strict --client --sensor --from --to
+      [ "$command" = read ] && words='--pid --follow --scenario --trace --svg --html --junit --json --allow --strict --client --sensor --from --to
         --width --full --help'
       [ "$command" = explore ] && words='--preemptions --schedules --seconds --trace --svg --junit --help'
       [ "$command" = devices ] && words='--video --scenario --json --help'
@@ -34,6 +36,7 @@ _zeqcam_power() {
       [ "$command" = explore ] && words='--set --preemptions --schedules --seconds --trace --svg --junit --help'
       [ "$command" = blame ] && words='--set --request --client --sensor --from --to --pid --seed --repeat --json --width --help'
       [ "$command" = chain ] && words='--set --request --client --sensor --from --to --pid --seed --repeat --full --json --width --help'
+      [ "$command" = explore ] && words='--preemptions --schedules --seconds --trace --svg --html --junit --help'
       [[ $command == check || $command == rules || $command == schema ]] && words='--help'
       if [[ -z $command || $command == schema || $command == rules || $command == devices || $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")

@@ -92,6 +92,7 @@ class Reader {
             mRows[*thread.row].busy = true;
         }
         Section section;
+        section.number = mSections++;
         section.kind = opening.kind;
         section.label = mTimeline.texts.add(opening.label);
         for (std::size_t i = 0; i < opening.briefs.size(); ++i)
@@ -157,6 +158,7 @@ class Reader {
         if (!thread.row) thread.marks.push_back(thread.lastLine);
         mTimeline.marks.push_back({event.time, thread.row.value_or(0), level,
                                    mTimeline.texts.add(markText(mRecord, event)), event.thread});
+        if (!thread.open.empty()) mTimeline.marks.back().section = thread.open.back().section.number;
     }
 
     // A log statement reaches up to two logs, one after the other; the debug print adds where it stands.
@@ -252,6 +254,7 @@ class Reader {
     std::vector<RowState> mRows;        // of the timeline's rows
     std::vector<ThreadState> mThreads;  // of the record's threads
     std::set<int> mPowered;
+    std::uint32_t mSections = 0;  // that were opened
 };
 
 }  // namespace

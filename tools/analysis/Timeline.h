@@ -21,6 +21,7 @@ struct Section {
     SectionKind kind = SectionKind::Trace;
     bool open = false;                      // it had not ended at the end of the record
     bool failed = false;                    // a sensor that did not come up, a request that was refused
+    std::uint32_t number = 0;               // no other section of the timeline has it
     std::uint32_t thread = 0;               // index into Record::threads
     OptionalNumber<std::uint32_t> request;  // of a request or a wait: index into Record::requests
     std::optional<int> sensor;              // of a call on one, and of what the library traces of one
@@ -52,7 +53,8 @@ struct Mark {
     std::uint32_t row = 0;
     Level level = Level::Info;
     TextId text = TextId::Empty;
-    std::uint32_t thread = 0;  // index into Record::threads
+    std::uint32_t thread = 0;               // index into Record::threads
+    OptionalNumber<std::uint32_t> section;  // by its number: the innermost that the thread was in
 };
 
 // How many sensors were powered from a time on.

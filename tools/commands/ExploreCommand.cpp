@@ -2,6 +2,7 @@
 
 #include "commands/Input.h"
 #include "commands/Outputs.h"
+#include "commands/SourceTexts.h"
 #include "commands/Terminal.h"
 #include "devices/RealDevices.h"
 #include "rules/Verdict.h"
@@ -41,6 +42,7 @@ struct Options {
     std::string file;
     std::vector<std::string> settings;
     Outputs outputs;
+    std::vector<Source> sources;
     int preemptions = 2;
     std::uint64_t schedules = 0;
     double seconds = 0;
@@ -119,6 +121,7 @@ Presentation presentationOf(Options const& options) {
     Presentation presentation =
         presentationOn(options.outputs.takeOutput() ? STDERR_FILENO : STDOUT_FILENO, {});
     presentation.title = std::filesystem::path(options.file).filename();
+    presentation.sources = options.sources;
     return presentation;
 }
 
@@ -186,6 +189,7 @@ int explore(Options& options) try {
         return kWrongInput;
     }
     requireSimulated(scenario, options.file);
+    if (options.outputs.areAsked()) options.sources = sourceTexts(options.file, files);
     files.push_back(options.file);
     options.outputs.open(files, false);
     if (std::string const reason = board::QosFile::provide(); !reason.empty()) {

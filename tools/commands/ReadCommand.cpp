@@ -92,6 +92,8 @@ void tellReach(ReadProcess const& read, std::ostream& out) {
 bool tellProcess(ReadProcess const& read, Options& options) {
     Record const& record = read.record;
     std::string const name = record.process ? fmt::format("process {}", *record.process) : "a process";
+    if (options.outputs.areAsked())
+        options.sources = {{"a scenario that plays it again", scenarioOf(record, read.notes)}};
     if (!options.json)
         options.textOutput() << '\n' << name << " of " << printable(record.files.front()) << '\n';
     bool isTold = tell(record, options, name);

@@ -3,6 +3,7 @@
 #include "commands/Input.h"
 #include "commands/NextSteps.h"
 #include "commands/Repeating.h"
+#include "commands/SourceTexts.h"
 #include "commands/ViewOptions.h"
 #include "devices/RealDevices.h"
 #include "rules/Verdict.h"
@@ -249,6 +250,7 @@ int run(Options& options) try {
     std::map<int, std::string> sensors;
     for (auto const& [id, sensor] : scenario.settings.sensors) sensors.emplace(id, sensor.name);
     options.select(clients, sensors, "the scenario");
+    if (options.outputs.areAsked()) options.sources = sourceTexts(options.file, files);
     files.push_back(options.file);
     if (options.repeat.times) options.outputs.requireSeriesViews();
     options.outputs.open(files, options.json);

@@ -95,6 +95,7 @@ Presentation ViewOptions::presentation(std::string const& title) const {
     presentation.full = full;
     presentation.strictness = strictness;
     presentation.title = title;
+    presentation.sources = sources;
     return presentation;
 }
 

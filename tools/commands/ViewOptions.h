@@ -28,7 +28,8 @@ struct ViewOptions {
     std::vector<std::string> clients;
     std::vector<std::string> sensors;
     bool full = false;
-    Selection selection;  // as these say of what there is
+    Selection selection;          // as these say of what there is
+    std::vector<Source> sources;  // for a page; nobody else asks for them
 
     // Options of the command line; this object outlives its reading.
     void addStrictness(CLI::App& app);

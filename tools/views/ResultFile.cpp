@@ -239,23 +239,27 @@ ordered_json pendingOf(Record const& record) {
 
 }  // namespace
 
+ordered_json resultOf(Record const& record, Strictness const& strictness) {
+    return {{"form", kForm},
+            {"file", record.files.front()},
+            {"seed", record.seed ? ordered_json(*record.seed) : ordered_json()},
+            {"verdict", nameOf(verdictOn(record, strictness))},
+            {"cut_off", record.cutOff ? ordered_json(*record.cutOff) : ordered_json()},
+            {"clock", nameOf(record.clock)},
+            {"duration_ms", milliseconds(record.end - record.begin)},
+            {"expectations", record.expectations.size()},
+            {"unmet", unmetOf(record)},
+            {"broken_rules", brokenRulesIn(record, strictness)},
+            {"caller_faults", callerFaultsOf(record)},
+            {"requests", requestsOf(record)},
+            {"sensors", sensorsOf(record)},
+            {"pending", pendingOf(record)}};
+}
+
 void writeResult(Record const& record, Presentation const& presentation, std::ostream& out) {
-    Strictness const& strictness = presentation.strictness;
-    ordered_json const result{{"form", kForm},
-                              {"file", record.files.front()},
-                              {"seed", record.seed ? ordered_json(*record.seed) : ordered_json()},
-                              {"verdict", nameOf(verdictOn(record, strictness))},
-                              {"cut_off", record.cutOff ? ordered_json(*record.cutOff) : ordered_json()},
-                              {"clock", nameOf(record.clock)},
-                              {"duration_ms", milliseconds(record.end - record.begin)},
-                              {"expectations", record.expectations.size()},
-                              {"unmet", unmetOf(record)},
-                              {"broken_rules", brokenRulesIn(record, strictness)},
-                              {"caller_faults", callerFaultsOf(record)},
-                              {"requests", requestsOf(record)},
-                              {"sensors", sensorsOf(record)},
-                              {"pending", pendingOf(record)}};
-    out << result.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
+    out << resultOf(record, presentation.strictness)
+               .dump(2, ' ', false, ordered_json::error_handler_t::replace)
+        << '\n';
 }
 
 }  // namespace zeqcam::tool

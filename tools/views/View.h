@@ -9,10 +9,17 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace zeqcam::tool {
 
 enum class Glyphs : std::uint8_t { Ascii, Utf8 };
+
+// A text that a record was made from, or would be made from again.
+struct Source {
+    std::string name;  // of its file
+    std::string text;
+};
 
 // How a record is to be shown; each view takes what concerns it.
 struct Presentation {
@@ -23,6 +30,7 @@ struct Presentation {
     Strictness strictness;  // where the view tells what the rules say
     Selection selection{};
     bool full = false;  // a picture may become as tall and large as it takes
+    std::vector<Source> sources{};
 };
 
 class Series;

@@ -1,0 +1,274 @@
+// Opens pages in headless Chromium, from the disk and without a network, and checks what a reader relies on: a search
+// finds, a click shows the right lines, a filter hides, a zoom keeps its place, the keyboard does it all, log and
+// timeline move together, nothing of the data acts, and a step of the zoom stays fluid however much there is.
+//
+//     node page-check.mjs PHONE.html HOSTILE.html MANY.html [FOLDER]
+//
+// of examples/phone.toml, hostile.toml and many-sections.toml. FOLDER takes pictures. CHROMIUM names the browser to
+// use. The exit status is 1 when a check fails.
+import assert from 'node:assert/strict';
+import { join, resolve } from 'node:path';
+import { pathToFileURL } from 'node:url';
+import { chromium } from 'playwright-core';
+
+const [phone, hostile, many, pictures] = process.argv.slice(2);
+if (!many) {
+  console.error('usage: node page-check.mjs PHONE.html HOSTILE.html MANY.html [FOLDER]');
+  process.exit(2);
+}
+
+const FLUID_MS = 50;
+const AXIS = 24, MARKS = 9, BAR = 18;  // of the timeline, in pixels
+
+const browser = await chromium.launch({
+  executablePath: process.env.CHROMIUM ?? '/usr/bin/chromium',
+  args: ['--no-sandbox', '--host-resolver-rules=MAP * ~NOTFOUND'],
+});
+const faults = [];
+
+async function open(file, options = {}) {
+  const page = await browser.newPage({ viewport: { width: 1400, height: 1000 }, ...options });
+  page.on('console', (message) => faults.push(`${file}: console: ${message.text()}`));
+  page.on('pageerror', (error) => faults.push(`${file}: ${error.stack}`));
+  page.on('dialog', (dialog) => faults.push(`${file}: dialog: ${dialog.message()}`));
+  page.on('request', (request) => {
+    if (!request.url().startsWith('file:')) faults.push(`${file}: it fetches ${request.url()}`);
+  });
+  await page.goto(pathToFileURL(resolve(file)).href);
+  await page.locator('canvas').waitFor();
+  return page;
+}
+
+const dataOf = (page) => page.evaluate(() => JSON.parse(document.getElementById('data').textContent));
+
+// Two frames: what was asked for has been drawn.
+const settle = (page) => page.evaluate(() => new Promise((done) => {
+  requestAnimationFrame(() => requestAnimationFrame(done));
+}));
+
+// Where in the window a section's bar begins and stands, by the names beside it and the data.
+async function placeOf(page, { timeline }, section, [from, to] = [timeline.begin, timeline.end]) {
+  const row = timeline.rows[timeline.sections.row[section]].name;
+  const name = page.locator('.names li', { hasText: new RegExp(`^${row}$`) });
+  await name.scrollIntoViewIfNeeded();
+  const [canvas, { y }] = [await page.locator('canvas').boundingBox(), await name.boundingBox()];
+  const at = (time) => canvas.x + ((time - from) / (to - from)) * canvas.width;
+  return { x: at(timeline.sections.begin[section]), end: at(timeline.sections.end[section]),
+    y: y + MARKS + (timeline.sections.depth[section] + 0.4) * BAR };
+}
+
+const textsOf = (page, selector) => page.locator(selector).allTextContents();
+const linesInSight = (page) => page.evaluate(() => {
+  const box = document.querySelector('.log').getBoundingClientRect();
+  return [...document.querySelectorAll('.log li')].filter((line) => {
+    const { top, bottom } = line.getBoundingClientRect();
+    return top >= box.top - 1 && bottom <= box.bottom + 1;
+  }).map((line) => ({ ms: Number(line.querySelector('.time').textContent), who: line.querySelector('.who').textContent,
+    text: line.querySelector('.text').textContent }));
+});
+
+// A section by its label; the n-th where there are several.
+const sectionCalled = ({ timeline: { sections, texts } }, label, n = 0) =>
+  sections.label.map((text, index) => [texts[text], index]).filter(([text]) => text === label)[n][1];
+
+const checks = {
+  async 'what is wrong comes first, then the timeline, the figures and the scenario'(page) {
+    assert.deepEqual(await textsOf(page, 'h2'), ['What is wrong', 'Timeline', 'Statistics', 'Scenario']);
+    assert.match((await textsOf(page, '.verdict'))[0], /8 of 8 expectations held, no rule is broken/);
+    assert.match((await textsOf(page, '.findings'))[0], /tele did not come up/);
+    await page.getByRole('button', { name: 'Line 43' }).click();
+    assert.match((await textsOf(page, '.source .shown'))[0], /failed = \["tele"\]/);
+  },
+
+  async 'a search finds'(page, data) {
+    await page.keyboard.press('/');
+    await page.keyboard.type('TELE OFF');
+    const { texts, sections } = data.timeline;
+    const found = sections.label.filter((label) => texts[label] === 'tele off').length;
+    assert.equal((await textsOf(page, '.told'))[0], String(found));
+    await page.keyboard.press('Enter');
+    assert.equal((await textsOf(page, '.told'))[0], `1 of ${found}`);
+    assert.match((await textsOf(page, '.details h3'))[0], /^tele off/);
+    await page.getByRole('searchbox').fill('no such thing');
+    assert.equal((await textsOf(page, '.told'))[0], 'nothing found');
+  },
+
+  async 'a click on a bar shows what it is, and its log lines'(page, data) {
+    const section = sectionCalled(data, 'powerOnSensor: tele');
+    const { x, end, y } = await placeOf(page, data, section);
+    await page.mouse.click((x + end) / 2, y);
+    assert.match((await textsOf(page, '.details h3'))[0], /^powerOnSensor: tele/);
+    const { marks, texts, sections } = data.timeline;
+    const isInside = (each) => each !== null && (each === section || isInside(sections.holder[each]));
+    const own = marks.text.filter((_, mark) => isInside(marks.section[mark])).map((text) => texts[text]);
+    assert.ok(own.some((text) => text.includes('powerOn failed')));
+    assert.deepEqual(await textsOf(page, '.own-lines li'), own);
+    await page.locator('.own-lines button', { hasText: 'powerOn failed' }).first().click();
+    assert.match((await linesInSight(page)).map(({ text }) => text).join('\n'), /powerOn failed/);
+    assert.match((await textsOf(page, '.log [aria-selected=true]'))[0], /powerOn failed/);
+  },
+
+  async 'a click on a request shows the lines of its workers too'(page, data) {
+    const section = sectionCalled(data, 'power on main wide tele');
+    const { x, end, y } = await placeOf(page, data, section);
+    await page.mouse.click((x + end) / 2, y);
+    const lines = await textsOf(page, '.own-lines li');
+    assert.ok(lines.some((line) => line.includes('[initSensor] sensorIndex:3 powerOn failed')), lines.join('\n'));
+    assert.ok(lines.some((line) => line.includes('powerOnOps] powerOn +')));
+    assert.match((await textsOf(page, '.details dl'))[0], /true, tele failed/);
+  },
+
+  async 'a filter hides'(page) {
+    await page.getByText('face unlock', { exact: true }).first().click();
+    const names = await textsOf(page, '.names li');
+    assert.ok(names.includes('face unlock') && names.includes('front worker'));
+    assert.ok(!names.includes('camera app') && !names.includes('tele worker') && !names.includes('tele'), names.join());
+    assert.deepEqual([...new Set((await linesInSight(page)).map(({ who }) => who))].sort(), ['face unlock', 'front worker']);
+    await page.getByText('face unlock', { exact: true }).first().click();
+    await page.locator('[data-filter=sensors]').getByText('wide').click();
+    const lanes = (await textsOf(page, '.names li')).filter((name) => ['main', 'front', 'wide', 'tele'].includes(name));
+    assert.deepEqual(lanes, ['wide']);
+  },
+
+  async 'a zoom keeps its place under the pointer'(page, data) {
+    const { x, y } = await placeOf(page, data, sectionCalled(data, 'power on main tele'));
+    const titleAt = async (offset) => {
+      await page.mouse.move(x + offset, y);
+      return page.locator('canvas').getAttribute('title');
+    };
+    assert.match(await titleAt(2), /^power on main tele/);
+    for (let step = 0; step < 8; ++step) await page.mouse.wheel(0, -120);
+    await settle(page);
+    assert.match(await titleAt(4), /^power on main tele/);
+    assert.doesNotMatch(await titleAt(-6), /^power on main tele/);
+    await page.mouse.move(x + 300, y);
+    await page.mouse.down();
+    await page.mouse.move(x + 200, y, { steps: 5 });
+    await page.mouse.up();
+    await settle(page);
+    assert.match(await titleAt(-96), /^power on main tele/);
+    assert.doesNotMatch(await titleAt(-108), /^power on main tele/);
+  },
+
+  async 'the keyboard does it all'(page) {
+    const detail = async () => (await textsOf(page, '.details h3'))[0];
+    await page.locator('canvas').focus();
+    await page.keyboard.press('ArrowDown');
+    const first = await detail();
+    await page.keyboard.press('ArrowDown');
+    assert.notEqual(await detail(), first);
+    await page.keyboard.press('ArrowUp');
+    assert.equal(await detail(), first);
+    await page.keyboard.press('ArrowRight');
+    assert.notEqual(await detail(), first);
+    await page.keyboard.press('Enter');
+    await settle(page);
+    const zoomed = await linesInSight(page);
+    await page.keyboard.press('*');
+    await page.keyboard.press('+');
+    await page.keyboard.press('-');
+    await page.keyboard.press('Escape');
+    assert.deepEqual(await textsOf(page, '.details h3'), []);
+    assert.ok(zoomed.length > 0);
+    await page.locator('.log').focus();
+    await page.keyboard.press('End');
+    await settle(page);
+    const id = await page.locator('.log').getAttribute('aria-activedescendant');
+    assert.equal(await page.locator(`#${id}`).getAttribute('aria-posinset'),
+      await page.locator(`#${id}`).getAttribute('aria-setsize'));
+  },
+
+  async 'log and timeline move together'(page, data) {
+    const request = sectionCalled(data, 'power off main wide tele');
+    await page.getByRole('table').last().getByRole('button', { name: 'power off' }).last().click();
+    await page.getByRole('button', { name: 'Zoom to it' }).click();
+    await settle(page);
+    const { begin, end } = data.timeline.sections;
+    const times = (await linesInSight(page)).map(({ ms }) => ms * 1e6);
+    assert.ok(times.some((time) => time >= begin[request] && time <= end[request]), `the log is at ${times}`);
+    await page.locator('.log').evaluate((log) => { log.scrollTop = 0; });
+    await settle(page);
+    const canvas = await page.locator('canvas').boundingBox(), name = page.locator('.names li', { hasText: /^camera app$/ });
+    await name.scrollIntoViewIfNeeded();
+    await page.mouse.move(canvas.x + canvas.width - 3, (await name.boundingBox()).y + MARKS + 5);
+    assert.match(await page.locator('canvas').getAttribute('title'), /^power on main wide tele/);
+  },
+
+  async 'colours follow the switch'(page) {
+    const ground = () => page.evaluate(() => getComputedStyle(document.body).backgroundColor);
+    const canvas = async () => (await page.locator('canvas').screenshot()).toString('base64');
+    const before = [await ground(), await canvas()];
+    for (const _ of ['light', 'dark']) await page.getByRole('button', { name: /^Colours/ }).click();
+    await settle(page);
+    const after = [await ground(), await canvas()];
+    assert.notEqual(before[0], after[0]);
+    assert.notEqual(before[1], after[1]);
+  },
+};
+
+// Milliseconds from a turn of the wheel to the drawn frame.
+function zoomSteps(page) {
+  return page.evaluate(async () => {
+    const canvas = document.querySelector('canvas'), box = canvas.getBoundingClientRect(), steps = [];
+    for (let step = 0; step < 60; ++step) {
+      await new Promise(requestAnimationFrame);
+      const began = performance.now();
+      canvas.dispatchEvent(new WheelEvent('wheel', { deltaY: step % 30 < 15 ? -100 : 100, bubbles: true, cancelable: true,
+        clientX: box.x + box.width * 0.4, clientY: box.y + 100 }));
+      await new Promise(requestAnimationFrame);
+      steps.push(performance.now() - began);
+    }
+    return steps.sort((a, b) => a - b);
+  });
+}
+
+async function check(name, act) {
+  try {
+    await act();
+  } catch (error) {
+    faults.push(`${name}: ${error.message}`);
+  }
+}
+
+try {
+  for (const [name, act] of Object.entries(checks)) {
+    const page = await open(phone);
+    await check(name, async () => act(page, await dataOf(page)));
+    await page.close();
+  }
+  await check('nothing of the data acts', async () => {
+    const page = await open(hostile);
+    assert.equal(await page.evaluate(() => globalThis.hacked), undefined);
+    assert.equal(await page.evaluate(() => document.images.length), 0);
+    const names = await textsOf(page, '.names li');
+    for (const name of ['<img src=x onerror=hacked=1>', '<svg onload=hacked=1>', '</script><script>hacked = 1</script>'])
+      assert.ok(names.includes(name), name);
+    assert.match((await textsOf(page, '.verdict'))[0], /^failed/);
+    await page.close();
+  });
+  await check('a zoom is fluid', async () => {
+    const page = await open(many), { timeline } = await dataOf(page);
+    const steps = await zoomSteps(page), median = steps[steps.length >> 1];
+    console.log(`${many}: ${timeline.sections.row.length} sections; a step of the zoom, to the drawn frame: `
+      + `median ${median.toFixed(1)} ms, longest ${steps.at(-1).toFixed(1)} ms (bound ${FLUID_MS})`);
+    assert.ok(timeline.sections.row.length >= 20000);
+    assert.ok(median <= FLUID_MS, `a step takes ${median} ms`);
+    await page.close();
+  });
+  for (const [width, height] of [[1400, 1000], [375, 800]]) {
+    for (const colorScheme of ['light', 'dark']) {
+      const page = await open(phone, { viewport: { width, height }, colorScheme });
+      await check(`${width} pixels, ${colorScheme}`, async () => {
+        const overflow = await page.evaluate(() => document.documentElement.scrollWidth - innerWidth);
+        assert.ok(overflow <= 0, `the page is ${overflow} pixels too wide`);
+      });
+      if (pictures) await page.screenshot({ path: join(pictures, `page-${width}-${colorScheme}.png`) });
+      await page.close();
+    }
+  }
+} finally {
+  await browser.close();
+}
+console.log(`${phone}: ${Object.keys(checks).length} checks`);
+for (const fault of faults) console.error(fault);
+process.exitCode = faults.length > 0 ? 1 : 0;

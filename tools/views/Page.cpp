@@ -1,0 +1,78 @@
+#include "views/Page.h"
+
+#include "text/Markup.h"
+#include "text/Printable.h"
+#include "views/PageTimeline.h"
+#include "views/ResultFile.h"
+
+#include <embedded/page.html.h>
+
+#include <nlohmann/json.hpp>
+
+#include <cstddef>
+#include <stdexcept>
+#include <utility>
+
+namespace zeqcam::tool {
+namespace {
+
+using nlohmann::ordered_json;
+
+std::string textOf(ordered_json const& json) {
+    return json.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
+}
+
+// JSON as it stands inside a script element: there a "<" could end the element or begin a comment. It stands
+// in texts alone, where an escape says the same.
+void writeForScript(std::string_view json, std::ostream& out) {
+    for (std::size_t from = 0;;) {
+        std::size_t const at = json.find('<', from);
+        out << json.substr(from, at - from);
+        if (at == std::string_view::npos) return;
+        out << "\\u003c";
+        from = at + 1;
+    }
+}
+
+// Cuts the page at a place that its sources leave for what is written here.
+std::pair<std::string_view, std::string_view> cutAt(std::string_view page, std::string_view place) {
+    std::size_t const at = page.find(place);
+    if (at == std::string_view::npos) throw std::logic_error("the page has no place " + std::string(place));
+    return {page.substr(0, at), page.substr(at + place.size())};
+}
+
+ordered_json scenarioOf(std::vector<Source> const& sources) {
+    ordered_json files = ordered_json::array();
+    for (auto const& [name, text] : sources) files.push_back({{"name", name}, {"text", text}});
+    return files;
+}
+
+}  // namespace
+
+void writePage(std::string_view title, std::vector<PagePart> const& parts, std::ostream& out) {
+    auto const [head, behindTitle] = cutAt(embedded::kPageHtml, "{{title}}");
+    auto const [body, end] = cutAt(behindTitle, "{{data}}");
+    out << head << escaped(printable(title)) << body;
+    writeForScript("{\"title\":" + textOf(title), out);
+    for (auto const& [name, json] : parts) {
+        writeForScript(",\n" + textOf(name) + ':', out);
+        writeForScript(json, out);
+    }
+    out << '}' << end;
+}
+
+std::vector<PagePart> pageParts(Record const& record, Presentation const& presentation) {
+    std::vector<PagePart> parts{
+        {"result", textOf(resultOf(record, presentation.strictness))},
+        {"timeline", textOf(pageTimelineOf(record, presentation.selection))},
+    };
+    if (!presentation.sources.empty())
+        parts.push_back({"scenario", textOf(scenarioOf(presentation.sources))});
+    return parts;
+}
+
+void writeHtml(Record const& record, Presentation const& presentation, std::ostream& out) {
+    writePage(presentation.title, pageParts(record, presentation), out);
+}
+
+}  // namespace zeqcam::tool
