@@ -122,6 +122,17 @@ TEST(Page, PutsALogLineIntoTheInnermostSectionOfItsThread) {
     EXPECT_EQ(marks.at("section")[2], sectionsCalled(timeline, "powerOnSensor: 3").at(1));
 }
 
+TEST(Page, TellsWhatAThreadDidForTheProcessor) {
+    using State = Scheduling::State;
+    Record record = recordOf(aRun());
+    record.scheduling = {{kBegin, 0, State::Running}, {kBegin + 10ms, 0, State::Asleep}};
+    json const rows = timelineJson(record).at("rows");
+    EXPECT_EQ(rows[0].at("processor"), json({{"begin", {0, 10'000'000}},
+                                             {"end", {10'000'000, 100'000'000}},
+                                             {"state", {"running", "asleep"}}}));
+    EXPECT_EQ(rows[1].at("processor"), nullptr);
+}
+
 TEST(Page, TellsTheUnknownAsNull) {
     Record record = recordOf(
         {{0, 1, Kind::Request, "app", 0, 0, "power off"}, {5, 1, Kind::Reply, "app", 0, 0, "power off"}});

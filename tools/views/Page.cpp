@@ -1,7 +1,9 @@
 #include "views/Page.h"
 
+#include "analysis/Chain.h"
 #include "text/Markup.h"
 #include "text/Printable.h"
+#include "views/ChainText.h"
 #include "views/PageTimeline.h"
 #include "views/ResultFile.h"
 
@@ -9,6 +11,7 @@
 
 #include <nlohmann/json.hpp>
 
+#include <chrono>
 #include <cstddef>
 #include <stdexcept>
 #include <utility>
@@ -41,10 +44,18 @@ std::pair<std::string_view, std::string_view> cutAt(std::string_view page, std::
     return {page.substr(0, at), page.substr(at + place.size())};
 }
 
-ordered_json scenarioOf(std::vector<Source> const& sources) {
-    ordered_json files = ordered_json::array();
-    for (auto const& [name, text] : sources) files.push_back({{"name", name}, {"text", text}});
-    return files;
+// What each request waited for.
+ordered_json chainsIn(Record const& record) {
+    ordered_json chains = ordered_json::array();
+    for (Chain const& chain : chainsOf(record)) {
+        ordered_json links = ordered_json::array();
+        for (Link const& link : chain.links) {
+            links.push_back({{"what", linkText(record, link)},
+                             {"ms", std::chrono::duration<double, std::milli>(link.time()).count()}});
+        }
+        chains.push_back({{"text", chainLine(record, chain)}, {"links", std::move(links)}});
+    }
+    return chains;
 }
 
 }  // namespace
@@ -65,10 +76,16 @@ std::vector<PagePart> pageParts(Record const& record, Presentation const& presen
     std::vector<PagePart> parts{
         {"result", textOf(resultOf(record, presentation.strictness))},
         {"timeline", textOf(pageTimelineOf(record, presentation.selection))},
+        {"chains", textOf(chainsIn(record))},
     };
-    if (!presentation.sources.empty())
-        parts.push_back({"scenario", textOf(scenarioOf(presentation.sources))});
+    if (!presentation.sources.empty()) parts.push_back(scenarioPart(presentation.sources));
     return parts;
+}
+
+PagePart scenarioPart(std::vector<Source> const& sources) {
+    ordered_json files = ordered_json::array();
+    for (auto const& [name, text] : sources) files.push_back({{"name", name}, {"text", text}});
+    return {"scenario", textOf(files)};
 }
 
 void writeHtml(Record const& record, Presentation const& presentation, std::ostream& out) {

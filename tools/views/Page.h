@@ -24,6 +24,9 @@ void writePage(std::string_view title, std::vector<PagePart> const& parts, std::
 // All that a page shows of a record, in no order that matters; add others to them.
 std::vector<PagePart> pageParts(Record const& record, Presentation const& presentation);
 
+// The texts that it was made from.
+PagePart scenarioPart(std::vector<Source> const& sources);
+
 // A page of the record alone.
 void writeHtml(Record const& record, Presentation const& presentation, std::ostream& out);
 

@@ -1,6 +1,7 @@
 #include "views/PageTimeline.h"
 
 #include "analysis/Causes.h"
+#include "analysis/ProcessorTime.h"
 #include "analysis/SensorLanes.h"
 #include "analysis/SensorNames.h"
 #include "analysis/Timeline.h"
@@ -72,8 +73,21 @@ class Writer {
             {{"name", row.name},
              {"client",
               row.client ? ordered_json(mRecord.textOf(mRecord.clients[*row.client].name)) : ordered_json()},
-             {"sensor", orNull(row.sensor)}});
+             {"sensor", orNull(row.sensor)},
+             {"processor", processorOf(row)}});
         for (Section const& section : row.sections) add(section, index, 0, {}, {});
+    }
+
+    // What its threads did for the processor; null: unknown.
+    [[nodiscard]] ordered_json processorOf(Row const& row) const {
+        if (row.processor.empty()) return {};
+        ordered_json parts = listsOf({"begin", "end", "state"});
+        for (ProcessorPart const& part : row.processor) {
+            parts["begin"].push_back(since(part.begin));
+            parts["end"].push_back(since(part.end));
+            parts["state"].push_back(nameOf(part.state));
+        }
+        return parts;
     }
 
     // `request`: that of the section that holds this one.

@@ -69,7 +69,7 @@ export class Details {
   // What the request waited for, back to its start, with what each link cost.
   chainOf(request) {
     const chain = this.model.data.chains?.[request];
-    if (!chain) return [];
+    if (!chain?.links.length) return [];
     const longest = Math.max(...chain.links.map(({ ms }) => ms), 1e-9);
     const items = chain.links.map(({ what, ms }) => {
       const gauge = make('span', { class: 'gauge' });

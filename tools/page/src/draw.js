@@ -149,7 +149,19 @@ function cross({ context, paint }, x, middle) {
 
 function drawRow(frame, block, top) {
   block.levels.forEach((level, depth) => drawLevel(frame, level, top + MARKS + depth * BAR));
+  if (block.processor) drawProcessor(frame, block, top + MARKS + Math.max(1, block.levels.length) * BAR);
   drawMarks(frame, block, top);
+}
+
+// When the row's thread ran, waited for a processor, or slept, which is a thin line.
+function drawProcessor(frame, { processor: { begin, end, state } }, top) {
+  const { context, paint } = frame, slivers = new Slivers(context);
+  const looks = { running: [paint.muted, 5], asleep: [paint.line, 1] };
+  eachSeen(frame, begin, end, (i, x, width) => {
+    const [colour, height] = looks[state[i]] ?? [paint.warning, 5];
+    slivers.add(colour, 1, x, top + 5 - height, width, height);
+  }, (i) => !(state[i] in looks));
+  slivers.flush();
 }
 
 function drawLevel(frame, level, top) {

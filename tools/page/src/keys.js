@@ -8,7 +8,8 @@ export const KEYS = [
 ];
 
 const LOOKS = [['request', 'request'], ['wait', 'wait'], ['trace', 'trace section'], ['call', 'power call of a sensor'],
-  ['powering', 'powering'], ['on', 'on, and the clients that count on it'], ['failed', 'failed, or counted on while it is not on']];
+  ['powering', 'powering'], ['on', 'on, and the clients that count on it'], ['failed', 'failed, or counted on while it is not on'],
+  ['running', 'beneath the bars, where it is known: the thread ran'], ['runnable', 'it waited for a processor']];
 
 const pairs = (list) => make('dl', {}, list.flatMap(([term, told]) => [make('dt', {}, term), make('dd', {}, told)]));
 

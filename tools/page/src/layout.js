@@ -5,7 +5,7 @@
 //   'powered'            how many sensors were powered
 //   'row'      row, marks (indices), levels: for each depth { index, begin, end }, lists by time
 
-export const BAR = 18, MARKS = 9, LANE = 22, POWERED = 44, GAP = 6;
+export const BAR = 18, MARKS = 9, LANE = 22, POWERED = 44, GAP = 6, PROCESSOR = 8;
 
 export function layoutOf(model, filter) {
   const blocks = [];
@@ -21,8 +21,9 @@ export function layoutOf(model, filter) {
     add({ kind: 'powered', name: 'sensors powered', height: POWERED });
   }
   for (const row of shownRows(model, filter)) {
-    add({ kind: 'row', name: model.rows[row.row].name, ...row,
-      height: MARKS + Math.max(1, row.levels.length) * BAR + GAP });
+    const { name, processor } = model.rows[row.row];
+    add({ kind: 'row', name, processor, ...row,
+      height: MARKS + Math.max(1, row.levels.length) * BAR + (processor ? PROCESSOR : 0) + GAP });
   }
   return { blocks, height: top };
 }

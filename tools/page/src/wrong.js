@@ -50,6 +50,9 @@ function verdictOf(result, findings) {
     make('strong', {}, isWell ? 'Nothing is wrong' : verdict), `: ${held}, ${rules}.`);
 }
 
+const verdictOfRuns = ({ passed, text }) => make('p', { class: `verdict ${passed ? 'well' : 'bad'}` },
+  make('strong', {}, passed ? 'Nothing is wrong' : 'failed'), `: ${text}.`);
+
 export function wrongOf(model, { showSection, showTime, showLine }) {
   const findings = findingsOf(model);
   const item = ({ weight, what, text, line, request, at }) => {
@@ -61,8 +64,9 @@ export function wrongOf(model, { showSection, showTime, showLine }) {
     return make('li', { class: weight }, make('span', { class: 'badge' }, what), make('span', { class: 'text' }, text), ...buttons);
   };
   const grave = findings.filter(({ weight }) => weight !== 'note'), notes = findings.filter(({ weight }) => weight === 'note');
-  if (!model.data.result && findings.length === 0) return null;
-  return part('wrong', 'What is wrong', model.data.result ? verdictOf(model.data.result, findings) : null,
+  const { result, verdict } = model.data;
+  if (!result && !verdict && findings.length === 0) return null;
+  return part('wrong', 'What is wrong', result ? verdictOf(result, findings) : verdict ? verdictOfRuns(verdict) : null,
     grave.length ? make('ul', { class: 'findings' }, grave.map(item)) : null,
     notes.length ? make('details', { open: notes.length <= 5 },
       make('summary', {}, `${counted(notes.length, 'failure')} seen that nothing forbids`),
