@@ -30,7 +30,7 @@ std::vector<Pending> pendingIn(Record const& record, Timeline const& timeline) {
         if (!thread.in.empty()) pending.push_back(std::move(thread));
     }
     for (Request const& request : record.requests) {
-        std::string_view const client = record.textOf(record.clients[request.client].name);
+        std::string_view const client = record.nameOfClient(request.client);
         if (request.ended || holdsThread(pending, client)) continue;
         pending.push_back({std::string(client), {{std::string(record.textOf(request.name)), request.began}}});
     }

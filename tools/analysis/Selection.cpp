@@ -17,8 +17,8 @@ class Chosen {
           mSensors(selection.sensors.begin(), selection.sensors.end()) {
         for (std::uint32_t index = 0; index < record.clients.size(); ++index) {
             auto const& names = selection.clients;
-            bool const named = std::find(names.begin(), names.end(),
-                                         record.textOf(record.clients[index].name)) != names.end();
+            bool const named =
+                std::find(names.begin(), names.end(), record.nameOfClient(index)) != names.end();
             if (named) mClients.insert(index);
         }
         for (Request const& request : record.requests) {

@@ -146,7 +146,7 @@ std::string clientsText(Record const& record, SensorPart const& part) {
     std::string text;
     for (std::uint32_t const client : part.clients) {
         if (!text.empty()) text += ", ";
-        text += record.textOf(record.clients[client].name);
+        text += record.nameOfClient(client);
     }
     return text;
 }

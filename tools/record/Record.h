@@ -250,6 +250,9 @@ struct Record {
     [[nodiscard]] Sensor const* findSensor(int id) const;
     // Where a sensor stands among all: as `sensors` does, and behind those by id what they lack.
     [[nodiscard]] std::int64_t placeOfSensor(int id) const;
+    [[nodiscard]] std::string_view nameOfClient(std::uint32_t client) const {
+        return textOf(clients[client].name);
+    }
     // The sensor's name, or its id where it has none.
     [[nodiscard]] std::string nameOfSensor(int id) const;
 };

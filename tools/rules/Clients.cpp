@@ -16,10 +16,6 @@ namespace {
 
 using board::Kind;
 
-std::string clientOf(Record const& record, std::uint32_t client) {
-    return std::string(record.textOf(record.clients[client].name));
-}
-
 std::vector<int> const& sensorsOf(Request const& request) {
     static std::vector<int> const none;
     return request.sensors ? *request.sensors : none;
@@ -61,9 +57,9 @@ std::vector<Breach> sensorsOffUnderAClient(Record const& record) {
                 ++each;
                 continue;
             }
-            breaches.push_back({clientOf(record, request.client) + " powers " +
+            breaches.push_back({std::string(record.nameOfClient(request.client)) + " powers " +
                                     sensorPhrase(record, *event.sensor) + " off, which " +
-                                    clientOf(record, other) + " still counts on",
+                                    std::string(record.nameOfClient(other)) + " still counts on",
                                 {each->second, index}});
             each = counts.erase(each);  // told once
         }
@@ -88,7 +84,7 @@ std::vector<Breach> powerOffsOfWhatIsNotOn(Record const& record) {
             if (begins && request.kind == RequestKind::PowerOn) asked[key] = *event.request;
             if (request.kind != RequestKind::PowerOff) continue;
             if (begins && known == asked.end()) {
-                breaches.push_back({clientOf(record, request.client) + " powers " +
+                breaches.push_back({std::string(record.nameOfClient(request.client)) + " powers " +
                                         sensorPhrase(record, sensor) +
                                         " off, which its controller has not powered on",
                                     {index}});
@@ -121,7 +117,7 @@ std::vector<Breach> waitsThatNobodyCanEnd(Record const& record) {
         auto const began = eventThatBegan(record, index);
         if (!othersAreOver || !began) continue;
         breaches.push_back(
-            {clientOf(record, request.client) + " waits for the power-on lock, which " +
+            {std::string(record.nameOfClient(request.client)) + " waits for the power-on lock, which " +
                  (othersWait ? "only clients that wait for it too could free" : "only itself could free"),
              {*began}});
     }

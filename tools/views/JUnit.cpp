@@ -25,10 +25,6 @@ using junit::Came;
 using junit::Case;
 using junit::Suite;
 
-std::string clientOf(Record const& record, std::uint32_t client) {
-    return std::string(record.textOf(record.clients[client].name));
-}
-
 // Empty where the record is of no file.
 std::string fileOf(Record const& record) {
     return record.files.empty() ? std::string() : record.files.front();
@@ -69,7 +65,7 @@ Suite expectationsOf(Record const& record) {
     Suite suite{"expectations", {}};
     std::map<std::pair<std::uint32_t, std::string>, int> times;  // of a client's step, which may be repeated
     for (Expectation const& each : record.expectations) {
-        Case tested{.group = clientOf(record, each.client),
+        Case tested{.group = std::string(record.nameOfClient(each.client)),
                     .name = fmt::format("line {}: {}", each.line, nameOf(each.step)),
                     .line = each.line};
         int const time = ++times[{each.client, tested.name}];
@@ -92,7 +88,8 @@ Suite expectationsOf(Record const& record) {
 
 std::string breachText(Record const& record, BrokenRule const& broken) {
     return fmt::format("{}{}: {}{}", placeText(record, broken.line), timeText(broken.time - record.begin),
-                       broken.client ? clientOf(record, *broken.client) + ": " : "", broken.breach.text);
+                       broken.client ? std::string(record.nameOfClient(*broken.client)) + ": " : "",
+                       broken.breach.text);
 }
 
 // The warnings of a rule, or its breaches, are told by its case.

@@ -33,10 +33,6 @@ std::string namesOf(Record const& record, std::vector<int> const& sensors) {
     return names.empty() ? "-" : names;
 }
 
-std::string clientOf(Record const& record, std::uint32_t client) {
-    return printable(record.textOf(record.clients[client].name));
-}
-
 bool isUnmet(Expectation const& expectation) {
     return expectation.state != Expectation::State::Held;
 }
@@ -83,7 +79,7 @@ Table requestsOf(Record const& record) {
     for (std::size_t i = 0; i < record.requests.size(); ++i) {
         Request const& request = record.requests[i];
         bool const called = times[i].calls > 0;
-        std::vector<std::string> cells{clientOf(record, request.client),
+        std::vector<std::string> cells{printable(record.nameOfClient(request.client)),
                                        printable(record.textOf(request.name)),
                                        namesOf(record, sensorsOf(request)),
                                        resultOf(record, request, outcomes[i]),
@@ -129,8 +125,8 @@ std::string expectationsOf(Record const& record, Ink ink) {
     for (Expectation const& expectation : record.expectations) {
         if (!isUnmet(expectation)) continue;
         text += ink.red(fmt::format("{}:{}: {}: {}: {}", printable(record.files.front()), expectation.line,
-                                    clientOf(record, expectation.client), nameOf(expectation.step),
-                                    printable(record.textOf(expectation.unmet)))) +
+                                    printable(record.nameOfClient(expectation.client)),
+                                    nameOf(expectation.step), printable(record.textOf(expectation.unmet)))) +
                 '\n';
     }
     if (record.expectations.empty() && record.files.empty()) return {};  // it is of no scenario
@@ -167,7 +163,7 @@ std::string brokenRulesText(Record const& record, Strictness const& strictness, 
         std::string const line =
             fmt::format("{} {}: {}: {}{}", broken.isWarning ? "warning:" : "broken rule", broken.rule->name,
                         timeText(broken.time - record.begin),
-                        broken.client ? clientOf(record, *broken.client) + ": " : "",
+                        broken.client ? printable(record.nameOfClient(*broken.client)) + ": " : "",
                         printable(broken.breach.text) + placeText(record, broken.breach));
         text += (broken.isWarning ? line : ink.red(line)) + '\n';
     }

@@ -90,7 +90,7 @@ ordered_json requestsOf(Record const& record) {
         auto const wall = request.ended.value_or(record.end) - request.began;
         requests.push_back(
             {{"line", orNull(request.line)},
-             {"client", record.textOf(record.clients[request.client].name)},
+             {"client", record.nameOfClient(request.client)},
              {"request", record.textOf(request.name)},
              {"sensors", sensorsOrNull(request)},
              {"ended", request.ended.has_value()},
@@ -112,7 +112,7 @@ ordered_json unmetOf(Record const& record) {
     for (Expectation const& each : record.expectations) {
         if (each.state == Expectation::State::Held) continue;
         unmet.push_back({{"line", each.line},
-                         {"client", record.textOf(record.clients[each.client].name)},
+                         {"client", record.nameOfClient(each.client)},
                          {"request", nameOf(each.step)},
                          {"reached", each.state != Expectation::State::NotReached},
                          {"reason", record.textOf(each.unmet)}});
@@ -123,15 +123,15 @@ ordered_json unmetOf(Record const& record) {
 ordered_json brokenRulesIn(Record const& record, Strictness const& strictness) {
     ordered_json all = ordered_json::array();
     for (BrokenRule const& each : brokenRulesOf(record, strictness)) {
-        all.push_back({{"rule", each.rule->name},
-                       {"of", each.rule->of == Rule::Of::Sequence ? "sequence" : "clients"},
-                       {"warning", each.isWarning},
-                       {"line", orNull(each.line)},
-                       {"client", each.client ? ordered_json(record.textOf(record.clients[*each.client].name))
-                                              : ordered_json()},
-                       {"sensors", each.sensors},
-                       {"at_ms", milliseconds(each.time - record.begin)},
-                       {"reason", each.breach.text}});
+        all.push_back(
+            {{"rule", each.rule->name},
+             {"of", each.rule->of == Rule::Of::Sequence ? "sequence" : "clients"},
+             {"warning", each.isWarning},
+             {"line", orNull(each.line)},
+             {"client", each.client ? ordered_json(record.nameOfClient(*each.client)) : ordered_json()},
+             {"sensors", each.sensors},
+             {"at_ms", milliseconds(each.time - record.begin)},
+             {"reason", each.breach.text}});
         if (each.breach.events.empty()) continue;
         Place const place = record.events[each.breach.events.back()].place;
         if (place.number > 0) all.back()["place"] = placeOf(record, place);
@@ -204,7 +204,7 @@ std::map<std::string_view, ordered_json> waitsOf(Record const& record) {
     auto const standings = standingsOf(record);
     auto const lines = standingLines(record, standings);
     auto const clientOf = [&record](std::uint32_t request) {
-        return record.textOf(record.clients[record.requests[request].client].name);
+        return record.nameOfClient(record.requests[request].client);
     };
     for (std::size_t i = 0; i < standings.size(); ++i) {
         Standing const& each = standings[i];

@@ -9,8 +9,8 @@
 namespace zeqcam::tool {
 namespace {
 
-std::string clientOf(Record const& record, std::uint32_t request) {
-    return std::string(record.textOf(record.clients[record.requests[request].client].name));
+std::string_view clientOf(Record const& record, std::uint32_t request) {
+    return record.nameOfClient(record.requests[request].client);
 }
 
 std::string sensorCall(Record const& record, Standing const& standing) {
