@@ -1,6 +1,8 @@
 #include "evidence/Clocks.h"
 
 #include <algorithm>
+#include <functional>
+#include <iterator>
 #include <limits>
 #include <set>
 #include <utility>
@@ -31,9 +33,9 @@ void Clocks::read(Clock const& clock, nanoseconds time, ClockKind other, nanosec
     if (!isKnown) mEdges.push_back({clock, to, shown - time});
 }
 
-void Clocks::seeLine(Clock const& clock, nanoseconds time, std::string const& line) {
+void Clocks::seeLine(Clock const& clock, nanoseconds time, std::string_view line) {
     see(clock);
-    mLines[line][clock].push_back(time);
+    mLines[clock].push_back({std::hash<std::string_view>()(line), time});
 }
 
 // The last boots of two files are one.
@@ -54,28 +56,49 @@ void Clocks::addSameClocks() {
     }
 }
 
-// Where most lines agree.
 void Clocks::addLines() {
-    std::map<std::pair<Clock, Clock>, std::vector<nanoseconds>> offsets;
-    for (auto const& [line, clocks] : mLines) {
-        for (auto left = clocks.begin(); left != clocks.end(); ++left) {
-            for (auto right = std::next(left); right != clocks.end(); ++right) {
-                auto const& [a, b] = std::pair(*left, *right);
-                bool const isSame = a.first.file != b.first.file && areOneBoot(a.first, b.first);
-                if (!isSame || a.second.size() != b.second.size()) continue;
-                for (std::size_t i = 0; i < a.second.size(); ++i)
-                    offsets[{a.first, b.first}].push_back(b.second[i] - a.second[i]);
-            }
+    for (auto& [clock, lines] : mLines) {
+        std::stable_sort(lines.begin(), lines.end(),
+                         [](Line const& left, Line const& right) { return left.hash < right.hash; });
+    }
+    for (auto left = mLines.begin(); left != mLines.end(); ++left) {
+        for (auto right = std::next(left); right != mLines.end(); ++right) {
+            bool const isSame =
+                left->first.file != right->first.file && areOneBoot(left->first, right->first);
+            if (isSame) addLinesOf(left->first, right->first);
         }
     }
-    for (auto& [clocks, all] : offsets) {
-        std::sort(all.begin(), all.end());
-        nanoseconds const middle = all[all.size() / 2];
-        auto const agree = std::count_if(all.begin(), all.end(), [middle](nanoseconds each) {
-            return std::chrono::abs(each - middle) <= kCoarse;
-        });
-        if (agree * 5 >= std::ssize(all) * 4) mEdges.push_back({clocks.first, clocks.second, middle});
+}
+
+// Where most lines agree. One that does not stand in both as often says nothing.
+void Clocks::addLinesOf(Clock const& left, Clock const& right) {
+    auto const endOf = [](auto begin, auto end) {
+        return std::find_if(begin, end, [&](Line const& line) { return line.hash != begin->hash; });
+    };
+    auto const& ours = mLines.at(left);
+    auto const& theirs = mLines.at(right);
+    std::vector<nanoseconds> offsets;
+    auto our = ours.begin();
+    auto their = theirs.begin();
+    while (our != ours.end() && their != theirs.end()) {
+        if (our->hash != their->hash) {
+            our->hash < their->hash ? ++our : ++their;
+            continue;
+        }
+        auto const ourEnd = endOf(our, ours.end());
+        auto const theirEnd = endOf(their, theirs.end());
+        bool const isAlike = ourEnd - our == theirEnd - their;
+        for (; isAlike && our != ourEnd; ++our, ++their) offsets.push_back(their->time - our->time);
+        our = ourEnd;
+        their = theirEnd;
     }
+    if (offsets.empty()) return;
+    std::sort(offsets.begin(), offsets.end());
+    nanoseconds const middle = offsets[offsets.size() / 2];
+    auto const agree = std::count_if(offsets.begin(), offsets.end(), [middle](nanoseconds each) {
+        return std::chrono::abs(each - middle) <= kCoarse;
+    });
+    if (agree * 5 >= std::ssize(offsets) * 4) mEdges.push_back({left, right, middle});
 }
 
 void Clocks::spread(Clock const& base, std::size_t group) {

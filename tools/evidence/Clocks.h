@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <map>
 #include <optional>
-#include <string>
+#include <string_view>
 #include <vector>
 
 namespace zeqcam::tool {
@@ -42,7 +42,7 @@ class Clocks {
     void read(Clock const& clock, std::chrono::nanoseconds time, ClockKind other,
               std::chrono::nanoseconds shown);
     // A line of ours, with all that tells it from others.
-    void seeLine(Clock const& clock, std::chrono::nanoseconds time, std::string const& line);
+    void seeLine(Clock const& clock, std::chrono::nanoseconds time, std::string_view line);
 
     // Once all is read; `files` by their index.
     void fit(std::vector<File> const& files);
@@ -61,8 +61,15 @@ class Clocks {
         std::chrono::nanoseconds add;
     };
 
+    // What tells a line from others, which its text would take many times the memory for.
+    struct Line {
+        std::size_t hash = 0;
+        std::chrono::nanoseconds time{};
+    };
+
     void addSameClocks();
     void addLines();
+    void addLinesOf(Clock const& left, Clock const& right);
     void group();
     void spread(Clock const& base, std::size_t group);
     [[nodiscard]] bool areOneBoot(Clock const& left, Clock const& right) const;
@@ -70,7 +77,7 @@ class Clocks {
     std::vector<File> mFiles;
     std::map<Clock, Fit> mClocks;
     std::vector<Edge> mEdges;
-    std::map<std::string, std::map<Clock, std::vector<std::chrono::nanoseconds>>> mLines;
+    std::map<Clock, std::vector<Line>> mLines;
     std::vector<Clock> mBases;
 };
 
