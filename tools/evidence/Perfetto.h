@@ -4,6 +4,7 @@
 #include "evidence/Item.h"
 #include "evidence/KnownThreads.h"
 #include "evidence/TimeOrder.h"
+#include "evidence/TrackEvents.h"
 
 #include <protozero/pbf_reader.hpp>
 
@@ -20,7 +21,7 @@ namespace zeqcam::tool {
 class PerfettoReader {
   public:
     PerfettoReader(std::uint16_t file, Wanted const& wanted, ItemSink& sink)
-        : mFile(file), mWanted(wanted), mSink(sink), mOrder(sink) {}
+        : mFile(file), mWanted(wanted), mSink(sink), mOrder(sink), mTracks(mOrder, sink) {}
 
     void read(Bytes& bytes);
 
@@ -37,6 +38,7 @@ class PerfettoReader {
     void readPackets(Bytes& bytes);
     void takePacket(std::string_view content);
     void takeCompressed(std::string_view content);
+    static void takeTrackField(Message const& field, TrackEvents::Packet& tracks);
     void takeBundle(std::string_view content);
     static Bundle bundleOf(std::string_view content);
     void takeEvent(std::string_view content, Bundle const& bundle);
@@ -60,6 +62,7 @@ class PerfettoReader {
     Wanted const& mWanted;
     ItemSink& mSink;
     TimeOrder mOrder;
+    TrackEvents mTracks;
     KnownThreads mThreads;
     std::uint32_t mNumber = 0;
     bool mIsCompressed = false;

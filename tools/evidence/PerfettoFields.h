@@ -19,8 +19,17 @@ namespace packet {
 constexpr auto kFtraceEvents = bytes(1);
 constexpr auto kProcessTree = bytes(2);
 constexpr auto kClockSnapshot = bytes(6);
+constexpr auto kTimestamp = number(8);
+constexpr auto kSequence = number(10);
+constexpr auto kTrackEvent = bytes(11);
+constexpr auto kInternedData = bytes(12);
+constexpr auto kSequenceFlags = number(13);
 constexpr auto kAndroidLog = bytes(39);
 constexpr auto kCompressedPackets = bytes(50);
+constexpr auto kTimestampClock = number(58);
+constexpr auto kDefaults = bytes(59);
+constexpr auto kTrackDescriptor = bytes(60);
+constexpr std::uint64_t kStateCleared = 1;  // of the flags
 }  // namespace packet
 
 namespace bundle {
@@ -96,6 +105,8 @@ constexpr auto kClocks = bytes(1);
 namespace clock {
 constexpr auto kClockId = number(1);
 constexpr auto kTimestamp = number(2);
+constexpr auto kIsIncremental = number(3);
+constexpr auto kUnit = number(4);
 enum Id : std::uint32_t { Wall = 1, Monotonic = 3, Boot = 6 };
 }  // namespace clock
 
@@ -112,5 +123,32 @@ constexpr auto kTag = bytes(6);
 constexpr auto kPrio = number(7);
 constexpr auto kMessage = bytes(8);
 }  // namespace log_event
+
+namespace defaults {
+constexpr auto kTrackEvent = bytes(11);
+constexpr auto kClock = number(58);
+}  // namespace defaults
+
+namespace interned_data {
+constexpr auto kEventNames = bytes(2);
+constexpr auto kId = number(1);
+constexpr auto kName = bytes(2);
+}  // namespace interned_data
+
+namespace track_descriptor {
+constexpr auto kId = number(1);
+constexpr auto kThread = bytes(4);
+constexpr auto kProcessId = number(1);
+constexpr auto kThreadId = number(2);
+constexpr auto kThreadName = bytes(5);
+}  // namespace track_descriptor
+
+namespace track_event {
+constexpr auto kType = number(9);
+constexpr auto kNameId = number(10);
+constexpr auto kTrack = number(11);
+constexpr auto kName = bytes(23);
+enum Type : std::uint32_t { SliceBegin = 1, SliceEnd = 2 };
+}  // namespace track_event
 
 }  // namespace zeqcam::tool::perfetto
