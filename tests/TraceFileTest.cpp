@@ -127,8 +127,9 @@ TEST(TraceFile, LeadsFromRequestsToTheirWorkersAndTellsSensorsByName) {
         if (phase == "C" && event.at("name") == "tele") counts += event.at("args").dump();
     }
     EXPECT_EQ(arrows, "unlock > tele worker, app > tele worker #2, app > queue, ");
-    EXPECT_EQ(begun.at("power off tele").dump(), R"({"result":"done","sensors":["tele"]})");
-    EXPECT_EQ(begun.at("tele on").dump(), R"({"sensor":"tele"})");
+    EXPECT_EQ(begun.at("power off tele").dump(),
+              R"({"client":"app","result":"done","sensor_ids":[3],"sensors":["tele"]})");
+    EXPECT_EQ(begun.at("tele on").dump(), R"({"sensor":"tele","sensor_id":3})");
     EXPECT_EQ(labels, "monotonic clock, began 2025-11-23T05:16:38.315Z");
     EXPECT_THAT(counts, testing::HasSubstr(R"({"clients":2,"on":1})"));
 }

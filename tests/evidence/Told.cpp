@@ -52,6 +52,8 @@ struct WhatText {
     std::string operator()(ThreadStart const& start) const {
         return "starts " + std::to_string(start.started) + " " + std::string(start.name);
     }
+    std::string operator()(WorkFor const& work) const { return "works for " + std::to_string(work.asking); }
+    std::string operator()(ProfilePoint const& point) const { return "profile " + std::string(point.label); }
     std::string operator()(ThreadName const& name) const {
         return "is " + std::string(name.name) +
                (name.process.empty() ? "" : " of " + std::string(name.process));

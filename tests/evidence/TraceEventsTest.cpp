@@ -61,7 +61,11 @@ TEST(TraceEvents, TellWhatIsReadOfEachPhase) {
         {R"({"ph":"M","name":"thread_sort_index","pid":1,"tid":2,"args":{"sort_index":1}})", {}},
         {R"({"ph":"i","s":"t","cat":"log","name":"a line","ts":3,"pid":1,"tid":2,"args":{"level":"warning"}})",
          {"1 trace 0.000003 1/2 W : a line"}},
-        {R"({"ph":"i","s":"t","cat":"profile","name":"a mark","ts":3,"pid":1,"tid":2})", {}},
+        {R"({"ph":"i","s":"t","cat":"profile","name":"a mark","ts":3,"pid":1,"tid":2})",
+         {"1 trace 0.000003 1/2 profile a mark"}},
+        {R"({"ph":"M","name":"process_labels","pid":1,"tid":1,"args":{"wall_clock_ns":"1700000000123456789"}})",
+         {"1 trace 0 1/1 wall shows 1700000000123456789"}},
+        {R"({"ph":"M","name":"process_labels","pid":1,"tid":1,"args":{"wall_clock_ns":"17x"}})", {}},
         {R"({"ph":"C","name":"x","ts":3,"pid":1,"args":{"a":1}})", {}},
         {R"({"ph":"B","ts":3,"pid":1,"tid":2,"name":"x","args":{"a":[1,{"b":null}],"c":-2.5,"name":"n","d":{}}})",
          {R"(1 trace 0.000003 1/2 B x {"a":[1,{"b":null}],"c":-2.5,"name":"n","d":{}})"}},
@@ -71,6 +75,16 @@ TEST(TraceEvents, TellWhatIsReadOfEachPhase) {
     };
     for (auto const& [event, items] : cases)
         EXPECT_EQ(told(std::string("[{},") + event + "]").items, items) << event;
+}
+
+TEST(TraceEvents, AreOfTheKernelsThreadsAndLeadFromOneToAnother) {
+    EXPECT_THAT(
+        told(R"([{"ph":"M","name":"thread_name","pid":1,"tid":900,"args":{"name":"w","kernel_tid":3}},
+{"ph":"B","ts":5,"pid":1,"tid":900,"name":"work"},
+{"ph":"s","cat":"cause","id":7,"ts":1,"pid":1,"tid":2},{"ph":"f","cat":"cause","id":7,"ts":5,"pid":1,"tid":900},
+{"ph":"f","cat":"cause","id":7,"ts":6,"pid":1,"tid":900},{"ph":"f","cat":"other","id":7,"ts":6,"pid":1,"tid":900}])")
+            .items,
+        ElementsAre("1 trace 0 1/3 is w", "3 trace 0.000005 1/3 works for 2", "2 trace 0.000005 1/3 B work"));
 }
 
 TEST(TraceEvents, ComeByTimeHoweverTheyAreWritten) {

@@ -83,7 +83,7 @@ Sightings layBetween(FileSightings const& fine, FileSightings const& coarse) {
     std::map<std::int32_t, Thread> threads;
     for (std::size_t place = 0; place < fine.sightings.size(); ++place) {
         auto const& each = fine.sightings[place];
-        if (isOfScheduler(each)) continue;
+        if (!tellsPhase(each)) continue;
         threads.try_emplace(each.thread, fine.sightings, fine.resolution).first->second.add(place);
     }
     struct Laid {
@@ -96,7 +96,7 @@ Sightings layBetween(FileSightings const& fine, FileSightings const& coarse) {
     for (Sighting each : coarse.sightings) {
         Place place{each.time, -1};
         auto const thread = threads.find(each.thread);
-        if (thread != threads.end() && !isOfScheduler(each))
+        if (thread != threads.end() && tellsPhase(each))
             place = thread->second.place(each, coarse.resolution);
         each.time = place.time;
         all.push_back({place.behind, each});

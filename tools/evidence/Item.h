@@ -52,6 +52,16 @@ struct ThreadStart {
     std::string_view name;  // empty: unknown
 };
 
+// What Item::thread does next is done for what another thread is in: an arrow of a trace.
+struct WorkFor {
+    std::int32_t asking = 0;
+};
+
+// A mark of a power-on's profile, as a trace of the tool's tells it.
+struct ProfilePoint {
+    std::string_view label;
+};
+
 // Which process a thread belongs to and what it is called, as far as the file tells; no time.
 struct ThreadName {
     std::string_view name;     // empty: unknown
@@ -78,8 +88,8 @@ struct Item {
     Place place;
     std::optional<std::int32_t> process;  // the kernel's id, where the file tells
     std::int32_t thread = 0;              // the kernel's id; 0: of no thread
-    std::variant<SectionBegin, SectionEnd, LogLine, Switch, Waking, ThreadStart, ThreadName, ClockReading,
-                 Boot, Lost>
+    std::variant<SectionBegin, SectionEnd, LogLine, Switch, Waking, ThreadStart, WorkFor, ProfilePoint,
+                 ThreadName, ClockReading, Boot, Lost>
         what;
 };
 

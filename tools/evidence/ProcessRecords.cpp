@@ -102,7 +102,9 @@ void ProcessRecords::take(Item const& item, SectionBegin const& begin) {
     sighting.text = mTexts.add(begin.label);
     sighting.tag = mTexts.add(begin.category);
     sighting.values = mTexts.add(begin.values);
-    sighting.saying = sign ? sign->saying : Saying::Other;
+    sighting.saying = begin.category == "sensor" ? Saying::SensorCall
+                      : isOwn                    ? Saying::ClientRequest
+                                                 : sign->saying;
     open.open.push_back({sighting.text, sighting.saying});
     keep(item, *process, sighting);
 }
@@ -140,7 +142,7 @@ void ProcessRecords::take(Item const& item, LogLine const& line) {
     sighting.sensor = sign->sensor;
     sighting.isDebugPrint = sign->isDebugPrint;
     fileOf(item).hasLines = true;
-    mClocks.seeLine(clockOf(item), item.time, std::string(line.text));
+    mClocks.seeLine(clockOf(item), item.time, line.text);
     keep(item, *process, sighting);
 }
 
@@ -184,6 +186,22 @@ void ProcessRecords::take(Item const& item, ThreadStart const& start) {
     sighting.other = start.started;
     sighting.text = mTexts.add(start.name);
     keep(item, starter->second.process, sighting);
+}
+
+void ProcessRecords::take(Item const& item, WorkFor const& work) {
+    auto const process = processOf(item);
+    if (!process) return;
+    Sighting sighting = sightingOf(item, Sighting::What::WorkFor);
+    sighting.other = work.asking;
+    keep(item, *process, sighting);
+}
+
+void ProcessRecords::take(Item const& item, ProfilePoint const& point) {
+    auto const known = fileOf(item).threads.find(item.thread);
+    if (known == fileOf(item).threads.end()) return;
+    Sighting sighting = sightingOf(item, Sighting::What::Profile);
+    sighting.text = mTexts.add(point.label);
+    keep(item, known->second.process, sighting);
 }
 
 void ProcessRecords::take(Item const& item, ThreadName const& name) {

@@ -88,6 +88,8 @@ class ProcessRecords final : public ItemSink {
     void take(Item const& item, Switch const& change);
     void take(Item const& item, Waking const& waking);
     void take(Item const& item, ThreadStart const& start);
+    void take(Item const& item, WorkFor const& work);
+    void take(Item const& item, ProfilePoint const& point);
     void take(Item const& item, ThreadName const& name);
     void take(Item const& item, ClockReading const& reading);
     void take(Item const& item, Boot const& boot);

@@ -18,14 +18,19 @@ std::string RecordMaker::nameOfClient(std::int32_t thread) const {
                                 : "thread " + std::to_string(thread);
 }
 
+std::string RecordMaker::nameOfClient(Draft const& draft) const {
+    return draft.client != TextId::Empty ? std::string(mRecord.textOf(draft.client))
+                                         : nameOfClient(draft.thread);
+}
+
 void RecordMaker::makeClients() {
-    std::map<std::int32_t, std::uint32_t> clients;
+    std::map<std::pair<std::int32_t, TextId>, std::uint32_t> clients;
     std::set<std::string> names;
     for (Draft& draft : mDrafts) {
-        auto const [client, isNew] =
-            clients.emplace(draft.thread, static_cast<std::uint32_t>(mRecord.clients.size()));
+        auto const [client, isNew] = clients.emplace(std::pair(draft.thread, draft.client),
+                                                     static_cast<std::uint32_t>(mRecord.clients.size()));
         if (isNew) {
-            std::string name = nameOfClient(draft.thread);
+            std::string name = nameOfClient(draft);
             if (!names.insert(name).second) {
                 name += " (" + std::to_string(draft.thread) + ')';
                 names.insert(name);

@@ -64,6 +64,12 @@ void RecordMaker::see(Sighting const& sighting) {
             return seeEnd(thread);
         case Sighting::What::Line:
             return seeLine(thread, sighting);
+        case Sighting::What::WorkFor:
+            thread.worksFor = threadOf(sighting.other).request;
+            return;
+        case Sighting::What::Profile:
+            add(thread, Kind::ProfileMark).text = sighting.text;
+            return;
         default:
             mReach.scheduling = true;
             mRecord.scheduling.push_back({mNow, thread.index, sighting.state});
@@ -158,24 +164,35 @@ void RecordMaker::addLine(ThreadState const& thread, Sighting const& sighting) {
     event.shown = sighting.text;
 }
 
+// A trace of our own tells requests and work whole, and lines of one instant behind all sections of it.
+bool RecordMaker::isToldWhole(ThreadState const& thread, Sighting const& sighting) const {
+    bool const isInTold = thread.work || (thread.request && mDrafts[*thread.request].isTold);
+    return mReach.ownTrace && (sighting.tag == TextId::Empty || isInTold);
+}
+
 void RecordMaker::seeLine(ThreadState& thread, Sighting const& sighting) {
     reach(sighting);
-    // A trace of our own tells requests whole, and lines of one instant behind all sections of it.
-    if (mReach.ownTrace && sighting.tag == TextId::Empty) {
+    if (isToldWhole(thread, sighting)) {
         bool const isNamed = sighting.saying == Saying::WorkerBegins && thread.lastWorked < 0;
-        if (isNamed && sighting.sensor) mSensorIds[thread.lastWorked] = *sighting.sensor;
+        if (isNamed && sighting.sensor) mSensorIds.emplace(thread.lastWorked, *sighting.sensor);
         return addLine(thread, sighting);
     }
     if (repeats(thread, sighting)) return addLine(thread, sighting);
+    seeRequestLine(thread, sighting);
+    seeWorkLine(thread, sighting);
+    addLine(thread, sighting);
+    seeAfterLine(thread, sighting.saying, sighting.sensor);
+    touch(thread);
+    Draft const* const draft = thread.request ? &mDrafts[*thread.request] : nullptr;
+    bool const isOfSensors = draft != nullptr && (draft->request.kind == RequestKind::PowerOn ||
+                                                  draft->request.kind == RequestKind::PowerOff);
+    // A section of the request, if there is one, ends behind its last line.
+    if (isOfSensors && draft->isOver && !draft->isTold && thread.open.empty()) close(thread);
+}
+
+// What a line tells of a request, on its thread.
+void RecordMaker::seeRequestLine(ThreadState& thread, Sighting const& sighting) {
     std::int32_t const sensor = sighting.sensor.value_or(0);
-    auto const admission = [&]() -> Draft& {
-        Draft* const open = openDraft(thread, RequestKind::PowerOn);
-        Draft& draft = open && !open->works() ? *open : newDraft(thread, RequestKind::PowerOn);
-        draft.tellsNames = true;
-        if (!draft.request.sensors) draft.request.sensors.emplace();
-        draft.request.sensors->push_back(sensor);
-        return draft;
-    };
     switch (sighting.saying) {
         case Saying::LockTaken:
         case Saying::LockNotTaken:
@@ -183,11 +200,11 @@ void RecordMaker::seeLine(ThreadState& thread, Sighting const& sighting) {
                 newDraft(thread, RequestKind::PowerOn);
             break;
         case Saying::Admitted:
-            admission().admitted.push_back(sensor);
+            addNamed(thread, sensor).admitted.push_back(sensor);
             break;
         case Saying::Skipped:
         case Saying::NotDriven:
-            admission();
+            addNamed(thread, sensor);
             break;
         case Saying::PowerOnBegins:
             draftOf(thread, RequestKind::PowerOn, &Draft::hasLine);
@@ -206,21 +223,25 @@ void RecordMaker::seeLine(ThreadState& thread, Sighting const& sighting) {
         default:
             break;
     }
-    if (sighting.saying == Saying::SensorFailed) {
-        if (!thread.work) beginWork(thread, Saying::WorkerSection, sensor, false);
-        addCallEnd(thread, 0);
-    }
+}
+
+// Adds a sensor that an admission line names to its power-on.
+RecordMaker::Draft& RecordMaker::addNamed(ThreadState& thread, std::int32_t sensor) {
+    Draft* const open = openDraft(thread, RequestKind::PowerOn);
+    Draft& draft = open && !open->works() ? *open : newDraft(thread, RequestKind::PowerOn);
+    draft.tellsNames = true;
+    if (!draft.request.sensors) draft.request.sensors.emplace();
+    draft.request.sensors->push_back(sensor);
+    return draft;
+}
+
+// What a line tells of a worker, on its thread.
+void RecordMaker::seeWorkLine(ThreadState& thread, Sighting const& sighting) {
+    std::int32_t const sensor = sighting.sensor.value_or(0);
     if (sighting.saying == Saying::WorkerBegins) beginWork(thread, Saying::WorkerSection, sensor, false);
-    addLine(thread, sighting);
-    seeAfterLine(thread, sighting.saying, sighting.sensor);
-    touch(thread);
-    if (Draft const* const draft = openDraft(thread, RequestKind::PowerOn); draft && draft->isOver) {
-        bool const sectionIsOpen = !thread.open.empty();
-        if (!sectionIsOpen && !draft->isTold) close(thread);
-    }
-    if (Draft const* const draft = openDraft(thread, RequestKind::PowerOff); draft && draft->isOver) {
-        if (thread.open.empty() && !draft->isTold) close(thread);
-    }
+    if (sighting.saying != Saying::SensorFailed) return;
+    if (!thread.work) beginWork(thread, Saying::WorkerSection, sensor, false);
+    addCallEnd(thread, 0);
 }
 
 void RecordMaker::seeAfterLine(ThreadState& thread, Saying saying, std::optional<std::int32_t> sensor) {
@@ -328,7 +349,7 @@ void RecordMaker::close(ThreadState& thread) {
                        ? OptionalNumber<std::int64_t>(draft.request.result.value_or(false) ? 1 : 0)
                        : OptionalNumber<std::int64_t>(0);
     std::erase(mOpen, *thread.request);
-    if (mEnded) mEnded(nameOfClient(thread.id), draft.request);
+    if (mEnded) mEnded(nameOfClient(draft), draft.request);
     thread.request = {};
 }
 
@@ -342,7 +363,7 @@ void RecordMaker::leave(ThreadState& thread) {
     if (hadNothingToDo || draft.isOver) return close(thread);
     settle(draft);
     std::erase(mOpen, *thread.request);
-    if (mEnded) mEnded(nameOfClient(thread.id), draft.request);
+    if (mEnded) mEnded(nameOfClient(draft), draft.request);
     thread.request = {};
 }
 

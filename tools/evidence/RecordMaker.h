@@ -51,8 +51,9 @@ class RecordMaker {
     // A request, while more of it may come.
     struct Draft {
         Request request;
-        std::int32_t thread = 0;  // the kernel's id
-        std::uint64_t last = 0;   // the order of its last sign
+        std::int32_t thread = 0;        // the kernel's id
+        TextId client = TextId::Empty;  // its name, where a trace of our own tells it
+        std::uint64_t last = 0;         // the order of its last sign
         Instant lastTime;
         bool tellsNames = false;  // by its admission lines
         bool hasLine = false;     // "powerOn +" or "powerOff +"
@@ -98,6 +99,7 @@ class RecordMaker {
         std::uint32_t index = 0;                   // into Record::threads
         OptionalNumber<std::uint32_t> request;     // draft
         OptionalNumber<std::uint32_t> startedFor;  // draft
+        OptionalNumber<std::uint32_t> worksFor;    // draft, as an arrow has just told
         std::optional<Work> work;
         std::vector<OpenSection> open;
         TextId debugPrint = TextId::Empty;  // the line before, where the other log may repeat it
@@ -116,6 +118,9 @@ class RecordMaker {
     Event& addAt(std::uint64_t order, Instant time, ThreadState const& thread, board::Kind kind);
 
     void seeLine(ThreadState& thread, Sighting const& sighting);
+    void seeRequestLine(ThreadState& thread, Sighting const& sighting);
+    void seeWorkLine(ThreadState& thread, Sighting const& sighting);
+    [[nodiscard]] bool isToldWhole(ThreadState const& thread, Sighting const& sighting) const;
     void seeAfterLine(ThreadState& thread, Saying saying, std::optional<std::int32_t> sensor);
     void addLine(ThreadState const& thread, Sighting const& sighting);
     bool repeats(ThreadState& thread, Sighting const& sighting) const;
@@ -128,12 +133,14 @@ class RecordMaker {
     void endOwnRequest(ThreadState& thread, OpenSection const& section);
 
     std::int32_t sensorOf(std::string_view name);
+    std::int32_t sensorOf(std::string const& name, std::optional<std::int32_t> id);
     [[nodiscard]] std::string wordOf(std::int32_t sensor) const;
     void resolveSensors();
 
     // Requests
     Draft& draftOf(ThreadState& thread, RequestKind kind, bool Draft::*sign);
     Draft& newDraft(ThreadState& thread, RequestKind kind);
+    Draft& addNamed(ThreadState& thread, std::int32_t sensor);
     Draft* openDraft(ThreadState const& thread, RequestKind kind);
     void touch(ThreadState const& thread);
     void close(ThreadState& thread);
@@ -155,6 +162,7 @@ class RecordMaker {
     void takeEvents();
     void dropIdleThreads();
     [[nodiscard]] std::string nameOfClient(std::int32_t thread) const;
+    [[nodiscard]] std::string nameOfClient(Draft const& draft) const;
 
     Record mRecord;
     Ended mEnded;
@@ -168,6 +176,7 @@ class RecordMaker {
     std::map<std::string, std::int32_t, std::less<>>
         mSensorNames;                                 // where a file tells names in place of ids
     std::map<std::int32_t, std::int32_t> mSensorIds;  // of such, as lines tell
+    std::map<std::int32_t, std::string> mNamesOfIds;  // where a file tells both
     std::set<std::int32_t> mRecorded;                 // sensors that have a record, as far as seen
     std::uint64_t mOrder = 0;                         // of the sighting at hand
     Instant mNow;

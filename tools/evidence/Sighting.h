@@ -17,8 +17,10 @@ struct Sighting {
         SectionBegin,
         SectionEnd,
         Line,
-        State,  // `state`: what the thread does for the processor from now on
-        Start,  // the thread starts `other`, named `text`
+        State,    // `state`: what the thread does for the processor from now on
+        Start,    // the thread starts `other`, named `text`
+        WorkFor,  // what the thread does next is for what `other` is in
+        Profile,  // `text`: the mark
     };
 
     std::chrono::nanoseconds time{};
@@ -37,9 +39,9 @@ struct Sighting {
     bool isDebugPrint = false;
 };
 
-// Whether it is about the processor and not about the library.
-constexpr bool isOfScheduler(Sighting const& sighting) {
-    return sighting.what == Sighting::What::State || sighting.what == Sighting::What::Start;
+// Whether it tells how far on a request is: what is about the processor, and notes on others, do not.
+constexpr bool tellsPhase(Sighting const& sighting) {
+    return sighting.what <= Sighting::What::Line;
 }
 
 using Sightings = std::vector<Sighting>;

@@ -171,6 +171,8 @@ std::optional<SectionSign> signOfSection(std::string_view label) {
 int phaseOf(Saying saying, bool isEnd) {
     constexpr int kLast = 9;
     switch (saying) {
+        case Saying::ClientRequest:
+            return isEnd ? kLast + 1 : -1;
         case Saying::PowerOnSection:
         case Saying::PowerOffSection:
         case Saying::WorkerSection:
@@ -195,6 +197,7 @@ int phaseOf(Saying saying, bool isEnd) {
         case Saying::NotQueued:
         case Saying::StillInList:
         case Saying::Hint:
+        case Saying::SensorCall:
             return 4;
         case Saying::PeripheralInitSection:
         case Saying::PeripheralOnSection:

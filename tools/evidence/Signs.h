@@ -46,6 +46,9 @@ enum class Saying : std::uint8_t {
     PeripheralOffSection,
     LockReleased,  // "gSensorPowerOnLock unlock"
     PowerOffEnds,  // "powerOff -"
+    // In a trace of our own
+    ClientRequest,
+    SensorCall,  // sensor
     // Whenever
     Hint,  // a write to the task QoS file, or its failure
     Other,

@@ -19,6 +19,8 @@ void forEachText(Item& item, Visit const& visit) {
         visit(line->text);
     } else if (auto* const start = std::get_if<ThreadStart>(&item.what)) {
         visit(start->name);
+    } else if (auto* const point = std::get_if<ProfilePoint>(&item.what)) {
+        visit(point->label);
     } else if (auto* const name = std::get_if<ThreadName>(&item.what)) {
         visit(name->name);
         visit(name->process);

@@ -143,11 +143,13 @@ bool TraceEventParser::onText(std::string const& text) {
     if (isInValues()) {
         if (mDepth == mEventDepth + 1 && mKey == "name") mEvent.named = text;
         if (mDepth == mEventDepth + 1 && mKey == "level") mEvent.level = text;
+        if (mDepth == mEventDepth + 1 && mKey == "wall_clock_ns") mEvent.wallClock = text;
         addValue(quoted(text));
     } else if (mDepth == mEventDepth) {
         if (mKey == "ph") mEvent.phase = text;
         if (mKey == "name") mEvent.name = text;
         if (mKey == "cat") mEvent.category = text;
+        if (mKey == "id") mEvent.arrow = text;
     }
     return true;
 }
@@ -155,12 +157,14 @@ bool TraceEventParser::onText(std::string const& text) {
 bool TraceEventParser::onNumber(double number, std::string_view shown) {
     mInput.endToken();
     if (isInValues()) {
+        if (mDepth == mEventDepth + 1 && mKey == "kernel_tid") mEvent.kernelThread = idOf(number);
         addValue(shown);
     } else if (mDepth == mEventDepth) {
         if (mKey == "ts") mEvent.time = number;
         if (mKey == "dur") mEvent.duration = number;
         if (mKey == "pid") mEvent.process = idOf(number);
         if (mKey == "tid") mEvent.thread = idOf(number);
+        if (mKey == "id") mEvent.arrow = shown;
     }
     return true;
 }

@@ -6,9 +6,11 @@
 
 #include <chrono>
 #include <cstdint>
+#include <map>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace zeqcam::tool {
 
@@ -17,10 +19,13 @@ struct TraceEvent {
     std::string phase;
     std::string name;
     std::string category;
-    std::string values;          // "args", as JSON text
-    std::string named;           // "name" among them, of metadata
-    std::string level;           // "level" among them, of an instant of the log
-    std::optional<double> time;  // microseconds, like the duration
+    std::string values;     // "args", as JSON text
+    std::string named;      // "name" among them, of metadata
+    std::string level;      // "level" among them, of an instant of the log
+    std::string wallClock;  // "wall_clock_ns" among them, of metadata: what it showed at time 0
+    std::optional<std::int32_t> kernelThread;  // "kernel_tid" among them, of metadata
+    std::string arrow;                         // "id"
+    std::optional<double> time;                // microseconds, like the duration
     std::optional<double> duration;
     std::optional<std::int32_t> process;
     std::optional<std::int32_t> thread;
@@ -40,11 +45,16 @@ class TraceEventItems {
 
   private:
     void takeMetadata(TraceEvent const& event, Item item);
+    void takeArrow(TraceEvent const& event, Item const& item);
+    [[nodiscard]] std::int32_t threadOf(TraceEvent const& event) const;
 
     std::uint16_t mFile;
     ItemSink& mSink;
     TimeOrder mOrder;
     std::chrono::nanoseconds mTime{};  // of the last event
+    // The kernel's ids of threads that have others in the file, and the threads where arrows begin.
+    std::map<std::pair<std::int32_t, std::int32_t>, std::int32_t> mKernelThreads;
+    std::map<std::string, std::int32_t> mArrows;
 };
 
 // Whether a file that begins so is JSON.

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -8,8 +10,13 @@ namespace zeqcam::tool {
 
 // The values of a section in a trace that a run has written.
 struct TraceValues {
-    std::string sensor;  // empty: none
-    std::vector<std::string> sensors;
+    struct Sensor {
+        std::string name;
+        std::optional<std::int32_t> id;  // none: older traces have names alone
+    };
+    std::optional<Sensor> sensor;
+    std::vector<Sensor> sensors;
+    std::string client;  // that makes the request; empty: not told
     std::string result;  // "true"; empty: none
     bool failed = false;
     bool open = false;  // it had not ended

@@ -28,6 +28,12 @@ std::optional<std::int32_t> idOf(std::string_view name) {
     return isId ? std::optional(id) : std::nullopt;
 }
 
+// A section's label as the library writes it, which widens ids and writes them unsigned.
+std::string labelOf(Saying saying, std::int32_t sensor) {
+    return (saying == Saying::WorkerSection ? "powerOnSensor: " : "powerOff: ") +
+           std::to_string(static_cast<std::uint64_t>(static_cast<std::int64_t>(sensor)));
+}
+
 // Until lines tell the id of a sensor that is known by its name.
 constexpr std::int32_t kFirstUnknown = std::numeric_limits<std::int32_t>::min() + 1;
 
@@ -37,6 +43,13 @@ std::int32_t RecordMaker::sensorOf(std::string_view name) {
     if (auto const id = idOf(name)) return *id;
     auto const next = kFirstUnknown + static_cast<std::int32_t>(mSensorNames.size());
     return mSensorNames.emplace(std::string(name), next).first->second;
+}
+
+std::int32_t RecordMaker::sensorOf(std::string const& name, std::optional<std::int32_t> id) {
+    if (!id) return sensorOf(name);
+    // A sensor without a name is called by its id.
+    if (idOf(name) != id) mNamesOfIds.emplace(*id, name);
+    return *id;
 }
 
 // Its name, where nothing but that tells which it is.
@@ -54,12 +67,17 @@ void RecordMaker::seeBegin(ThreadState& thread, Sighting const& sighting) {
     auto const sign = signOfSection(mRecord.textOf(sighting.text));
     if (!sign) return;
     mReach.sections = true;
-    std::int32_t const sensor = sign->sensor               ? *sign->sensor
-                                : sign->sensorName.empty() ? 0
-                                                           : sensorOf(sign->sensorName);
     bool const isOwn = category == "section";
     OpenSection section{sign->saying, sighting.text};
-    section.hadNotEnded = isOwn && traceValuesOf(mRecord.textOf(sighting.values)).open;
+    std::int32_t sensor = sign->sensor.value_or(0);
+    TraceValues const values = isOwn ? traceValuesOf(mRecord.textOf(sighting.values)) : TraceValues();
+    section.hadNotEnded = values.open;
+    if (values.sensor && values.sensor->id) {
+        sensor = sensorOf(values.sensor->name, values.sensor->id);
+        section.label = mRecord.texts.add(labelOf(sign->saying, sensor));
+    } else if (!sign->sensorName.empty()) {
+        sensor = sensorOf(sign->sensorName);
+    }
     bool const endsController = !thread.work && !thread.request;
     switch (sign->saying) {
         case Saying::PowerOnSection:
@@ -87,7 +105,7 @@ void RecordMaker::seeBegin(ThreadState& thread, Sighting const& sighting) {
             break;
     }
     Event& event = add(thread, Kind::TraceBegin);
-    event.text = sighting.text;
+    event.text = section.label;
     thread.open.push_back(section);
     if (sign->saying == Saying::PeripheralOnSection) tellService(thread, Kind::PeripheralPowerOn);
     if (sign->saying == Saying::Hal3AOnSection) tellService(thread, Kind::Hal3APowerOn);
@@ -138,7 +156,7 @@ void RecordMaker::seeOwnSection(ThreadState& thread, Sighting const& sighting, s
         section.isCall = true;
         section.powersOn = mRecord.textOf(sighting.text).ends_with(" on");
         section.isFailure = values.failed;
-        section.sensor = sensorOf(values.sensor);
+        section.sensor = values.sensor ? sensorOf(values.sensor->name, values.sensor->id) : 0;
         Event& event = add(thread, section.powersOn ? Kind::SensorPowerOn : Kind::SensorPowerOff);
         event.sensor = section.sensor;
         event.text = mRecord.texts.add("zeqcam-PowerOnOffController");
@@ -159,7 +177,8 @@ void RecordMaker::beginOwnRequest(ThreadState& thread, std::string_view label, T
     Draft& draft = newDraft(thread, kind);
     draft.isTold = true;
     std::vector<int> sensors;
-    for (std::string const& name : values.sensors) sensors.push_back(sensorOf(name));
+    for (auto const& [name, id] : values.sensors) sensors.push_back(sensorOf(name, id));
+    if (!values.client.empty()) draft.client = mRecord.texts.add(values.client);
     bool const asks = kind == RequestKind::Status || kind == RequestKind::Powered;
     (asks ? draft.request.countedOn : draft.request.sensors) = std::move(sensors);
     if (kind == RequestKind::PowerOn && !values.open) draft.request.result = values.result == "true";
@@ -187,6 +206,7 @@ void RecordMaker::beginWork(ThreadState& thread, Saying saying, std::int32_t sen
     work.time = mNow;
     work.inSection = inSection;
     work.request = requestOfWork(thread, saying, sensor, inSection);
+    thread.worksFor = {};
     if (saying == Saying::WorkerSection) mRecorded.insert(sensor);
     thread.isTask = saying == Saying::TaskSection && !thread.request;
     thread.work = work;
@@ -202,7 +222,8 @@ OptionalNumber<std::uint32_t> RecordMaker::requestOfWork(ThreadState const& thre
         Draft const& draft = mDrafts[index];
         // Of two, a section is the better witness of what is under way.
         bool const isUnderWay =
-            inSection ? draft.hasSection : draft.works() && (!draft.isOver || draft.hasSection);
+            thread.worksFor == OptionalNumber(index) ||
+            (inSection ? draft.hasSection : draft.works() && (!draft.isOver || draft.hasSection));
         bool const suits =
             isUnderWay && draft.request.kind == (isOn ? RequestKind::PowerOn : RequestKind::PowerOff);
         bool const isNamed = sensor < 0 || !draft.tellsNames || contains(draft.admitted, sensor);
@@ -218,6 +239,7 @@ OptionalNumber<std::uint32_t> RecordMaker::requestOfWork(ThreadState const& thre
         mDrafts[*thread.request].runsItself = true;
     }
     if (isCandidate(thread.startedFor)) candidates = {*thread.startedFor};
+    if (isCandidate(thread.worksFor)) candidates = {*thread.worksFor};
     if (candidates.size() > 1) {
         std::string text = std::string(isOn ? "the worker" : "the task") + " of sensor " + wordOf(sensor) +
                            " at " + timeText(mNow - mRecord.begin) + ": of one of the requests of";
@@ -298,6 +320,10 @@ void RecordMaker::resolveSensors() {
     for (auto const& [unknown, id] : mSensorIds) ids.insert(id);
     std::int32_t next = 0;
     std::map<std::int32_t, TextId> names;
+    for (auto const& [id, name] : mNamesOfIds) {
+        ids.insert(id);
+        names[id] = mRecord.texts.add(name);
+    }
     for (auto const& [name, unknown] : mSensorNames) {
         while (!mSensorIds.contains(unknown) && ids.contains(next)) ++next;
         auto const [id, isNew] = mSensorIds.emplace(unknown, next);

@@ -40,7 +40,10 @@ char const* categoryOf(SectionKind kind) {
     return "";
 }
 
-constexpr int kProcessorTracks = 1'000'000;  // added to a thread's id in the file
+// Above the ids that the kernel gives: for threads whose id is not known or has a track already, and, added
+// to a thread's own, for what it did for the processor.
+constexpr int kOtherThreads = 1 << 22;
+constexpr int kProcessorTracks = 1 << 24;
 
 class Events {
   public:
@@ -79,7 +82,12 @@ class Events {
             auto const began = mTimeline.zero.time_since_epoch() + *mRecord.toWallClock;
             labels += ", began " + wallClockText(began);
         }
-        writeMetadata("process_labels", mProcess, {{"labels", labels}});
+        json about{{"labels", labels}};
+        if (mRecord.toWallClock) {
+            auto const began = mTimeline.zero.time_since_epoch() + *mRecord.toWallClock;
+            about["wall_clock_ns"] = std::to_string(began.count());
+        }
+        writeMetadata("process_labels", mProcess, std::move(about));
         std::set<std::uint32_t> marked;
         for (Mark const& mark : mTimeline.marks) marked.insert(mark.row);
         for (std::uint32_t row = 0; row < mTimeline.rows.size(); ++row) {
@@ -88,18 +96,25 @@ class Events {
             for (std::uint32_t const thread : mTimeline.rows[row].threads) {
                 std::string const which = ++number > 1 ? " #" + std::to_string(number) : "";
                 int const id = threadOf(row, thread);
-                writeMetadata("thread_name", id, {{"name", mTimeline.rows[row].name + which}});
-                writeMetadata("thread_sort_index", id, {{"sort_index", id - mProcess}});
+                json values{{"name", mTimeline.rows[row].name + which}};
+                auto const kernel = mRecord.threads[thread].id;
+                if (kernel && *kernel != id) values["kernel_tid"] = *kernel;
+                writeMetadata("thread_name", id, std::move(values));
+                writeMetadata("thread_sort_index", id, {{"sort_index", ++mNamed}});
             }
         }
     }
 
-    // The kernel gives an ended thread's id anew: what a thread was in another row is another to the viewer.
+    // The kernel's id. It gives an ended thread's anew: what a thread was in another row is another to the
+    // viewer.
     int threadOf(std::uint32_t row, std::uint32_t thread) {
-        int const next = mProcess + 1 + static_cast<int>(mThreads.size());
-        int const id = mThreads.emplace(std::pair(row, thread), next).first->second;
+        auto const [known, isNew] = mThreads.emplace(std::pair(row, thread), 0);
+        if (!isNew) return known->second;
         mRows[thread].insert(row);
-        return id;
+        int const other = kOtherThreads + static_cast<int>(mThreads.size());
+        int const id = mRecord.threads[thread].id.value_or(other);
+        known->second = mTaken.insert(id).second ? id : other;
+        return known->second;
     }
 
     [[nodiscard]] json event(char const* phase, std::string_view name, Instant time, int thread) const {
@@ -125,10 +140,17 @@ class Events {
         if (section.failed) values["failed"] = true;
         if (section.why != TextId::Empty) values["why"] = std::string(mTimeline.textOf(section.why));
         if (section.open) values["open"] = true;
-        if (section.sensor) values["sensor"] = mRecord.nameOfSensor(*section.sensor);
+        if (section.sensor) {
+            values["sensor"] = mRecord.nameOfSensor(*section.sensor);
+            values["sensor_id"] = *section.sensor;
+        }
         if (!section.request) return values;
         Request const& request = mRecord.requests[*section.request];
-        for (int const sensor : sensorsOf(request)) values["sensors"].push_back(mRecord.nameOfSensor(sensor));
+        for (int const sensor : sensorsOf(request)) {
+            values["sensors"].push_back(mRecord.nameOfSensor(sensor));
+            values["sensor_ids"].push_back(sensor);
+        }
+        values["client"] = mRecord.nameOfClient(request.client);
         values["result"] = resultText(request);
         return values;
     }
@@ -156,7 +178,7 @@ class Events {
             int const track = kProcessorTracks + threadOf(row, part.thread);
             if (named.insert(part.thread).second) {
                 writeMetadata("thread_name", track, {{"name", mTimeline.rows[row].name + " on a processor"}});
-                writeMetadata("thread_sort_index", track, {{"sort_index", track - mProcess}});
+                writeMetadata("thread_sort_index", track, {{"sort_index", ++mNamed}});
             }
             json slice = event("X", nameOf(part.state), part.begin, track);
             slice["dur"] = std::chrono::duration<double, std::micro>(part.end - part.begin).count();
@@ -214,6 +236,8 @@ class Events {
     char const* mSeparator = "\n";
     std::map<std::pair<std::uint32_t, std::uint32_t>, int> mThreads;  // the viewer's, by row and thread
     std::map<std::uint32_t, std::set<std::uint32_t>> mRows;           // of a thread
+    std::set<int> mTaken;                                             // ids of threads in the file
+    int mNamed = 0;
     int mArrows = 0;
 };
 
