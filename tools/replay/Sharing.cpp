@@ -21,6 +21,7 @@ class Sharing {
         findOverlaps();
         findSensors();
         findStrangers();
+        findQueues();
         for (auto const& [one, other] : mTogether) {
             if (!areApart(one, other)) join(one, other);
         }
@@ -101,8 +102,27 @@ class Sharing {
         }
     }
 
+    // Each controller has a queue of its own. One that has several threads tells nothing.
+    void findQueues() {
+        std::map<std::uint32_t, std::set<std::uint32_t>> threads;
+        for (Event const& event : mRecord.events) {
+            if (event.kind == board::Kind::TaskRun && event.request)
+                threads[clientOf(*event.request)].insert(event.thread);
+        }
+        for (auto const& [one, ofOne] : threads) {
+            for (auto const& [other, ofOther] : threads) {
+                if (ofOne.size() == 1 && ofOther.size() == 1 && ofOne != ofOther)
+                    mUnlike.insert(std::minmax(one, other));
+            }
+        }
+    }
+
     [[nodiscard]] bool areApart(std::uint32_t one, std::uint32_t other) const {
-        return std::any_of(mApart.begin(), mApart.end(), [&](Pair const& pair) {
+        return areIn(mApart, one, other);
+    }
+
+    [[nodiscard]] bool areIn(std::set<Pair> const& pairs, std::uint32_t one, std::uint32_t other) const {
+        return std::any_of(pairs.begin(), pairs.end(), [&](Pair const& pair) {
             return std::minmax(mGroups[pair.first], mGroups[pair.second]) ==
                    std::minmax(mGroups[one], mGroups[other]);
         });
@@ -122,7 +142,8 @@ class Sharing {
             if (isNew) {
                 std::set<std::uint32_t> taken;
                 for (std::uint32_t other = 0; other < client; ++other) {
-                    if (areApart(client, other)) taken.insert(colours[other]);
+                    if (areApart(client, other) || areIn(mUnlike, client, other))
+                        taken.insert(colours[other]);
                 }
                 while (taken.contains(colour->second)) ++colour->second;
             }
@@ -135,6 +156,7 @@ class Sharing {
     std::vector<MeasuredRequest> const& mMeasured;
     std::vector<std::uint32_t> mGroups;
     std::set<Pair> mApart;
+    std::set<Pair> mUnlike;  // by what may have another reason, where nothing else tells
     std::vector<Pair> mTogether;
 };
 
