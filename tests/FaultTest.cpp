@@ -3,6 +3,8 @@
 #include "PowerTest.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <cstdlib>
 #include <functional>
 #include <new>
 #include <stdexcept>
@@ -105,10 +107,17 @@ std::vector<NamedFault> const kFaults = {
     {"no tracing", [](board::Settings& settings) { settings.traceTags = 0; }},
 };
 
+// ZEQCAM_FAULT_PAIRS, where it is set, is how many others each fault is paired with, in the order of the
+// table.
 TEST_F(FaultTest, EachFaultOfThePlatformAloneAndInPairsLeavesACleanController) {
     expectFaultsOfUntriedSensorsOnly();
+    char const* const asked = std::getenv("ZEQCAM_FAULT_PAIRS");
+    auto const isLeftOut = [&](std::ptrdiff_t apart) {
+        return asked != nullptr && (apart < 0 || apart > std::atoi(asked));
+    };
     for (NamedFault const& first : kFaults) {
         for (NamedFault const& second : kFaults) {
+            if (isLeftOut(&second - &first)) continue;
             SCOPED_TRACE(std::string(first.name) + " and " + second.name);
             for (int const workerNotCreated : {0, 2}) {
                 board().change([&](board::Settings& settings) {

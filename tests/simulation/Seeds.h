@@ -24,7 +24,7 @@ Played played(SeededBody const& body, std::uint64_t seed);
 Played playedApart(SeededBody const& body, std::uint64_t seed);
 
 // Plays as many seeds, other ones each time, and tells the first that fails. Where the variable is set, plays
-// just the seed that it names, in this process, where a debugger sees it.
+// just the seed that it names, in this process, where a debugger sees it. ZEQCAM_SEEDS takes fewer, or more.
 void expectOfSeeds(char const* variable, int count, SeededBody const& body);
 
 }  // namespace zeqcam::tests
