@@ -18,6 +18,7 @@ _zeqcam_power() {
     read:--pid | read:--client | read:--sensor | read:--from | read:--to | read:--width) COMPREPLY=() ;;
     run:--trace | run:--svg | run:--junit | explore:--trace | explore:--svg | explore:--junit | read:--trace | read:--svg | read:--junit | read:--scenario | devices:--scenario) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
     run:--trace | run:--svg | run:--html | run:--junit | explore:--trace | explore:--svg | explore:--html | explore:--junit | read:--trace | read:--svg | read:--html | read:--junit | read:--scenario) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
+    blame:--html | chain:--html | run:--trace | run:--svg | run:--html | run:--junit | explore:--trace | explore:--svg | explore:--html | explore:--junit | read:--trace | read:--svg | read:--html | read:--junit | read:--scenario) mapfile -t COMPREPLY < <(compgen -f -- "$word") ;;
     *)
       local words='run explore check read devices rules schema --help --version'
       local words='run explore check read chain rules schema --help --version'
@@ -37,6 +38,8 @@ _zeqcam_power() {
       [ "$command" = blame ] && words='--set --request --client --sensor --from --to --pid --seed --repeat --json --width --help'
       [ "$command" = chain ] && words='--set --request --client --sensor --from --to --pid --seed --repeat --full --json --width --help'
       [ "$command" = explore ] && words='--preemptions --schedules --seconds --trace --svg --html --junit --help'
+      [ "$command" = blame ] && words='--html --request --client --sensor --from --to --pid --seed --repeat --json --width --help'
+      [ "$command" = chain ] && words='--html --request --client --sensor --from --to --pid --seed --repeat --full --json --width --help'
       [[ $command == check || $command == rules || $command == schema ]] && words='--help'
       if [[ -z $command || $command == schema || $command == rules || $command == devices || $word == -* ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$words" -- "$word")

@@ -165,4 +165,33 @@ TEST(Page, HoldsTheScenarioAndWhatItIncludes) {
                                                {{"op", "add"}, {"path", "/1/text"}, {"value", board}}}));
 }
 
+TEST(Page, OfEachCommandHoldsWhatItTells) {
+    Folder const folder;
+    std::string const file =
+        folder.put("one.toml", withSensor("power_on_ms = [5, 9]\npower_on_fails = { times = [2] }",
+                                          "{ power_on = [0] }, { power_off = [0] }, { power_on = [0] }"));
+    std::string const page = folder.path("page.html");
+    struct Case {
+        std::string arguments;
+        std::vector<std::string> holds;
+        std::vector<std::string> lacks;
+    };
+    for (auto const& [arguments, holds, lacks] : std::vector<Case>{
+             {"run --simulate", {"result", "timeline", "chains", "blame", "scenario"}, {"distributions"}},
+             {"run --simulate --repeat 3", {"distributions", "findings", "tables", "scenario"}, {"timeline"}},
+             {"blame", {"result", "timeline", "blame", "scenario"}, {"distributions"}},
+             {"blame --repeat 3", {"distributions", "findings", "blame"}, {"timeline"}},
+             {"chain --request off", {"timeline", "chains", "blame"}, {"distributions"}}}) {
+        auto const [status, said] = runTool(arguments + ' ' + file + " --html " + page);
+        ASSERT_LT(status, 2) << said;
+        json const data = json::parse(dataText(folder.text("page.html")));
+        for (std::string const& part : holds) EXPECT_TRUE(data.contains(part)) << arguments << ": " << part;
+        for (std::string const& part : lacks) EXPECT_FALSE(data.contains(part)) << arguments << ": " << part;
+        if (arguments.starts_with("chain")) {
+            EXPECT_THAT(data.at("blame").at("note").get<std::string>(), HasSubstr("1 request of 1 run."));
+        }
+    }
+    EXPECT_EQ(runTool("blame " + file + " --html " + file).status, 2) << "would replace its input";
+}
+
 }  // namespace

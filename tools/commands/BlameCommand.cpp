@@ -2,6 +2,7 @@
 
 #include "analysis/Blame.h"
 #include "analysis/Chain.h"
+#include "commands/CausePage.h"
 #include "commands/Input.h"
 #include "commands/RequestChoice.h"
 #include "commands/Terminal.h"
@@ -41,6 +42,7 @@ constexpr auto kFooter =
 struct Options {
     InputOptions input;
     RequestChoice choice;
+    CausePage page;
     bool json = false;
     std::optional<int> width;
 };
@@ -49,6 +51,7 @@ void addOptions(CLI::App& app, Options& options) {
     constexpr int kMostColumns = 10'000;
     options.input.add(app);
     options.choice.add(app);
+    options.page.addOption(app);
     app.add_flag("--json", options.json, "Print the same as JSON, and nothing else.");
     app.add_option("--width", options.width, "The columns of the output, instead of the terminal's.")
         ->check(CLI::Range(0, kMostColumns).description(""));
@@ -108,6 +111,7 @@ void writeJson(Blame const& blame, std::vector<std::string> const& names) {
 }
 
 int run(Options& options) try {
+    options.page.open(options.input);
     Inputs inputs(options.input);
     Blame blame;
     std::vector<std::string> names;  // each once
@@ -119,6 +123,7 @@ int run(Options& options) try {
             if (options.choice.has(input.record, chain) && !isSleep) chosen.push_back(&chain);
         }
         blame.add(input.record, chosen);
+        options.page.take(input, chosen);
         if (names.empty() || names.back() != input.name) names.push_back(input.name);
     });
     options.choice.requireFound();
@@ -129,8 +134,9 @@ int run(Options& options) try {
         for (std::string const& name : names) all += (all.empty() ? "" : ", ") + name;
         writeText(blame, all, options);
     }
+    bool const isWritten = options.page.write();
     if (!std::cout.flush()) complain("the output cannot be written");
-    return inputs.end(std::cout ? kAllHeld : kFailed);
+    return inputs.end(isWritten && std::cout ? kAllHeld : kFailed);
 } catch (CannotOpen const& error) {
     complain(error.what());
     return kWrongInput;

@@ -1,6 +1,7 @@
 #include "commands/ChainCommand.h"
 
 #include "analysis/Chain.h"
+#include "commands/CausePage.h"
 #include "commands/Input.h"
 #include "commands/RequestChoice.h"
 #include "commands/Terminal.h"
@@ -41,6 +42,7 @@ constexpr auto kFooter =
 struct Options {
     InputOptions input;
     RequestChoice choice;
+    CausePage page;
     bool full = false;
     bool json = false;
     std::optional<int> width;
@@ -50,6 +52,7 @@ void addOptions(CLI::App& app, Options& options) {
     constexpr int kMostColumns = 10'000;
     options.input.add(app);
     options.choice.add(app);
+    options.page.addOption(app);
     app.add_flag("--full", options.full,
                  "Tell every request and every link: else ten, and short links together.");
     app.add_flag("--json", options.json, "Print the chains as JSON, and nothing else.");
@@ -104,10 +107,15 @@ nlohmann::ordered_json jsonOf(Input const& input, Options& options) {
 }
 
 int run(Options& options) try {
+    options.page.open(options.input);
     Inputs inputs(options.input);
     nlohmann::ordered_json json{{"records", nlohmann::ordered_json::array()}};
     bool isFirst = true;
     inputs.each([&](Input const& input) {
+        if (options.page.isAsked()) {
+            auto const chains = chainsOf(input.record);
+            options.page.take(input, chosenOf(input.record, chains, options));
+        }
         if (options.json) {
             json["records"].push_back(jsonOf(input, options));
             return;
@@ -121,8 +129,9 @@ int run(Options& options) try {
         using nlohmann::ordered_json;
         std::cout << json.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
     }
+    bool const isWritten = options.page.write();
     if (!std::cout.flush()) complain("the output cannot be written");
-    return inputs.end(std::cout ? kAllHeld : kFailed);
+    return inputs.end(isWritten && std::cout ? kAllHeld : kFailed);
 } catch (CannotOpen const& error) {
     complain(error.what());
     return kWrongInput;

@@ -32,6 +32,13 @@ Outputs::Outputs() {
     for (View const& view : fileViews()) mOutputs.push_back({&view});
 }
 
+Outputs::Outputs(std::vector<std::string_view> const& options) {
+    for (View const& view : fileViews()) {
+        if (std::find(options.begin(), options.end(), view.option) != options.end())
+            mOutputs.push_back({&view});
+    }
+}
+
 void Outputs::addOptions(CLI::App& app) {
     for (Output& output : mOutputs) {
         app.add_option("--" + std::string(output.view->option), output.path, std::string(output.view->help))
@@ -99,6 +106,10 @@ bool Outputs::write(Record const& record, Presentation const& presentation) {
 bool Outputs::write(Series const& series, Presentation const& presentation) {
     return writeEach(
         [&](View const& view, std::ostream& out) { view.writeSeries(series, presentation, out); });
+}
+
+bool Outputs::write(std::function<void(std::ostream& out)> const& fill) {
+    return writeEach([&](View const&, std::ostream& out) { fill(out); });
 }
 
 }  // namespace zeqcam::tool

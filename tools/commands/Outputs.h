@@ -3,8 +3,11 @@
 #include "files/OutputFile.h"
 #include "views/View.h"
 
+#include <functional>
 #include <optional>
+#include <ostream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace CLI {
@@ -18,6 +21,8 @@ namespace zeqcam::tool {
 class Outputs {
   public:
     Outputs();
+    // Of these views alone, by their options.
+    explicit Outputs(std::vector<std::string_view> const& options);
 
     // An option for each view that goes to a file. This object outlives the reading of the command line.
     void addOptions(CLI::App& app);
@@ -39,6 +44,9 @@ class Outputs {
     // was.
     [[nodiscard]] bool write(Record const& record, Presentation const& presentation);
     [[nodiscard]] bool write(Series const& series, Presentation const& presentation);
+
+    // The same, of what the only view is given instead of a record.
+    [[nodiscard]] bool write(std::function<void(std::ostream& out)> const& fill);
 
   private:
     template <class Write>

@@ -1,8 +1,10 @@
 #include "views/Page.h"
 
+#include "analysis/Blame.h"
 #include "analysis/Chain.h"
 #include "text/Markup.h"
 #include "text/Printable.h"
+#include "views/BlamePart.h"
 #include "views/ChainText.h"
 #include "views/PageTimeline.h"
 #include "views/ResultFile.h"
@@ -45,9 +47,9 @@ std::pair<std::string_view, std::string_view> cutAt(std::string_view page, std::
 }
 
 // What each request waited for.
-ordered_json chainsIn(Record const& record) {
+ordered_json chainsIn(Record const& record, std::vector<Chain> const& all) {
     ordered_json chains = ordered_json::array();
-    for (Chain const& chain : chainsOf(record)) {
+    for (Chain const& chain : all) {
         ordered_json links = ordered_json::array();
         for (Link const& link : chain.links) {
             links.push_back({{"what", linkText(record, link)},
@@ -56,6 +58,17 @@ ordered_json chainsIn(Record const& record) {
         chains.push_back({{"text", chainLine(record, chain)}, {"links", std::move(links)}});
     }
     return chains;
+}
+
+// Sleeps are their clients' own.
+Blame blameOf(Record const& record, std::vector<Chain> const& all) {
+    std::vector<Chain const*> chains;
+    for (Chain const& chain : all) {
+        if (record.requests[chain.request].kind != RequestKind::Sleep) chains.push_back(&chain);
+    }
+    Blame blame;
+    blame.add(record, chains);
+    return blame;
 }
 
 }  // namespace
@@ -73,10 +86,12 @@ void writePage(std::string_view title, std::vector<PagePart> const& parts, std::
 }
 
 std::vector<PagePart> pageParts(Record const& record, Presentation const& presentation) {
+    auto const chains = chainsOf(record);
     std::vector<PagePart> parts{
         {"result", textOf(resultOf(record, presentation.strictness))},
         {"timeline", textOf(pageTimelineOf(record, presentation.selection))},
-        {"chains", textOf(chainsIn(record))},
+        {"chains", textOf(chainsIn(record, chains))},
+        blamePart(blameOf(record, chains)),
     };
     if (!presentation.sources.empty()) parts.push_back(scenarioPart(presentation.sources));
     return parts;

@@ -1,6 +1,7 @@
 #include "views/JUnit.h"
 #include "views/Page.h"
 #include "views/SeriesJUnit.h"
+#include "views/SeriesPage.h"
 #include "views/SeriesSvg.h"
 #include "views/SvgTimeline.h"
 #include "views/TraceFile.h"
@@ -16,7 +17,8 @@ constexpr std::array kFileViews{
     View{"svg", "Write the timeline as a picture.", writeSvg, writeSeriesSvg},
     View{"junit", "Write expectations and rules as test cases, in the JUnit form that CI servers read.",
          writeJUnit, writeSeriesJUnit},
-    View{"html", "Write all of it as one page for a browser, which needs no network.", writeHtml},
+    View{"html", "Write all of it as one page for a browser, which needs no network.", writeHtml,
+         writeSeriesHtml},
 };
 
 }  // namespace

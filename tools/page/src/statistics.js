@@ -57,7 +57,8 @@ function requestTable(model, showSection) {
 }
 
 export function statisticsOf(model, { showSection }) {
-  const { distributions = [], plots = [], tables = [] } = model.data;
-  const figures = [...distributions.map(distribution), ...plots.map(lines), ...tables.map(table), ...ofRecord(model, showSection)];
+  const { distributions = [], plots = [], tables = [], blame } = model.data;
+  const figures = [...distributions.map(distribution), ...plots.map(lines), ...tables.map(table),
+    ...(blame?.rows.length ? [table(blame)] : []), ...ofRecord(model, showSection)];
   return figures.length ? part('statistics', 'Statistics', figures) : null;
 }

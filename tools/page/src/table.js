@@ -8,7 +8,7 @@ function cell(value, unit) {
   if (value === null || value === undefined) return make('td', { class: 'number muted' }, '–');
   if (value instanceof Node) return make('td', {}, value);
   if (typeof value !== 'number') return make('td', {}, String(value));
-  return make('td', { class: 'number' }, unit === 'ms' ? msText(value) : value.toLocaleString('en'));
+  return make('td', { class: 'number' }, unit === 'ms' ? msText(value) : value.toLocaleString('en', { maximumFractionDigits: 1 }));
 }
 
 const keyOf = (value) => (value instanceof Node ? value.textContent : value);
