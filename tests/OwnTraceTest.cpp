@@ -65,7 +65,8 @@ TEST(OwnTrace, TellsASensorByItsIdWhateverItsName) {
     EXPECT_EQ(again.nameOfSensor(-3), "sensor 5");
 }
 
-// Two clients at once, whose workers nothing but the arrows tells apart; the second one's has the id of a
+// Two clients at once, whose workers nothing but the arrows tells apart; the first one's begins at the same
+// instant, the second one's has the id of a
 // thread that was a client before.
 std::vector<Happened> overlapping() {
     return {{0, 3, Kind::Request, "early", 0, 0, "status"},
@@ -74,8 +75,8 @@ std::vector<Happened> overlapping() {
             {1, 1, Kind::SensorListGet},
             {1, 2, Kind::Request, "unlock", 0, 0, "power on", {3}},
             {1, 2, Kind::SensorListGet},
-            {2, 7, Kind::TraceBegin, "powerOnSensor: 0"},
-            {2, 7, Kind::SensorPowerOn, "", 0},
+            {1, 7, Kind::TraceBegin, "powerOnSensor: 0"},
+            {1, 7, Kind::SensorPowerOn, "", 0},
             {3, 3, Kind::TraceBegin, "powerOnSensor: 3"},
             {3, 3, Kind::SensorPowerOn, "", 3},
             {8, 3, Kind::SensorPowerOnDone, "", 3, 1},

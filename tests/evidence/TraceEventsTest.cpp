@@ -84,7 +84,7 @@ TEST(TraceEvents, AreOfTheKernelsThreadsAndLeadFromOneToAnother) {
 {"ph":"s","cat":"cause","id":7,"ts":1,"pid":1,"tid":2},{"ph":"f","cat":"cause","id":7,"ts":5,"pid":1,"tid":900},
 {"ph":"f","cat":"cause","id":7,"ts":6,"pid":1,"tid":900},{"ph":"f","cat":"other","id":7,"ts":6,"pid":1,"tid":900}])")
             .items,
-        ElementsAre("1 trace 0 1/3 is w", "3 trace 0.000005 1/3 works for 2", "2 trace 0.000005 1/3 B work"));
+        ElementsAre("1 trace 0 1/3 is w", "2 trace 0.000005 1/3 B work", "3 trace 0.000005 1/3 works for 2"));
 }
 
 TEST(TraceEvents, ComeByTimeHoweverTheyAreWritten) {

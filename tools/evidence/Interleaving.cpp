@@ -117,7 +117,8 @@ void leaveOutRepeats(std::vector<FileSightings>& files) {
     for (FileSightings& file : files) {
         std::vector<std::pair<Key, nanoseconds>> own;
         std::erase_if(file.sightings, [&](Sighting const& each) {
-            Key const key(each.thread, each.text, each.what, each.other);
+            bool const isStart = each.what == Sighting::What::Start;
+            Key const key(each.thread, each.text, each.what, isStart ? each.other : 0);
             auto& times = told[key];
             auto const same = std::find_if(times.begin(), times.end(), [&](auto const& time) {
                 return std::chrono::abs(time.first - each.time) < std::max(time.second, file.resolution);

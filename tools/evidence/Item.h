@@ -52,7 +52,7 @@ struct ThreadStart {
     std::string_view name;  // empty: unknown
 };
 
-// What Item::thread does next is done for what another thread is in: an arrow of a trace.
+// What Item::thread begins at that time is done for what another thread is in: an arrow of a trace.
 struct WorkFor {
     std::int32_t asking = 0;
 };

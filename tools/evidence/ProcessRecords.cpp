@@ -188,12 +188,17 @@ void ProcessRecords::take(Item const& item, ThreadStart const& start) {
     keep(item, starter->second.process, sighting);
 }
 
+// Where requests are told as they end, an arrow comes too late.
 void ProcessRecords::take(Item const& item, WorkFor const& work) {
     auto const process = processOf(item);
-    if (!process) return;
-    Sighting sighting = sightingOf(item, Sighting::What::WorkFor);
-    sighting.other = work.asking;
-    keep(item, *process, sighting);
+    auto const known = process ? mParts.find({*process, item.place.file, fileOf(item).boot}) : mParts.end();
+    if (known == mParts.end()) return;
+    auto& kept = known->second;
+    for (auto each = kept.rbegin(); each != kept.rend() && each->time == item.time; ++each) {
+        bool const isWork = each->saying == Saying::WorkerSection || each->saying == Saying::TaskSection;
+        bool const begins = each->what == Sighting::What::SectionBegin && each->thread == item.thread;
+        if (isWork && begins) each->other = work.asking;
+    }
 }
 
 void ProcessRecords::take(Item const& item, ProfilePoint const& point) {

@@ -64,9 +64,6 @@ void RecordMaker::see(Sighting const& sighting) {
             return seeEnd(thread);
         case Sighting::What::Line:
             return seeLine(thread, sighting);
-        case Sighting::What::WorkFor:
-            thread.worksFor = threadOf(sighting.other).request;
-            return;
         case Sighting::What::Profile:
             add(thread, Kind::ProfileMark).text = sighting.text;
             return;

@@ -19,7 +19,6 @@ struct Sighting {
         Line,
         State,    // `state`: what the thread does for the processor from now on
         Start,    // the thread starts `other`, named `text`
-        WorkFor,  // what the thread does next is for what `other` is in
         Profile,  // `text`: the mark
     };
 
@@ -27,7 +26,7 @@ struct Sighting {
     Place place;
     std::int32_t thread = 0;
     std::optional<std::int32_t> sensor;
-    std::int32_t other = 0;
+    std::int32_t other = 0;         // that is started; of a section, for whom it is, as an arrow tells
     TextId text = TextId::Empty;    // the label or the line
     TextId tag = TextId::Empty;     // of a line; of a section its category
     TextId values = TextId::Empty;  // of a section
@@ -39,7 +38,7 @@ struct Sighting {
     bool isDebugPrint = false;
 };
 
-// Whether it tells how far on a request is: what is about the processor, and notes on others, do not.
+// Whether it tells how far on a request is: what is about the processor, and marks, do not.
 constexpr bool tellsPhase(Sighting const& sighting) {
     return sighting.what <= Sighting::What::Line;
 }

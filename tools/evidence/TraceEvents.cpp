@@ -74,14 +74,14 @@ void TraceEventItems::take(TraceEvent const& event) {
     if (event.category == "cause") takeArrow(event, item);
 }
 
-// Its end stands at the begin of what it leads to, and is to be known there.
+// Its end stands at the begin of what it leads to.
 void TraceEventItems::takeArrow(TraceEvent const& event, Item const& item) {
     if (event.phase == "s" && mArrows.size() < kMostKept) mArrows[event.arrow] = item.thread;
     auto const from = mArrows.find(event.arrow);
     if (event.phase != "f" || from == mArrows.end()) return;
     Item end = item;
     end.what = WorkFor{.asking = from->second};
-    mOrder.take(end, item.time - nanoseconds(1));
+    mOrder.take(end);
     mArrows.erase(from);
 }
 

@@ -20,7 +20,7 @@ bool isTrueIn(json const& values, char const* key) {
     return found != values.end() && found->is_boolean() && found->get<bool>();
 }
 
-std::optional<std::int32_t> idOf(json const& value) {
+std::optional<std::int32_t> sensorIdOf(json const& value) {
     if (!value.is_number_integer()) return {};
     auto const id = value.get<std::int64_t>();
     bool const fits =
@@ -35,7 +35,7 @@ TraceValues traceValuesOf(std::string_view text) {
     json const values = json::parse(text, nullptr, false);
     if (!values.is_object()) return read;
     if (std::string const name = textIn(values, "sensor"); !name.empty())
-        read.sensor = TraceValues::Sensor{name, idOf(values.value("sensor_id", json()))};
+        read.sensor = TraceValues::Sensor{name, sensorIdOf(values.value("sensor_id", json()))};
     read.client = textIn(values, "client");
     read.result = textIn(values, "result");
     read.failed = isTrueIn(values, "failed");
@@ -45,7 +45,7 @@ TraceValues traceValuesOf(std::string_view text) {
     bool const hasIds = ids.is_array() && ids.size() == names.size();
     for (std::size_t i = 0; names.is_array() && i < names.size(); ++i) {
         if (names[i].is_string())
-            read.sensors.push_back({names[i].get<std::string>(), idOf(hasIds ? ids[i] : json())});
+            read.sensors.push_back({names[i].get<std::string>(), sensorIdOf(hasIds ? ids[i] : json())});
     }
     return read;
 }

@@ -88,6 +88,7 @@ void RecordMaker::seeBegin(ThreadState& thread, Sighting const& sighting) {
             break;
         case Saying::WorkerSection:
         case Saying::TaskSection:
+            if (sighting.other != 0) thread.worksFor = threadOf(sighting.other).request;
             beginWork(thread, sign->saying, sensor, true);
             if (isOwn) thread.work->hasCall = thread.work->hasEnd = true;
             break;
