@@ -138,8 +138,8 @@ TEST(Page, TellsTheUnknownAsNull) {
         {{0, 1, Kind::Request, "app", 0, 0, "power off"}, {5, 1, Kind::Reply, "app", 0, 0, "power off"}});
     record.requests[0].sensors.reset();
     json const timeline = timelineJson(record);
-    EXPECT_EQ(timeline.at("powered").at("sensors"), json({nullptr}));
-    EXPECT_EQ(timeline.at("sections").at("sensor"), json({nullptr}));
+    EXPECT_EQ(timeline.at("powered").at("sensors"), json::array({nullptr}));
+    EXPECT_EQ(timeline.at("sections").at("sensor"), json::array({nullptr}));
     record.files = {"log"};
     std::ostringstream out;
     writeHtml(record, {}, out);

@@ -72,13 +72,14 @@ TEST(SeriesPage, PutsWhatTwoHaveMeasuredSideBySide) {
     for (double& ms : slow) ms += 10;
     Series const before = seriesOf(fast);
     Series after = seriesOf(slow);
-    after.add({.run = 99, .why = {}, .figures = {took("power off", 7)}});
+    after.add({.run = 99, .why = {}, .figures = {took("power off", 7), took("status", 0)}});
     json const all =
         partOf(pageParts(std::vector<NamedSeries>{{"before", &before}, {"after", &after}}), "distributions");
     ASSERT_EQ(all.size(), 1U);
     EXPECT_EQ(all[0].at("sets"), json({"before", "after"}));
     std::map<std::string, json> rows;
     for (json const& row : all[0].at("rows")) rows[row.at("name")] = row;
+    EXPECT_EQ(rows.size(), 2U) << "what takes no time is left out";
     EXPECT_EQ(rows.at("app: power on").at("samples"), json({fast, slow}));
     EXPECT_THAT(rows.at("app: power on").at("note").get<std::string>(),
                 testing::MatchesRegex(R"(\+10\.00 ms, with 95 % between \+[0-9.]+ and \+[0-9.]+)"));

@@ -4,10 +4,10 @@
 #include "rules/Strictness.h"
 #include "rules/Verdict.h"
 
-#include <compare>
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 namespace zeqcam::tool {
@@ -27,7 +27,11 @@ struct Subject {
     std::string what;
     int nth = 1;  // of its kind in the run, from 1
 
-    auto operator<=>(Subject const&) const = default;
+    // Not by <=>: not every standard library compares texts so.
+    bool operator==(Subject const&) const = default;
+    bool operator<(Subject const& other) const {
+        return std::tie(of, who, what, nth) < std::tie(other.of, other.who, other.what, other.nth);
+    }
 };
 
 // "camera app: power on tele (2)": the second of the run.

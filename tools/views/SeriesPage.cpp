@@ -109,20 +109,26 @@ ordered_json distributionOf(std::vector<NamedSeries> const& sets, Of of, std::st
     ordered_json rows = ordered_json::array();
     for (Subject const& subject : subjectsOf(sets, of)) {
         std::vector<std::vector<double>> sorted;
-        ordered_json failed = ordered_json::array();
+        std::vector<std::size_t> failed;
+        bool isToldOf = false;
         for (NamedSeries const& set : sets) {
             Measured const* const measured = set.series->find(subject);
             sorted.push_back(measured ? sortedTimes(*measured) : std::vector<double>());
             failed.push_back(measured ? measured->failed.size() : 0);
+            isToldOf = isToldOf || failed.back() > 0 || (!sorted.back().empty() && sorted.back().back() > 0);
         }
+        if (!isToldOf) continue;
         rows.push_back({{"name", textOf(subject)},
                         {"samples", sorted},
-                        {"failed", std::move(failed)},
+                        {"failed", failed},
                         {"note", differenceOf(sorted)}});
     }
     std::vector<std::string> names;
     for (NamedSeries const& set : sets) names.push_back(set.name);
-    return {{"title", title}, {"sets", std::move(names)}, {"rows", std::move(rows)}};
+    return {{"title", title},
+            {"note", "What took no time in any run is left out."},
+            {"sets", std::move(names)},
+            {"rows", std::move(rows)}};
 }
 
 ordered_json distributionsOf(std::vector<NamedSeries> const& sets) {
