@@ -32,7 +32,7 @@ struct Options {
     std::string scenario;
 };
 
-// Unlike `?`, what a device does not say is left out.
+// What a device does not say is null.
 std::string jsonOf(std::vector<FoundDevice> const& devices) {
     using nlohmann::ordered_json;
     auto all = ordered_json::array();

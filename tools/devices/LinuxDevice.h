@@ -19,7 +19,7 @@ class LinuxDevice final : public board::PowerSwitch {
   public:
     using Time = std::chrono::microseconds;
 
-    // `timeout` is what a power change may take. `device` outlives this.
+    // `timeout` is what a power change may take. `device` stays until this is retired.
     LinuxDevice(RuntimePower const& device, Time timeout) : mDevice(device), mTimeout(timeout) {}
 
     // What the board asks. A device that did not become active is given back.

@@ -29,7 +29,7 @@ std::string Sysfs::nameOf(std::filesystem::path const& place) const {
 
 std::filesystem::path Sysfs::resolve(std::string const& path) const {
     std::error_code error;
-    std::filesystem::path const real = std::filesystem::canonical(place(path), error);
+    std::filesystem::path real = std::filesystem::canonical(place(path), error);
     if (error == std::errc::no_such_file_or_directory) throw std::runtime_error("there is no such device");
     if (error) throw std::runtime_error(error.message());
     if (!isInside(real, std::filesystem::canonical(mRoot) / "devices"))
