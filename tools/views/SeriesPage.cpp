@@ -124,6 +124,7 @@ ordered_json distributionOf(std::vector<NamedSeries> const& sets, Of of, std::st
                         {"note", differenceOf(sorted)}});
     }
     std::vector<std::string> names;
+    names.reserve(sets.size());
     for (NamedSeries const& set : sets) names.push_back(set.name);
     return {{"title", title},
             {"note", "What took no time in any run is left out."},

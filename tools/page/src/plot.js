@@ -44,7 +44,7 @@ function axisOf(scale, unit) {
 // { title, note, unit, sets, rows: [{ name, samples: [one list for each set], failed: [number for each set], note }] }
 export function distribution({ title, note, unit = 'ms', sets = [''], rows }) {
   const all = rows.map((row) => ({ ...row, samples: row.samples.map((list) => [...list].sort((a, b) => a - b)) }));
-  const most = Math.max(...all.flatMap(({ samples }) => samples.map((list) => list.at(-1) ?? 0)), 1e-9);
+  const most = Math.max(0, ...all.flatMap(({ samples }) => samples.map((list) => list.at(-1) ?? 0))) || 1;
   const scale = scaleLinear([0, most], [EDGE, WIDTH - EDGE]).nice(5);
   const several = sets.length > 1;
   const hasNotes = rows.some((row) => row.note), hasFailures = rows.some((row) => row.failed?.some(Boolean));
