@@ -64,13 +64,15 @@ std::vector<std::string> tablets() {
     return names;
 }
 
-// A sensor for each device, and a client with these steps; ALL stands for all sensors.
-std::string scenarioOf(std::vector<std::string> const& devices, std::string const& steps) {
+// A sensor for each device, and a client with these steps; ALL stands for all sensors. An emulated device
+// that obeys never takes as long as it may.
+std::string scenarioOf(std::vector<std::string> const& devices, std::string const& steps,
+                       int timeoutMs = 30000) {
     std::string text;
     std::string all;
     for (std::size_t id = 0; id < devices.size(); ++id) {
         text += "[[sensor]]\nid = " + std::to_string(id) + "\ndevice = '/sys/bus/usb/devices/" + devices[id] +
-                "'\n";
+                "'\ndevice_timeout_ms = " + std::to_string(timeoutMs) + '\n';
         all += std::to_string(id) + ", ";
     }
     text += "[[controller]]\nname = 'photo'\nsensors = [" + all + "]\n[[client]]\nname = 'app'\n";
@@ -215,7 +217,8 @@ TEST_F(DevicesTest, FailAPowerOffWhereSomebodyUsesOne) {
     std::string const path = "/dev/bus/usb/001/" + std::string(3 - number.size(), '0') + number;
     int const user = open(path.c_str(), O_RDWR | O_CLOEXEC);
     ASSERT_GE(user, 0) << path;
-    auto const [status, output] = runScenario(scenarioOf({"1-1"}, "{ power_on = ALL }, { power_off = ALL }"));
+    auto const [status, output] =
+        runScenario(scenarioOf({"1-1"}, "{ power_on = ALL }, { power_off = ALL }", 2000));
     close(user);
     EXPECT_EQ(status, 1);
     EXPECT_THAT(output, AllOf(HasSubstr("not off before the run: /sys/bus/usb/devices/1-1: still active"),
@@ -225,7 +228,7 @@ TEST_F(DevicesTest, FailAPowerOffWhereSomebodyUsesOne) {
 TEST_F(DevicesTest, FailAPowerOffWhenTheyGoAway) {
     UsbController controller;
     TemporaryFile const file(
-        ".toml", scenarioOf({"1-1"}, "{ power_on = ALL }, { sleep_ms = 5000 }, { power_off = ALL }"));
+        ".toml", scenarioOf({"1-1"}, "{ power_on = ALL }, { sleep_ms = 10000 }, { power_off = ALL }"));
     auto const [status, output] = runCommand("\"" ZEQCAM_POWER_PATH "\" run " + file.path +
                                              " 2>&1 | while read -r line; do echo \"$line\"; case $line in "
                                              "*'powerOn -') " +
