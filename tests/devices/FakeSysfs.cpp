@@ -105,7 +105,9 @@ void FakeSysfs::react(int watch) {
     if (does == Does::Fails && resumes) status = "error";
     if (tool::firstLine(mFolder.path(file)) == status) return;
     if (does == Does::GoesAway && resumes) {
-        files::remove_all(mFolder.path(folder));
+        // In one step for who looks for it; then for who has it open.
+        files::rename(mFolder.path(folder), mFolder.path(folder + ".gone"));
+        files::remove_all(mFolder.path(folder + ".gone"));
         status = "gone";
     } else if (does == Does::Breaks && resumes) {
         // What no process can read of itself at its begin.
