@@ -74,6 +74,7 @@ if(TARGET zeqcam-power)
   install(FILES completions/zeqcam-power.fish
     DESTINATION ${CMAKE_INSTALL_DATADIR}/fish/vendor_completions.d COMPONENT tool)
   install(FILES schemas/junit.xsd schemas/results.schema.json schemas/series.schema.json
+    schemas/comparison.schema.json
     DESTINATION ${CMAKE_INSTALL_DATADIR}/zeqcam-power/schemas COMPONENT tool)
   install(DIRECTORY examples/
     DESTINATION ${CMAKE_INSTALL_DATADIR}/zeqcam-power/examples COMPONENT tool

@@ -16,7 +16,7 @@ _zeqcam_power() {
     [A-Z][A-Z]* | N) COMPREPLY=() ;;
     *)
       if [[ $word == -* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "$(grep -oE -- '--[a-z]+' <<<"$help" | sort -u)" -- "$word")
+        mapfile -t COMPREPLY < <(compgen -W "$(grep -oE -- '--[a-z][a-z-]*' <<<"$help" | sort -u)" -- "$word")
       elif [[ -z $command ]]; then
         mapfile -t COMPREPLY < <(compgen -W "$commands" -- "$word")
       elif [[ $command == run || $command == explore || $command == check || $command == sweep ]]; then

@@ -2,6 +2,7 @@
 #include "commands/ChainCommand.h"
 #include "commands/CheckCommand.h"
 #include "commands/Command.h"
+#include "commands/CompareCommand.h"
 #include "commands/DevicesCommand.h"
 #include "commands/ExploreCommand.h"
 #include "commands/ReadCommand.h"
@@ -26,6 +27,8 @@ constexpr std::array kCommands{
     Command{"devices", "List the devices of this machine that could stand for a sensor.", addDevices},
     Command{"blame", "Tell where the time of requests went, what took the most of it first.", addBlame},
     Command{"chain", "Tell of each request what it waited for, link by link.", addChain},
+    Command{"compare", "Compare what requests took before and after: how much, how sure, by what.",
+            addCompare},
     Command{"rules", "List the rules that a run is held against.", addRules},
     Command{"schema", "Print the JSON Schema of scenario files, for editors.", addSchema},
 };

@@ -1,10 +1,12 @@
 #include "commands/ReadCommand.h"
 
 #include "commands/EvidenceFiles.h"
+#include "commands/Repeating.h"
 #include "commands/ViewOptions.h"
 #include "evidence/ProcessRecords.h"
 #include "replay/ScenarioWriter.h"
 #include "rules/Verdict.h"
+#include "series/Cycles.h"
 #include "text/Printable.h"
 #include "text/TimeText.h"
 #include "views/RequestText.h"
@@ -37,6 +39,7 @@ struct Options : ViewOptions {
     std::optional<int> process;
     bool follow = false;
     std::string scenario;
+    bool repeat = false;
 };
 
 void addOptions(CLI::App& app, Options& options) {
@@ -49,10 +52,18 @@ void addOptions(CLI::App& app, Options& options) {
                  "Tell each request as it ends; of one file. Ctrl-C ends it as the file's end does.");
     app.add_option("--scenario", options.scenario, "Write a scenario that plays it again.")
         ->type_name("FILE");
+    app.add_flag(
+           "--repeat", options.repeat,
+           "Take each power cycle as a run, and tell what all of them came to: how long each request took, "
+           "and how often it failed.")
+        ->excludes("--follow")
+        ->excludes("--scenario");
     options.outputs.addOptions(app);
     app.add_flag("--json", options.json, "Print what was read as JSON, and nothing else.");
     options.addStrictness(app);
     options.addSelection(app);
+    for (char const* const ofOneRun : {"--client", "--sensor", "--from", "--to"})
+        app.get_option(ofOneRun)->excludes("--repeat");
     app.footer(std::string(reachTable()) + kExitStatus);
 }
 
@@ -134,6 +145,23 @@ void requireOne(std::vector<ReadProcess> const& processes, Options const& option
     throw CannotOpen("there is more than one process or clock: choose with --pid, or give one file: " + ids);
 }
 
+// The power cycles of all processes, as runs of one series.
+int tellCycles(std::vector<ReadProcess> const& processes, Options& options) {
+    Series series;
+    series.runsBy = Series::RunsBy::Cycle;
+    series.file = options.files.front();
+    for (ReadProcess const& each : processes) {
+        series.clock = each.record.clock;
+        for (RunFigures& run : figuresOfCycles(each.record, options.strictness, series.runs().size() + 1))
+            series.add(std::move(run));
+    }
+    if (series.runs().empty()) {
+        complain("no power cycle has ended in what was read: no power-on with the power-off that ends it");
+        return kWrongInput;
+    }
+    return tell(series, options) && series.failedRuns().empty() ? kAllHeld : kFailed;
+}
+
 int run(Options& options) try {
     if (options.follow && options.files.size() > 1) throw CannotOpen("--follow: is of one file");
     for (std::string const& file : options.files) {
@@ -141,6 +169,7 @@ int run(Options& options) try {
         if (!options.scenario.empty() && std::filesystem::equivalent(file, options.scenario, none))
             throw CannotOpen(options.scenario + ": would replace " + file);
     }
+    if (options.repeat) options.outputs.requireSeriesViews();
     options.outputs.open(options.files, options.json);
     ProcessRecords records =
         options.follow
@@ -156,6 +185,7 @@ int run(Options& options) try {
     }
     if (processes.empty()) return complainOfNothing(evidence, options);
     for (std::string const& found : evidence.found) complain(found);
+    if (options.repeat) return tellCycles(processes, options);
     requireOne(processes, options);
     select(processes, options);
     bool holds = true;

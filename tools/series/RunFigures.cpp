@@ -1,5 +1,6 @@
 #include "series/RunFigures.h"
 
+#include "analysis/Chain.h"
 #include "analysis/Outcomes.h"
 #include "analysis/SensorNames.h"
 
@@ -77,6 +78,7 @@ class Collector {
             if (request.kind == RequestKind::Sleep) continue;
             Figure& figure =
                 add(Of::Request, clientOf(mRecord, request.client), whatOf(mRecord, request), request.began);
+            mFigures[static_cast<std::uint32_t>(i)] = mInto.figures.size() - 1;
             figure.line = request.line;
             if (request.ended) figure.ms = millisecondsOf(*request.ended - request.began);
             bool const endedWell = request.ended && request.result.value_or(true) && outcomes[i].isClean();
@@ -132,6 +134,19 @@ class Collector {
         }
     }
 
+    // What each request waited for, and how long in all.
+    void addLinks() {
+        for (Chain const& chain : chainsOf(mRecord)) {
+            auto const request = mFigures.find(chain.request);
+            if (request == mFigures.end()) continue;
+            std::map<std::string, std::chrono::nanoseconds> times;
+            for (Link const& link : chain.links) times[linkName(link)] += link.time();
+            std::string const who = textOf(mInto.figures[request->second].subject);
+            for (auto const& [what, time] : times)
+                add(Of::Link, who, what, chain.begin).ms = millisecondsOf(time);
+        }
+    }
+
     // Those that the run fails for, each once.
     void addBrokenRules(std::vector<BrokenRule> const& broken) {
         std::map<std::string_view, bool> told;
@@ -142,6 +157,12 @@ class Collector {
     }
 
   private:
+    [[nodiscard]] std::string linkName(Link const& link) const {
+        std::string name(kindOf(link));
+        if (link.done.sensor) name += ' ' + sensorWord(mRecord, *link.done.sensor);
+        return name;
+    }
+
     Figure& add(Of of, std::string who, std::string what, Instant began) {
         Figure& figure = mInto.figures.emplace_back();
         int const nth = ++mTimes[{of, who, what}];
@@ -154,7 +175,8 @@ class Collector {
     Record const& mRecord;
     RunFigures& mInto;
     std::map<std::tuple<Of, std::string, std::string>, int> mTimes;
-    std::vector<Instant> mBegan;  // of each figure
+    std::vector<Instant> mBegan;                    // of each figure
+    std::map<std::uint32_t, std::size_t> mFigures;  // of each request, by its index in the record
 };
 
 std::string whyFailed(Record const& record, std::vector<BrokenRule> const& broken) {
@@ -187,6 +209,7 @@ RunFigures figuresOf(Record const& record, Strictness const& strictness, std::ui
     collector.addSensorCalls();
     collector.addServiceCalls();
     collector.addExpectations();
+    collector.addLinks();
     collector.addBrokenRules(broken);
     return figures;
 }

@@ -19,7 +19,8 @@ struct Subject {
         Sensor,       // who: the sensor; what: "power on"
         Service,      // who: "hal3a of tele"; what: "power on"
         Expectation,  // who: the client; what: the step that something is expected of, "power on"
-        Rule,         // who: empty; what: its name. Of a run that breaks it
+        Link,  // who: the request, as textOf tells it; what: what it waited for, "sensor power-on main"
+        Rule,  // who: empty; what: its name. Of a run that breaks it
     };
 
     Of of = Of::Request;

@@ -123,6 +123,7 @@ ordered_json resultOf(Series const& series) {
             {"sensors", figuresOf(series, Of::Sensor, "sensor", "call")},
             {"services", figuresOf(series, Of::Service, "service", "call")},
             {"expectations", figuresOf(series, Of::Expectation, "client", "step")},
+            {"links", figuresOf(series, Of::Link, "request", "link")},
             {"broken_rules", brokenRulesOf(series)}};
 }
 

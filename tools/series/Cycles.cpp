@@ -1,0 +1,114 @@
+#include "series/Cycles.h"
+
+#include "analysis/Attribution.h"
+
+#include <algorithm>
+#include <chrono>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <tuple>
+#include <utility>
+
+namespace zeqcam::tool {
+namespace {
+
+// The sensors that each request's calls powered off, where the record does not tell whom it asked for.
+std::vector<std::set<int>> poweredOffBy(Record const& record) {
+    std::vector<std::set<int>> sensors(record.requests.size());
+    auto const requests = attributionOf(record);
+    for (std::size_t i = 0; i < record.events.size(); ++i) {
+        Event const& event = record.events[i];
+        if (event.kind == board::Kind::SensorPowerOff && event.sensor && requests[i])
+            sensors[*requests[i]].insert(*event.sensor);
+    }
+    return sensors;
+}
+
+// A request begins to count when it powers on, and has gone when it has powered off.
+struct Change {
+    Instant time;
+    bool isOn;
+    std::uint32_t request;
+};
+
+std::vector<Change> changesOf(Record const& record) {
+    std::vector<Change> changes;
+    for (std::uint32_t index = 0; index < record.requests.size(); ++index) {
+        Request const& request = record.requests[index];
+        bool const isOff = request.kind == RequestKind::PowerOff || request.kind == RequestKind::Destroy;
+        if (request.kind == RequestKind::PowerOn) changes.push_back({request.began, true, index});
+        if (isOff && request.ended) changes.push_back({*request.ended, false, index});
+    }
+    std::stable_sort(changes.begin(), changes.end(),
+                     [](Change const& left, Change const& right) { return left.time < right.time; });
+    return changes;
+}
+
+// A cycle's part of what is known of the whole record.
+RunFigures partOf(RunFigures const& all, double beginMs, double endMs) {
+    RunFigures part;
+    std::map<std::tuple<Subject::Of, std::string, std::string>, int> times;
+    std::map<std::string, std::string> requests;  // as links name them, by how they did of the whole
+    for (Figure const& each : all.figures) {
+        // The next cycle may begin as this one ends.
+        bool const isWithin = each.beganMs >= beginMs && each.beganMs < endMs;
+        if (!isWithin && each.beganMs != beginMs) continue;
+        Figure& figure = part.figures.emplace_back(each);
+        figure.beganMs -= beginMs;
+        if (each.subject.of == Subject::Of::Link) figure.subject.who = requests[each.subject.who];
+        figure.subject.nth = ++times[{each.subject.of, figure.subject.who, each.subject.what}];
+        if (each.subject.of == Subject::Of::Request) requests[textOf(each.subject)] = textOf(figure.subject);
+        if (each.subject.of != Subject::Of::Rule || part.verdict != Verdict::Passed) continue;
+        part.verdict = Verdict::Failed;
+        part.why = "broken rule " + each.subject.what;
+    }
+    return part;
+}
+
+}  // namespace
+
+std::vector<Cycle> cyclesOf(Record const& record) {
+    auto const powersOff = poweredOffBy(record);
+    std::vector<Cycle> cycles;
+    // By controller where it is known: each counts a sensor that they share as its own.
+    std::set<std::pair<std::int64_t, int>> on;
+    std::optional<Instant> begin;
+    for (auto const& [time, isOn, index] : changesOf(record)) {
+        Request const& request = record.requests[index];
+        auto const controller = record.clients[request.client].controller;
+        std::int64_t const of = controller ? std::int64_t{*controller} : -1;
+        if (isOn) {
+            if (on.empty()) begin = time;
+            for (int const sensor : request.sensors.value_or(std::vector<int>())) on.emplace(of, sensor);
+            continue;
+        }
+        if (request.sensors) {
+            for (int const sensor : *request.sensors) on.erase({of, sensor});
+        } else {
+            for (int const sensor : powersOff[index]) on.erase({of, sensor});
+        }
+        if (!on.empty() || !begin) continue;
+        cycles.push_back({*begin, time});
+        begin.reset();
+    }
+    return cycles;
+}
+
+std::vector<RunFigures> figuresOfCycles(Record const& record, Strictness const& strictness,
+                                        std::uint64_t first) {
+    RunFigures const all = figuresOf(record, strictness, first);
+    auto const msOf = [&](Instant time) {
+        auto const since = floor<std::chrono::microseconds>(time - record.begin);
+        return std::chrono::duration<double, std::milli>(since).count();
+    };
+    std::vector<RunFigures> runs;
+    for (Cycle const& cycle : cyclesOf(record)) {
+        runs.push_back(partOf(all, msOf(cycle.begin), msOf(cycle.end)));
+        runs.back().run = first + runs.size() - 1;
+    }
+    return runs;
+}
+
+}  // namespace zeqcam::tool
