@@ -175,5 +175,57 @@ TEST(RunCommand, EndsOnATerminalWithTheSlowestRequestAndWhatToTypeNext) {
     EXPECT_THAT(runAtTerminal("run " + kPhone + " --simulate --json").output, Not(HasSubstr("Slowest")));
 }
 
+TEST(SweepCommand, TellsWhatRequestsTookWithEachValue) {
+    Folder const folder;
+    std::string const picture = folder.path("sweep.svg");
+    Ran const ran =
+        runTool("sweep '" + kPhone + "' --set sensor.tele.power_on_ms=30..90:30 --svg " + picture);
+    EXPECT_EQ(ran.status, 0) << ran.output;
+    EXPECT_THAT(ran.output,
+                AllOf(HasSubstr("camera app: power on main wide tele, from 48.0 to 90.0 ms\n"),
+                      HasSubstr("camera app: power on main tele, from 30.0 to 90.0 ms\n"),
+                      HasSubstr("face unlock: power on front 31.0"), HasSubstr("3 runs, 0 failed\n")));
+    auto const at = [&](char const* row) { return ran.output.find(row); };
+    EXPECT_LT(at("30  30.0"), at("60  60.0")) << ran.output;
+    EXPECT_LT(at("60  60.0"), at("90  90.0")) << ran.output;
+    EXPECT_EQ(readByXml(picture, "count(//*[local-name()=\"polyline\"])"), "6");
+    EXPECT_EQ(readByXml(picture, "string(//*[local-name()=\"text\"][1])"), "phone.toml");
+}
+
+TEST(SweepCommand, RunsEveryChoiceOfValuesAsOftenAsAsked) {
+    Ran const ran =
+        runTool("sweep '" + kPhone +
+                "' --set sensor.tele.power_on_ms=30,70 --set 'sensor.main.power_on_ms=[40, 50],60' "
+                "--repeat 3 --json");
+    auto const json = nlohmann::json::parse(ran.output);
+    ASSERT_EQ(json["points"].size(), 4U);
+    EXPECT_EQ(json["points"][1]["values"], (std::vector<std::string>{"30", "60"}));
+    EXPECT_EQ(json["points"][1]["requests"][0]["median_ms"], 60.0);
+    EXPECT_EQ(json["points"][2]["requests"][0]["longest_ms"], 70.0);
+    double const drawn = json["points"][0]["requests"][0]["median_ms"];
+    EXPECT_TRUE(drawn >= 40 && drawn <= 50) << drawn;
+}
+
+TEST(SweepCommand, TellsWhatIsWrongBeforeItRuns) {
+    struct {
+        char const* set;
+        int status;
+        char const* told;
+    } const cases[] = {
+        {"sensor.tele.power_on_ms=30,-1", 2, "power_on_ms=-1: sensor.power_on_ms: must be from 0"},
+        {"sensor.tele.power_on=1", 2, "nearest are sensor.tele.power_on_ms"},
+        {"sensor.tele.power_on_ms=90..30:10", 2, "ends before it begins"},
+        {"sensor.tele.power_on_ms=30..90:0", 2, "the step must be a number above 0"},
+        {"sensor.tele.power_on_ms=0..90000:0.5", 2, "is too many values"},
+        {"sensor.tele.power_on_ms", 2, "must be PATH=VALUES"},
+        {"client.1.steps.1.expect=true,false", 1, "2 runs, 1 failed"},
+    };
+    for (auto const& [set, status, told] : cases) {
+        Ran const ran = runTool("sweep '" + kPhone + "' --set '" + set + "'");
+        EXPECT_EQ(ran.status, status) << set << ran.output;
+        EXPECT_THAT(ran.output, HasSubstr(told)) << set;
+    }
+}
+
 }  // namespace
 }  // namespace zeqcam::tests

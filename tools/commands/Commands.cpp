@@ -9,6 +9,7 @@
 #include "commands/RulesCommand.h"
 #include "commands/RunCommand.h"
 #include "commands/SchemaCommand.h"
+#include "commands/SweepCommand.h"
 #include "text/Printable.h"
 
 #include <array>
@@ -29,6 +30,8 @@ constexpr std::array kCommands{
     Command{"chain", "Tell of each request what it waited for, link by link.", addChain},
     Command{"compare", "Compare what requests took before and after: how much, how sure, by what.",
             addCompare},
+    Command{"sweep", "Run a scenario with one value after another in a place; tell what the requests took.",
+            addSweep},
     Command{"rules", "List the rules that a run is held against.", addRules},
     Command{"schema", "Print the JSON Schema of scenario files, for editors.", addSchema},
 };
