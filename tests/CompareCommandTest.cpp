@@ -45,6 +45,7 @@ TEST(Compare, TakesScenariosResultsTracesAndFolders) {
              {fast + ' ' + set.path() + " --repeat 8", 0, "after:  " + set.path() + ", 3 runs\n"},
              {one + ' ' + one + " --with " + one, 0, "before: " + one + " and 1 more, 2 runs\n"},
              {fast + ' ' + one + " --fail-above 5", 2, "needs 6 runs on each side"},
+             {fast + ' ' + slow + " --svg " + slow, 2, "would replace " + slow},
              {fast, 2, "two files are compared"},
              {fast + ' ' + folder.path("none"), 2, "none"},
              {fast + ' ' + folder.put("broken.json", "{\"form\": 2}"), 2, "is no result of this tool"},

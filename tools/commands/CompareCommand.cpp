@@ -14,10 +14,12 @@
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
+#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -135,6 +137,13 @@ int run(Options& options) try {
         options.after = {options.before.back()};
         options.before.pop_back();
     }
+    for (auto const* side : {&options.before, &options.after}) {
+        for (std::string const& file : *side) {
+            std::error_code none;
+            if (!options.svg.empty() && std::filesystem::equivalent(file, options.svg, none))
+                throw CannotOpen(options.svg + ": would replace " + file);
+        }
+    }
     if (options.json && options.svg == "-") throw CannotOpen("-: something else goes to the standard output");
     Compared compared{.nameBefore = nameOf(options.before),
                       .nameAfter = nameOf(options.after),
@@ -152,6 +161,9 @@ int run(Options& options) try {
     bool const isTold = tell(compared, options);
     return isTooSlow(compared, options) || !isTold ? kFailed : kAllHeld;
 } catch (CannotOpen const& error) {
+    complain(error.what());
+    return kWrongInput;
+} catch (std::system_error const& error) {
     complain(error.what());
     return kWrongInput;
 }
