@@ -8,7 +8,7 @@
 namespace zeqcam::tool {
 namespace {
 
-int list() {
+int listRules() {
     for (auto const& [of, heading] :
          {std::pair(Rule::Of::Sequence, "Of the sequence: broken, the run fails."),
           std::pair(Rule::Of::Clients,
@@ -28,7 +28,7 @@ int list() {
 
 std::function<int()> addRules(CLI::App& app) {
     app.footer("Each is switched off by its name: zeqcam-power run --allow NAME.");
-    return list;
+    return listRules;
 }
 
 }  // namespace zeqcam::tool
