@@ -50,7 +50,7 @@ TEST(ChainCommand, ChoosesRequests) {
     } const cases[] = {
         {"--client 'face unlock'", "power on front", "camera app"},
         {"--sensor tele", "power off tele", "front"},
-        {"--sensor 1", "power on front", "main"},
+        {"--sensor 1", "power on front", "camera app"},
         {"--request 'app: power on main tele'", "power on main tele, 43.0", "wide"},
         {"--from 130", "power off main wide tele", "power on"},
         {"--to 10", "power on front", "power off"},
