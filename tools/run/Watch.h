@@ -11,9 +11,9 @@ namespace zeqcam::tool {
 
 enum class End : std::uint8_t { AllDone, TimedOut, HungUp, Interrupted, Quit, Terminated };
 
-// Waits for whatever ends a run, or what is followed. Made before the run starts a thread: from then on SIGHUP, SIGINT,
-// SIGQUIT and SIGTERM are kept from every thread, and end the wait instead of the process; one that was
-// ignored, as nohup does, stays so. Throws std::system_error.
+// Waits for whatever ends a run, or what is followed. Made before the run starts a thread: from then on
+// SIGHUP, SIGINT, SIGQUIT and SIGTERM are kept from every thread, and end the wait instead of the process;
+// one that was ignored, as nohup does, stays so. Throws std::system_error.
 class Watch {
   public:
     using Limit = std::optional<std::chrono::duration<double>>;
