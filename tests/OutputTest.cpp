@@ -100,7 +100,7 @@ TEST(Output, IsWrittenWhenASignalEndsTheRun) {
         Folder const folder;
         // A shell lets what it starts in the background ignore INT and QUIT.
         std::string const run = "env --default-signal=HUP,INT,QUIT $tool run hangs --trace t >log 2>e &\n";
-        std::string const begun = "until grep -qs 'powerOn +' log; do :; done; ";
+        std::string const begun = "until grep -qs 'powerOn +' log; do kill -0 $! || exit; done; ";
         EXPECT_EQ(shellIn(folder, run + begun + "kill -" + signal + " $!; wait $!").status, status) << signal;
         EXPECT_TRUE(nlohmann::json::accept(folder.text("t"))) << signal;
         EXPECT_THAT(folder.names(), ElementsAre("a", "e", "hangs", "log", "script", "t")) << signal;
@@ -109,7 +109,7 @@ TEST(Output, IsWrittenWhenASignalEndsTheRun) {
     Folder const folder;
     EXPECT_EQ(shellIn(folder,
                       "trap '' HUP; $tool run hangs --timeout 0.3 >log 2>&1 &\n"
-                      "until grep -qs 'powerOn +' log; do :; done; kill -HUP $!; wait $!")
+                      "until grep -qs 'powerOn +' log; do kill -0 $! || exit; done; kill -HUP $!; wait $!")
                   .status,
               3);
 }

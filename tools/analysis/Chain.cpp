@@ -27,18 +27,26 @@ bool isOfOneKind(Link const& left, Link const& right) {
     return all(left) == all(right) && left.other == right.other;
 }
 
+// The record's end, while the request has not ended.
+Instant endSeen(Record const& record, std::uint32_t request) {
+    Request const& asked = record.requests[request];
+    return std::max(asked.ended.value_or(record.end), asked.began);
+}
+
 // Walks from a request's end back to its begin.
 class Walk {
   public:
     Walk(ChainParts const& parts, std::uint32_t request)
-        : mParts(parts), mRecord(parts.record()), mAsked(parts.asked(request)) {
+        : mParts(parts),
+          mRecord(parts.record()),
+          mAsked(parts.asked(request)),
+          mCursor(endSeen(mRecord, request)) {
         Request const& asked = mRecord.requests[request];
         mChain.request = request;
         mChain.begin = asked.began;
         mChain.isOpen = !asked.ended;
-        mChain.end = std::max(asked.ended.value_or(mRecord.end), asked.began);
+        mChain.end = mCursor;
         mChain.retries = parts.retries(request);
-        mCursor = mChain.end;
     }
 
     Chain chain() {
@@ -222,7 +230,7 @@ class Walk {
         if (!links.empty() && isOfOneKind(links.back(), link)) {
             links.back().begin = from;
         } else {
-            links.push_back(std::move(link));
+            links.push_back(link);
         }
     }
 
