@@ -62,6 +62,7 @@ std::vector<Series::Measured const*> measuredOf(Series const& series, Subject::O
     std::stable_sort(found.begin(), found.end(),
                      [](auto const& left, auto const& right) { return left.first < right.first; });
     std::vector<Series::Measured const*> all;
+    all.reserve(found.size());
     for (auto const& [begin, each] : found) all.push_back(each);
     return all;
 }

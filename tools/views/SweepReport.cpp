@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <nlohmann/json.hpp>
 #include <string>
@@ -20,7 +21,7 @@ using nlohmann::ordered_json;
 constexpr double kTold = 0.05;  // milliseconds, which are told as 0.1
 
 std::string barOf(double time, double longest, int cells, Glyphs glyphs) {
-    auto const count = longest <= 0 ? 0 : static_cast<int>(time / longest * cells + 0.5);
+    auto const count = longest <= 0 ? 0 : static_cast<int>(std::lround(time / longest * cells));
     std::string bar;
     for (int i = 0; i < count; ++i) bar += glyphs == Glyphs::Utf8 ? "█" : "#";
     return bar;

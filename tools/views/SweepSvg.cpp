@@ -71,7 +71,7 @@ class Plot {
             auto const at = [&](double ms) { return fmt::format("{:.1f},{:.1f} ", xOf(i), yOf(ms)); };
             medians += at(spread.median);
             above += at(spread.longest);
-            below = at(spread.shortest) + below;
+            below.insert(0, at(spread.shortest));
             last = spread.median;
             mText += fmt::format("<circle class=\"l{}\" cx=\"{:.1f}\" cy=\"{:.1f}\" r=\"3\"/>\n", number,
                                  xOf(i), yOf(spread.median));
