@@ -11,4 +11,8 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "Clang")
   target_compile_options(zeqcam_warnings INTERFACE -Wthread-safety)
 else()
   target_compile_options(zeqcam_warnings INTERFACE -Wlogical-op)
+  if(ZEQCAM_UNITY)
+    # Of several sources at a time: what one says is no shadow over another's, and theirs is no header.
+    target_compile_options(zeqcam_warnings INTERFACE -Wno-shadow -Wno-subobject-linkage)
+  endif()
 endif()

@@ -1,4 +1,5 @@
 #include "commands/Command.h"
+#include "files/OutputFile.h"
 #include "files/StandardStreams.h"
 
 #include <CLI/CLI.hpp>
@@ -8,6 +9,18 @@
 #include <string>
 #include <utility>
 #include <vector>
+
+namespace {
+
+// What cannot be done is told in one way, whichever command was to do it.
+int statusOf(std::function<int()> const& run) try {
+    return run();
+} catch (zeqcam::tool::CannotOpen const& error) {
+    zeqcam::tool::complain(error.what());
+    return zeqcam::tool::kWrongInput;
+}
+
+}  // namespace
 
 int main(int argc, char** argv) try {
     using namespace zeqcam::tool;
@@ -35,7 +48,7 @@ int main(int argc, char** argv) try {
         return kWrongInput;
     }
     for (auto const& [command, run] : added) {
-        if (command->parsed()) return run();
+        if (command->parsed()) return statusOf(run);
     }
     return kWrongInput;
 } catch (std::exception const& error) {

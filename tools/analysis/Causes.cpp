@@ -12,23 +12,23 @@ namespace {
 
 using board::Kind;
 
-struct Work {
+struct BegunWork {
     int sensor;
     bool powersOn;
 };
 
-std::optional<Work> workBegunBy(Record const& record, Event const& event) {
+std::optional<BegunWork> workBegunBy(Record const& record, Event const& event) {
     if (event.kind == Kind::TraceBegin) {
         auto const label = sensorLabel(record, record.textOf(event.text));
-        return label.sensor ? std::optional(Work{*label.sensor, label.powersOn}) : std::nullopt;
+        return label.sensor ? std::optional(BegunWork{*label.sensor, label.powersOn}) : std::nullopt;
     }
     bool const isCall = event.kind == Kind::SensorPowerOn || event.kind == Kind::SensorPowerOff;
     if (!isCall || !event.sensor) return {};
-    return Work{*event.sensor, event.kind == Kind::SensorPowerOn};
+    return BegunWork{*event.sensor, event.kind == Kind::SensorPowerOn};
 }
 
 // A request that has not ended.
-struct Open {
+struct OpenRequest {
     std::uint32_t request;
     Instant asked;
     std::uint32_t thread;
@@ -36,7 +36,7 @@ struct Open {
     std::set<int> done{};      // sensors whose work has begun
 };
 
-bool asksFor(Record const& record, Open const& open, Work const& work) {
+bool asksFor(Record const& record, OpenRequest const& open, BegunWork const& work) {
     Request const& request = record.requests[open.request];
     bool const suits = work.powersOn
                            ? request.kind == RequestKind::PowerOn
@@ -49,16 +49,18 @@ bool asksFor(Record const& record, Open const& open, Work const& work) {
 
 std::vector<Cause> causesOf(Record const& record) {
     std::vector<Cause> causes;
-    std::vector<Open> all;
+    std::vector<OpenRequest> all;
     for (std::size_t index = 0; index < record.events.size(); ++index) {
         Event const& event = record.events[index];
         // A source may know whose work another thread does.
-        bool const isOwn = event.request && std::none_of(all.begin(), all.end(), [&](Open const& open) {
-                               return open.request == *event.request && open.thread != event.thread;
-                           });
+        bool const isOwn =
+            event.request && std::none_of(all.begin(), all.end(), [&](OpenRequest const& open) {
+                return open.request == *event.request && open.thread != event.thread;
+            });
         if (isOwn) {
-            auto const own = std::find_if(all.begin(), all.end(),
-                                          [&](Open const& open) { return open.request == *event.request; });
+            auto const own = std::find_if(all.begin(), all.end(), [&](OpenRequest const& open) {
+                return open.request == *event.request;
+            });
             if (event.kind == Kind::Request) all.push_back({*event.request, event.time, event.thread});
             if (own == all.end()) continue;
             if (event.kind == Kind::SensorListGet || event.kind == Kind::TaskPost) own->pastLock = index;
@@ -67,8 +69,8 @@ std::vector<Cause> causesOf(Record const& record) {
         }
         auto const work = workBegunBy(record, event);
         if (!work) continue;
-        Open* found = nullptr;
-        for (Open& open : all) {
+        OpenRequest* found = nullptr;
+        for (OpenRequest& open : all) {
             if (event.request && open.request == *event.request && !open.done.contains(work->sensor))
                 found = &open;
             if (event.request) continue;

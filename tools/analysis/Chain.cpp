@@ -1,6 +1,7 @@
 #include "analysis/Chain.h"
 
 #include "analysis/ChainParts.h"
+#include "analysis/ControllerUse.h"
 
 #include <algorithm>
 #include <set>
@@ -15,10 +16,6 @@ using board::Kind;
 // A request's thread goes on between these, whatever others do for it meanwhile.
 constexpr KindSet kGoesOn{Kind::TaskPost,      Kind::TaskSetFuture,  Kind::SensorCreate,
                           Kind::SensorListGet, Kind::PowerBudgetGet, Kind::PowerBudget};
-
-bool needsController(RequestKind kind) {
-    return kind == RequestKind::PowerOn || kind == RequestKind::PowerOff;
-}
 
 bool isOfOneKind(Link const& left, Link const& right) {
     auto const all = [](Link const& link) {

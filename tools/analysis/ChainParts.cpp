@@ -1,21 +1,13 @@
 #include "analysis/ChainParts.h"
 
+#include "analysis/ControllerUse.h"
+
 #include <algorithm>
 
 namespace zeqcam::tool {
 namespace {
 
-using board::Kind;
 using std::chrono::nanoseconds;
-
-// What a request does only when it has its controller to itself.
-constexpr KindSet kWork{Kind::TraceBegin, Kind::ProfileBegin,   Kind::SensorListGet, Kind::SensorCreate,
-                        Kind::TaskPost,   Kind::SensorPowerOff, Kind::Hal3APowerOff, Kind::QosOpen,
-                        Kind::QosWrite,   Kind::CriticalTask};
-
-bool needsController(RequestKind kind) {
-    return kind == RequestKind::PowerOn || kind == RequestKind::PowerOff;
-}
 
 }  // namespace
 
@@ -49,7 +41,7 @@ void ChainParts::findAsked() {
         if (event.kind == Kind::Request) thread = event.thread;
         if (thread != OptionalNumber(event.thread)) continue;
         Asked& asked = mAsked[*event.request];
-        if (!asked.firstWork && kWork.contains(event.kind)) asked.firstWork = asked.events.size();
+        if (!asked.firstWork && kControllersWork.contains(event.kind)) asked.firstWork = asked.events.size();
         asked.events.push_back(index);
     }
 }

@@ -1,5 +1,6 @@
 #include "analysis/Doings.h"
 
+#include "analysis/SectionOpening.h"
 #include "analysis/SensorNames.h"
 #include "evidence/Signs.h"
 
@@ -67,19 +68,8 @@ std::optional<Frame> frameBegunBy(Record const& record, Event const& event, Fram
     }
 }
 
-std::optional<Kind> beginOf(Kind end) {
-    switch (end) {
-        case Kind::TraceEnd:
-            return Kind::TraceBegin;
-        case Kind::SensorPowerOnDone:
-            return Kind::SensorPowerOn;
-        case Kind::SensorPowerOffDone:
-            return Kind::SensorPowerOff;
-        case Kind::QosWriteDone:
-            return Kind::QosWrite;
-        default:
-            return {};
-    }
+std::optional<Kind> frameEndedBy(Kind end) {
+    return end == Kind::QosWriteDone ? Kind::QosWrite : beginOf(end);
 }
 
 // What the time before a call went to that no frame tells of: most are written when they return.
@@ -115,9 +105,9 @@ std::optional<Doing> callOf(Kind kind) {
     }
 }
 
-class Reader {
+class DoingReader {
   public:
-    explicit Reader(Record const& record)
+    explicit DoingReader(Record const& record)
         : mRecord(record),
           // Without these, whatever has no sign of its own may have been anything.
           mOwn(record.shows.contains({Kind::TraceBegin, Kind::SensorPowerOn, Kind::SensorPowerOff})
@@ -157,7 +147,7 @@ class Reader {
     void follow(Frames& frames, Event const& event) const {
         if (event.kind == Kind::Request || event.kind == Kind::TaskRun) frames.clear();
         if (auto frame = frameBegunBy(mRecord, event, frames)) frames.push_back(*frame);
-        auto const begun = beginOf(event.kind);
+        auto const begun = frameEndedBy(event.kind);
         if (!begun) return;
         auto const found = std::find_if(frames.rbegin(), frames.rend(),
                                         [&](Frame const& frame) { return frame.begun == *begun; });
@@ -235,7 +225,7 @@ std::string_view kindOf(Doing doing) {
 }
 
 Doings doingsOf(Record const& record) {
-    return Reader(record).read();
+    return DoingReader(record).read();
 }
 
 }  // namespace zeqcam::tool

@@ -10,9 +10,9 @@ namespace {
 
 using board::Kind;
 
-class Reader {
+class LaneReader {
   public:
-    explicit Reader(Record const& record) : mRecord(record) {}
+    explicit LaneReader(Record const& record) : mRecord(record) {}
 
     void read(Event const& event) {
         readState(event);
@@ -137,7 +137,7 @@ bool isConflict(SensorPart const& part) {
 }
 
 std::vector<SensorLane> sensorLanesOf(Record const& record) {
-    Reader reader(record);
+    LaneReader reader(record);
     for (Event const& event : record.events) reader.read(event);
     return reader.finish();
 }

@@ -1,6 +1,7 @@
 #include "analysis/Standings.h"
 
 #include "analysis/Attribution.h"
+#include "analysis/ControllerUse.h"
 
 #include <algorithm>
 #include <map>
@@ -10,14 +11,6 @@ namespace zeqcam::tool {
 namespace {
 
 using board::Kind;
-
-// What a request does only when it has its controller to itself.
-constexpr KindSet kWork{Kind::TraceBegin, Kind::ProfileBegin,   Kind::SensorListGet, Kind::SensorCreate,
-                        Kind::TaskPost,   Kind::SensorPowerOff, Kind::Hal3APowerOff};
-
-bool needsController(RequestKind kind) {
-    return kind == RequestKind::PowerOn || kind == RequestKind::PowerOff;
-}
 
 struct Seen {
     std::set<std::uint32_t> working;              // requests that have their controller
@@ -30,7 +23,7 @@ Seen seenIn(Record const& record) {
     auto const requests = attributionOf(record);
     for (std::size_t index = 0; index < record.events.size(); ++index) {
         Event const& event = record.events[index];
-        if (event.request && kWork.contains(event.kind)) seen.working.insert(*event.request);
+        if (event.request && kControllersWork.contains(event.kind)) seen.working.insert(*event.request);
         bool const begins = event.kind == Kind::SensorPowerOn || event.kind == Kind::SensorPowerOff;
         bool const ends = event.kind == Kind::SensorPowerOnDone || event.kind == Kind::SensorPowerOffDone;
         if (ends) seen.calls.erase(event.thread);

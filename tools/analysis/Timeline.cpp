@@ -19,9 +19,9 @@ namespace {
 using board::Kind;
 
 // Reads a record's events from the first to the last.
-class Reader {
+class TimelineReader {
   public:
-    explicit Reader(Record const& record) : mRecord(record), mThreads(record.threads.size()) {
+    explicit TimelineReader(Record const& record) : mRecord(record), mThreads(record.threads.size()) {
         mTimeline.zero = mTimeline.begin = mTimeline.end = record.begin;
         mTimeline.powered.push_back({record.begin, 0});
     }
@@ -260,7 +260,7 @@ class Reader {
 }  // namespace
 
 Timeline timelineOf(Record const& record) {
-    Reader reader(record);
+    TimelineReader reader(record);
     for (Event const& event : record.events) reader.read(event);
     return reader.finish();
 }

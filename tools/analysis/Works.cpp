@@ -16,14 +16,14 @@ constexpr KindSet kBegins{Kind::TraceBegin, Kind::SensorPowerOn, Kind::SensorPow
 constexpr KindSet kEnds{Kind::TraceEnd, Kind::SensorPowerOnDone, Kind::SensorPowerOffDone, Kind::TaskRunDone};
 
 // The work that a thread is at.
-struct UnderWay {
+struct WorkUnderWay {
     std::size_t work;
     int depth = 0;  // of what it has begun and not ended
 };
 
-class Reader {
+class WorkReader {
   public:
-    explicit Reader(Record const& record)
+    explicit WorkReader(Record const& record)
         : mRecord(record), mRequests(attributionOf(record)), mCauses(causesOf(record)) {}
 
     std::vector<Work> read() {
@@ -53,14 +53,15 @@ class Reader {
     // A task has begun before its first call shows whose it is.
     void begin(Cause const& cause, std::uint32_t index) {
         mWorks.push_back({cause.request, cause.working, cause.sensor, cause.powersOn, false, {}});
-        UnderWay& now = mUnderWay.insert_or_assign(cause.working, UnderWay{mWorks.size() - 1}).first->second;
+        WorkUnderWay& now =
+            mUnderWay.insert_or_assign(cause.working, WorkUnderWay{mWorks.size() - 1}).first->second;
         auto const task = mTasks.find(cause.working);
         bool const isTask = task != mTasks.end() && !cause.powersOn;
         for (std::uint32_t const event : isTask ? task->second : std::vector{index}) add(now, event);
         if (task != mTasks.end()) mTasks.erase(task);
     }
 
-    void add(UnderWay& now, std::uint32_t index) {
+    void add(WorkUnderWay& now, std::uint32_t index) {
         Event const& event = mRecord.events[index];
         if (kBegins.contains(event.kind)) ++now.depth;
         if (kEnds.contains(event.kind)) --now.depth;
@@ -74,7 +75,7 @@ class Reader {
     std::vector<Cause> const mCauses;
     std::size_t mNext = 0;
     std::vector<Work> mWorks;
-    std::map<std::uint32_t, UnderWay> mUnderWay;  // by thread
+    std::map<std::uint32_t, WorkUnderWay> mUnderWay;  // by thread
     // What threads have done of a task that has not shown yet whose it is.
     std::map<std::uint32_t, std::vector<std::uint32_t>> mTasks;
 };
@@ -82,7 +83,7 @@ class Reader {
 }  // namespace
 
 std::vector<Work> worksOf(Record const& record) {
-    return Reader(record).read();
+    return WorkReader(record).read();
 }
 
 }  // namespace zeqcam::tool

@@ -3,10 +3,12 @@
 #include "analysis/Blame.h"
 #include "analysis/Chain.h"
 #include "commands/CausePage.h"
+#include "commands/CommonOptions.h"
 #include "commands/Input.h"
 #include "commands/RequestChoice.h"
 #include "commands/Terminal.h"
 #include "files/OutputFile.h"
+#include "text/JsonText.h"
 #include "text/Printable.h"
 #include "text/TimeText.h"
 #include "views/Table.h"
@@ -15,19 +17,17 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <chrono>
 #include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <vector>
 
 namespace zeqcam::tool {
 namespace {
 
-constexpr auto kFooter =
+constexpr auto kBlameFooter =
     "Only what a request waited for counts: of sensors that are powered on together, the slowest. Sleeps of "
     "clients\n"
     "count nowhere. Of several runs or processes, MEDIAN is that of their times; what the files do not show "
@@ -39,7 +39,7 @@ constexpr auto kFooter =
     "  1    it cannot be written\n"
     "  2    a file or the command line is wrong, or there is nothing to tell of\n";
 
-struct Options {
+struct BlameOptions {
     InputOptions input;
     RequestChoice choice;
     CausePage page;
@@ -47,26 +47,20 @@ struct Options {
     std::optional<int> width;
 };
 
-void addOptions(CLI::App& app, Options& options) {
-    constexpr int kMostColumns = 10'000;
+void addOptions(CLI::App& app, BlameOptions& options) {
     options.input.add(app);
     options.choice.add(app);
     options.page.addOption(app);
     app.add_flag("--json", options.json, "Print the same as JSON, and nothing else.");
-    app.add_option("--width", options.width, "The columns of the output, instead of the terminal's.")
-        ->check(CLI::Range(0, kMostColumns).description(""));
-    app.footer(kFooter);
-}
-
-double milliseconds(std::chrono::nanoseconds time) {
-    return std::chrono::duration<double, std::milli>(time).count();
+    addWidth(app, options.width);
+    app.footer(kBlameFooter);
 }
 
 double shareOf(Blame const& blame, Blame::Row const& row) {
-    return blame.time().count() == 0 ? 0 : milliseconds(row.time) / milliseconds(blame.time());
+    return blame.time().count() == 0 ? 0 : millisecondsOf(row.time) / millisecondsOf(blame.time());
 }
 
-void writeText(Blame const& blame, std::string const& names, Options const& options) {
+void writeText(Blame const& blame, std::string const& names, BlameOptions const& options) {
     constexpr double kPercent = 100;
     Presentation const presentation = presentationOn(STDOUT_FILENO, options.width);
     bool const areSeveral = blame.records() > 1;
@@ -96,21 +90,21 @@ void writeJson(Blame const& blame, std::vector<std::string> const& names) {
     ordered_json json{{"names", names},
                       {"records", blame.records()},
                       {"requests", blame.requests()},
-                      {"ms", milliseconds(blame.time())},
+                      {"ms", millisecondsOf(blame.time())},
                       {"blame", ordered_json::array()}};
     for (Blame::Row const& row : blame.rows()) {
         json["blame"].push_back({{"where", row.where},
                                  {"kind", row.kind},
-                                 {"ms", milliseconds(row.time)},
+                                 {"ms", millisecondsOf(row.time)},
                                  {"share", shareOf(blame, row)},
-                                 {"median_ms", milliseconds(row.median)},
-                                 {"longest_ms", milliseconds(row.longest)},
+                                 {"median_ms", millisecondsOf(row.median)},
+                                 {"longest_ms", millisecondsOf(row.longest)},
                                  {"requests", row.requests}});
     }
-    std::cout << json.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
+    std::cout << jsonText(json, 2) << '\n';
 }
 
-int run(Options& options) try {
+int run(BlameOptions& options) {
     options.page.open(options.input);
     Inputs inputs(options.input);
     Blame blame;
@@ -137,18 +131,12 @@ int run(Options& options) try {
     bool const isWritten = options.page.write();
     if (!std::cout.flush()) complain("the output cannot be written");
     return inputs.end(isWritten && std::cout ? kAllHeld : kFailed);
-} catch (CannotOpen const& error) {
-    complain(error.what());
-    return kWrongInput;
-} catch (std::system_error const& error) {
-    complain(error.what());
-    return kWrongInput;
 }
 
 }  // namespace
 
 std::function<int()> addBlame(CLI::App& app) {
-    auto const options = std::make_shared<Options>();
+    auto const options = std::make_shared<BlameOptions>();
     addOptions(app, *options);
     return [options] { return run(*options); };
 }

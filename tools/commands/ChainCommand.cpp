@@ -2,10 +2,12 @@
 
 #include "analysis/Chain.h"
 #include "commands/CausePage.h"
+#include "commands/CommonOptions.h"
 #include "commands/Input.h"
 #include "commands/RequestChoice.h"
 #include "commands/Terminal.h"
 #include "files/OutputFile.h"
+#include "text/JsonText.h"
 #include "text/Printable.h"
 #include "text/TimeText.h"
 #include "views/ChainView.h"
@@ -15,20 +17,18 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <chrono>
 #include <cstddef>
 #include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <vector>
 
 namespace zeqcam::tool {
 namespace {
 
-constexpr auto kFooter =
+constexpr auto kChainFooter =
     "The slowest request comes first. @ is when a link began, + is what it took, in milliseconds; the links "
     "of\n"
     "a request add up to its time, and the slowest of them stands out. What the files do not show is "
@@ -39,7 +39,7 @@ constexpr auto kFooter =
     "  1    it cannot be written\n"
     "  2    a file or the command line is wrong, or there is nothing to tell of\n";
 
-struct Options {
+struct ChainOptions {
     InputOptions input;
     RequestChoice choice;
     CausePage page;
@@ -48,21 +48,20 @@ struct Options {
     std::optional<int> width;
 };
 
-void addOptions(CLI::App& app, Options& options) {
-    constexpr int kMostColumns = 10'000;
+void addOptions(CLI::App& app, ChainOptions& options) {
     options.input.add(app);
     options.choice.add(app);
     options.page.addOption(app);
     app.add_flag("--full", options.full,
                  "Tell every request and every link: else ten, and short links together.");
     app.add_flag("--json", options.json, "Print the chains as JSON, and nothing else.");
-    app.add_option("--width", options.width, "The columns of the output, instead of the terminal's.")
-        ->check(CLI::Range(0, kMostColumns).description(""));
-    app.footer(kFooter);
+    addWidth(app, options.width);
+    app.footer(kChainFooter);
 }
 
 // The chosen ones, the slowest first. Those that took no time are told where they are asked for.
-std::vector<Chain const*> chosenOf(Record const& record, std::vector<Chain> const& chains, Options& options) {
+std::vector<Chain const*> chosenOf(Record const& record, std::vector<Chain> const& chains,
+                                   ChainOptions& options) {
     std::vector<Chain const*> chosen;
     bool const withAll = options.full || options.json || !options.choice.requests.empty();
     for (Chain const& chain : chains) {
@@ -75,7 +74,7 @@ std::vector<Chain const*> chosenOf(Record const& record, std::vector<Chain> cons
     return chosen;
 }
 
-void writeText(Input const& input, Options& options) {
+void writeText(Input const& input, ChainOptions& options) {
     constexpr std::size_t kMost = 10;
     Record const& record = input.record;
     auto const chains = chainsOf(record);
@@ -97,7 +96,7 @@ void writeText(Input const& input, Options& options) {
     }
 }
 
-nlohmann::ordered_json jsonOf(Input const& input, Options& options) {
+nlohmann::ordered_json jsonOf(Input const& input, ChainOptions& options) {
     auto const chains = chainsOf(input.record);
     nlohmann::ordered_json json{{"name", input.name}, {"requests", nlohmann::ordered_json::array()}};
     if (input.record.seed) json["seed"] = *input.record.seed;
@@ -106,7 +105,7 @@ nlohmann::ordered_json jsonOf(Input const& input, Options& options) {
     return json;
 }
 
-int run(Options& options) try {
+int run(ChainOptions& options) {
     options.page.open(options.input);
     Inputs inputs(options.input);
     nlohmann::ordered_json json{{"records", nlohmann::ordered_json::array()}};
@@ -126,24 +125,17 @@ int run(Options& options) try {
     });
     options.choice.requireFound();
     if (options.json) {
-        using nlohmann::ordered_json;
-        std::cout << json.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
+        std::cout << jsonText(json, 2) << '\n';
     }
     bool const isWritten = options.page.write();
     if (!std::cout.flush()) complain("the output cannot be written");
     return inputs.end(isWritten && std::cout ? kAllHeld : kFailed);
-} catch (CannotOpen const& error) {
-    complain(error.what());
-    return kWrongInput;
-} catch (std::system_error const& error) {
-    complain(error.what());
-    return kWrongInput;
 }
 
 }  // namespace
 
 std::function<int()> addChain(CLI::App& app) {
-    auto const options = std::make_shared<Options>();
+    auto const options = std::make_shared<ChainOptions>();
     addOptions(app, *options);
     return [options] { return run(*options); };
 }

@@ -17,7 +17,8 @@ struct Command {
     std::string_view help;
     // Adds its options to `app`. What it returns does what they ask for: called at most once, after the
     // command line was read and before the process has started a thread; it tells standard output and error
-    // what came of it and answers the exit status.
+    // what came of it and answers the exit status. Throws CannotOpen where it can do nothing of it: who
+    // called it tells why, and the status is kWrongInput.
     std::function<int()> (*add)(CLI::App& app);
 };
 

@@ -1,5 +1,6 @@
 #include "commands/CompareCommand.h"
 
+#include "commands/CommonOptions.h"
 #include "commands/SeriesInput.h"
 #include "commands/Terminal.h"
 #include "files/OutputFile.h"
@@ -26,7 +27,7 @@
 namespace zeqcam::tool {
 namespace {
 
-constexpr auto kFooter =
+constexpr auto kCompareFooter =
     "A FILE is a scenario, which is played in virtual time, what --json has printed of one run or of many, "
     "or\n"
     "a log or trace, whose power cycles are its runs; a folder stands for its files. Requests are matched "
@@ -40,7 +41,7 @@ constexpr auto kFooter =
     "  1    a request is slower than --fail-above lets it be, or what it came to cannot be written\n"
     "  2    a file or the command line is wrong, or there are too few runs for --fail-above\n";
 
-struct Options {
+struct CompareOptions {
     std::vector<std::string> before;
     std::vector<std::string> after;
     SeriesInput input;
@@ -60,9 +61,8 @@ std::optional<double> shareOf(std::string text) {
     return isNumber && percent >= 0 && percent <= kMost ? std::optional(percent / 100) : std::nullopt;
 }
 
-void addOptions(CLI::App& app, Options& options) {
+void addOptions(CLI::App& app, CompareOptions& options) {
     constexpr std::size_t kMostRuns = 10'000'000;
-    constexpr std::uint64_t kMostSeed = 0xffffffff;
     app.add_option("FILE", options.before, "Before and after; with --with, all of before.")->required();
     app.add_option("--with", options.after, "All of after, where a side is of several files.")
         ->type_name("FILE")
@@ -71,9 +71,7 @@ void addOptions(CLI::App& app, Options& options) {
                    "Play each scenario as many times, with one seed after another.")
         ->type_name("N")
         ->check(CLI::Range(std::size_t{1}, kMostRuns).description(""));
-    app.add_option("--seed", options.input.seed, "The seed to begin with, instead of the scenarios'.")
-        ->type_name("N")
-        ->check(CLI::Range(std::uint64_t{0}, kMostSeed).description(""));
+    addSeed(app, options.input.seed, "The seed to begin with, instead of the scenarios'.");
     app.add_option("--fail-above", options.failAbove,
                    "Status 1 where a request has surely become slower by more than this share: 5%.")
         ->type_name("PERCENT")
@@ -82,10 +80,9 @@ void addOptions(CLI::App& app, Options& options) {
     app.add_option("--svg", options.svg, "Draw both distributions of each request on one scale.")
         ->type_name("FILE");
     app.add_flag("--json", options.json, "Print the comparison as JSON, and nothing else.");
-    app.add_option("--width", options.width, "The columns of the output, instead of the terminal's.")
-        ->check(CLI::Range(10'000).description(""));
+    addWidth(app, options.width);
     app.add_flag("--full", options.full, "Draw all, however tall the picture becomes.");
-    app.footer(kFooter);
+    app.footer(kCompareFooter);
 }
 
 std::string nameOf(std::vector<std::string> const& paths) {
@@ -93,7 +90,7 @@ std::string nameOf(std::vector<std::string> const& paths) {
 }
 
 // Requests that are slower than they may be; told on the standard error.
-bool isTooSlow(Compared const& compared, Options const& options) {
+bool isTooSlow(Compared const& compared, CompareOptions const& options) {
     if (options.failAbove.empty()) return false;
     double const share = *shareOf(options.failAbove);
     bool isAny = false;
@@ -106,7 +103,7 @@ bool isTooSlow(Compared const& compared, Options const& options) {
     return isAny;
 }
 
-bool tell(Compared const& compared, Options const& options) {
+bool tell(Compared const& compared, CompareOptions const& options) {
     bool const toOutput = options.svg == "-";
     std::ostream& text = options.json || toOutput ? std::cerr : std::cout;
     Presentation presentation =
@@ -130,7 +127,7 @@ bool tell(Compared const& compared, Options const& options) {
     return false;
 }
 
-int run(Options& options) try {
+int run(CompareOptions& options) {
     if (options.after.empty()) {
         if (options.before.size() != 2)
             throw CannotOpen("two files are compared, or one set --with another; see --help");
@@ -160,18 +157,12 @@ int run(Options& options) try {
     compared.comparison = compare(compared.before, compared.after);
     bool const isTold = tell(compared, options);
     return isTooSlow(compared, options) || !isTold ? kFailed : kAllHeld;
-} catch (CannotOpen const& error) {
-    complain(error.what());
-    return kWrongInput;
-} catch (std::system_error const& error) {
-    complain(error.what());
-    return kWrongInput;
 }
 
 }  // namespace
 
 std::function<int()> addCompare(CLI::App& app) {
-    auto const options = std::make_shared<Options>();
+    auto const options = std::make_shared<CompareOptions>();
     addOptions(app, *options);
     return [options] { return run(*options); };
 }

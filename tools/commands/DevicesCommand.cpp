@@ -3,6 +3,7 @@
 #include "commands/Terminal.h"
 #include "devices/DeviceList.h"
 #include "files/OutputFile.h"
+#include "text/JsonText.h"
 #include "text/Printable.h"
 #include "views/Table.h"
 
@@ -21,12 +22,12 @@
 namespace zeqcam::tool {
 namespace {
 
-constexpr auto kFooter =
+constexpr auto kDevicesFooter =
     "A scenario's sensor stands for a device by its path: device = \"/sys/bus/usb/devices/1-1\". Video "
     "devices\n"
     "stand first. Nothing is changed by this command.\n";
 
-struct Options {
+struct DevicesOptions {
     bool json = false;
     bool onlyVideo = false;
     std::string scenario;
@@ -49,7 +50,7 @@ std::string jsonOf(std::vector<FoundDevice> const& devices) {
                        {"obstacle", orNull(device.obstacle)}});
     }
     ordered_json const result{{"devices", all}};
-    return result.dump(2, ' ', false, ordered_json::error_handler_t::replace) + '\n';
+    return jsonText(result, 2) + '\n';
 }
 
 std::string tableOf(std::vector<FoundDevice> const& devices) {
@@ -65,7 +66,7 @@ std::string tableOf(std::vector<FoundDevice> const& devices) {
     return table.text({presentation.colours}, presentation.columns);
 }
 
-int list(Options const& options) try {
+int list(DevicesOptions const& options) {
     std::optional<OutputFile> file;
     if (!options.scenario.empty()) file.emplace(options.scenario);
     auto devices = findDevices(Sysfs());
@@ -83,15 +84,12 @@ int list(Options const& options) try {
     }
     file->write([&](std::ostream& out) { out << scenario; });
     return kAllHeld;
-} catch (CannotOpen const& error) {
-    complain(error.what());
-    return kWrongInput;
 }
 
 }  // namespace
 
 std::function<int()> addDevices(CLI::App& app) {
-    auto const options = std::make_shared<Options>();
+    auto const options = std::make_shared<DevicesOptions>();
     app.add_flag("--video", options->onlyVideo, "Video devices only.");
     app.add_option(
            "--scenario", options->scenario,
@@ -99,7 +97,7 @@ std::function<int()> addDevices(CLI::App& app) {
         ->type_name("FILE")
         ->check([](std::string const& path) { return path.empty() ? "a file needs a name" : ""; });
     app.add_flag("--json", options->json, "Print the devices as JSON.");
-    app.footer(kFooter + ('\n' + std::string(kExitCodes)));
+    app.footer(kDevicesFooter + ('\n' + std::string(kExitCodes)));
     return [options] { return list(*options); };
 }
 

@@ -1,6 +1,7 @@
 #include "commands/EvidenceFiles.h"
 
 #include "commands/Command.h"
+#include "commands/ProgressLine.h"
 #include "evidence/Reading.h"
 #include "files/OutputFile.h"
 #include "run/Watch.h"
@@ -12,45 +13,20 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <iostream>
 #include <memory>
+#include <system_error>
 #include <utility>
 
 namespace zeqcam::tool {
 namespace {
 
-// How far a file was read, on a terminal.
-class Progress {
-  public:
-    explicit Progress(std::string name) : mName(std::move(name)), mIsShown(isatty(STDERR_FILENO) == 1) {}
-    ~Progress() {
-        if (mIsLine) std::cerr << "\r\033[K" << std::flush;
-    }
-    Progress(Progress const&) = delete;
-    Progress& operator=(Progress const&) = delete;
-
-    void show(std::uint64_t bytes) {
-        constexpr std::chrono::milliseconds kPause{200};
-        auto const now = std::chrono::steady_clock::now();
-        if (!mIsShown || now < mNext) return;
-        if (mNext != std::chrono::steady_clock::time_point()) {
-            std::cerr << '\r' << printable(mName) << ": " << bytes / (1U << 20U) << " MiB\033[K"
-                      << std::flush;
-            mIsLine = true;
-        }
-        mNext = now + kPause;
-    }
-
-  private:
-    std::string mName;
-    bool mIsShown;
-    bool mIsLine = false;
-    std::chrono::steady_clock::time_point mNext;
-};
+std::string progressText(std::string const& path, std::uint64_t bytes) {
+    return path + ": " + std::to_string(bytes / (1U << 20U)) + " MiB";
+}
 
 // A file that goes on until it ends, or until the user ends that: then what was read is all that there is.
 class FollowedSource final : public ByteSource {
@@ -86,11 +62,18 @@ Evidence readFiles(std::vector<std::string> const& paths, ProcessRecords& record
         Descriptor const file(path == "-" ? dup(STDIN_FILENO) : open(path.c_str(), O_RDONLY | O_CLOEXEC));
         if (file.get() < 0) throw CannotOpen(path + ": cannot be opened: " + std::strerror(errno));
         auto const source = sourceOf(file.get(), isFollowed);
-        Progress progress(path);
-        ReadResult const result = readEvidence(*source, static_cast<std::uint16_t>(index),
-                                               ProcessRecords::wanted(), records, [&](std::uint64_t bytes) {
-                                                   if (!isFollowed) progress.show(bytes);
-                                               });
+        ProgressLine progress;
+        ReadResult const result = [&] {
+            try {
+                return readEvidence(*source, static_cast<std::uint16_t>(index), ProcessRecords::wanted(),
+                                    records, [&](std::uint64_t bytes) {
+                                        if (!isFollowed)
+                                            progress.show([&] { return progressText(path, bytes); });
+                                    });
+            } catch (std::system_error const& error) {
+                throw CannotOpen(path + ": cannot be read: " + error.code().message());
+            }
+        }();
         evidence.files.push_back({path == "-" ? "standard input" : path, result.isWallTimeKnown});
         if (result.format == Format::Unknown) evidence.found.push_back(path + ": " + result.found);
     }

@@ -1,7 +1,9 @@
 #include "commands/ExploreCommand.h"
 
+#include "commands/CommonOptions.h"
 #include "commands/Input.h"
 #include "commands/Outputs.h"
+#include "commands/ProgressLine.h"
 #include "commands/SourceTexts.h"
 #include "commands/Terminal.h"
 #include "devices/RealDevices.h"
@@ -27,7 +29,7 @@
 namespace zeqcam::tool {
 namespace {
 
-constexpr auto kFooter =
+constexpr auto kExploreFooter =
     "Each schedule is a run of its own, in virtual time and in a process of its own. The first that breaks "
     "an\n"
     "expectation, a rule or a deadlock's peace is shrunk to the fewest switches and shown, with the command\n"
@@ -38,7 +40,7 @@ constexpr auto kFooter =
     "came.\n"
     "Files hold the schedule that failed; where all hold, the one without a preemption.\n";
 
-struct Options {
+struct ExploreOptions {
     std::string file;
     std::vector<std::string> settings;
     Outputs outputs;
@@ -48,7 +50,7 @@ struct Options {
     double seconds = 0;
 };
 
-void addOptions(CLI::App& app, Options& options) {
+void addOptions(CLI::App& app, ExploreOptions& options) {
     app.add_option("FILE", options.file, "The scenario, in TOML.")->required();
     options.outputs.addOptions(app);
     addSettings(app, options.settings);
@@ -62,7 +64,7 @@ void addOptions(CLI::App& app, Options& options) {
     app.add_option("--seconds", options.seconds, "Begin no schedule after this time.")
         ->type_name("S")
         ->check(CLI::PositiveNumber.description(""));
-    app.footer(kFooter + ('\n' + std::string(kExitCodes)));
+    app.footer(kExploreFooter + ('\n' + std::string(kExitCodes)));
 }
 
 // What the scenario or the rules hold against a record; empty: nothing.
@@ -82,12 +84,11 @@ std::string counted(std::uint64_t number, std::string_view what) {
     return fmt::format("{} {}{}", fmt::group_digits(number), what, number == 1 ? "" : "s");
 }
 
-void tellProgress(simulation::Progress const& progress) {
-    std::cerr << fmt::format("\r\033[K{} run, {} known to come, {}, {:.0f} s",
-                             counted(progress.schedules, "schedule"), fmt::group_digits(progress.known),
-                             counted(static_cast<std::uint64_t>(progress.preemptions), "preemption"),
-                             std::chrono::duration<double>(progress.elapsed).count())
-              << std::flush;
+std::string progressText(simulation::Progress const& progress) {
+    return fmt::format("{} run, {} known to come, {}, {:.0f} s", counted(progress.schedules, "schedule"),
+                       fmt::group_digits(progress.known),
+                       counted(static_cast<std::uint64_t>(progress.preemptions), "preemption"),
+                       std::chrono::duration<double>(progress.elapsed).count());
 }
 
 // "All 48,120 schedules with at most 2 preemptions hold".
@@ -106,18 +107,18 @@ std::string sentenceOf(simulation::Exploration const& found, int preemptions) {
                        most(preemptions));
 }
 
-std::string settingsText(Options const& options) {
+std::string settingsText(ExploreOptions const& options) {
     std::string text;
     for (std::string const& setting : options.settings) text += " --set " + shellWord(setting);
     return text;
 }
 
 // Where people read: the standard output, unless a file stands there.
-std::ostream& textOutput(Options const& options) {
+std::ostream& textOutput(ExploreOptions const& options) {
     return options.outputs.takeOutput() ? std::cerr : std::cout;
 }
 
-Presentation presentationOf(Options const& options) {
+Presentation presentationOf(ExploreOptions const& options) {
     Presentation presentation =
         presentationOn(options.outputs.takeOutput() ? STDERR_FILENO : STDOUT_FILENO, {});
     presentation.title = std::filesystem::path(options.file).filename();
@@ -126,14 +127,14 @@ Presentation presentationOf(Options const& options) {
 }
 
 // Plays a schedule once more. What it leaves goes with the process.
-SimulatedRun playAgain(Scenario const& scenario, Options const& options, std::string const& schedule) {
+SimulatedRun playAgain(Scenario const& scenario, ExploreOptions const& options, std::string const& schedule) {
     SimulatedRun run = simulate(scenario, schedule, {});
     run.record.files = {options.file};
     return run;
 }
 
 // Shows the schedule that failed. The exit status.
-int show(Scenario const& scenario, Options& options, simulation::Exploration const& found) {
+int show(Scenario const& scenario, ExploreOptions& options, simulation::Exploration const& found) {
     simulation::Result const& failure = *found.failure;
     complain(fmt::format("{}: schedule {} of {} ends in {}:", options.file,
                          fmt::group_digits(found.schedules), "the search", nameOf(failure.ending)));
@@ -168,7 +169,7 @@ ExitStatus statusOf(simulation::Exploration const& found, End end) {
 }
 
 // Tells that every schedule that was run held. The exit status.
-int tellThatAllHold(Scenario const& scenario, Options& options, simulation::Exploration const& found,
+int tellThatAllHold(Scenario const& scenario, ExploreOptions& options, simulation::Exploration const& found,
                     End end) {
     textOutput(options) << sentenceOf(found, options.preemptions) << std::endl;
     bool written = true;
@@ -182,7 +183,7 @@ int tellThatAllHold(Scenario const& scenario, Options& options, simulation::Expl
     return statusOf(found, end);
 }
 
-int explore(Options& options) try {
+int explore(ExploreOptions& options) {
     auto [scenario, faults, files] = readScenarioFile(options.file, options.settings);
     if (!faults.empty()) {
         complain(faultText(faults.front(), options.file));
@@ -195,7 +196,6 @@ int explore(Options& options) try {
     if (std::string const reason = board::QosFile::provide(); !reason.empty()) {
         complain("no QoS file, as on a device without it: " + reason);
     }
-    bool const onTerminal = isatty(STDERR_FILENO) == 1;
     auto const body = [&played = scenario] {
         playSimulated(played, [](Record const& record) {
             std::string const complaint = complaintAbout(record);
@@ -208,23 +208,23 @@ int explore(Options& options) try {
         if (end == End::TimedOut) end = watch.look();
         return end != End::TimedOut;
     };
+    auto progress = std::make_unique<ProgressLine>();
     auto const found = simulation::explore(
-        body, {.preemptions = options.preemptions,
-               .schedules = options.schedules,
-               .time = std::chrono::milliseconds(static_cast<std::int64_t>(options.seconds * 1000)),
-               .progress = onTerminal ? tellProgress : std::function<void(simulation::Progress const&)>(),
-               .isCancelled = isCancelled});
-    if (onTerminal) std::cerr << "\r\033[K";
+        body,
+        {.preemptions = options.preemptions,
+         .schedules = options.schedules,
+         .time = std::chrono::milliseconds(static_cast<std::int64_t>(options.seconds * 1000)),
+         .progress =
+             [&](simulation::Progress const& made) { progress->show([&] { return progressText(made); }); },
+         .isCancelled = isCancelled});
+    progress.reset();
     return found.failure ? show(scenario, options, found) : tellThatAllHold(scenario, options, found, end);
-} catch (CannotOpen const& error) {
-    complain(error.what());
-    return kWrongInput;
 }
 
 }  // namespace
 
 std::function<int()> addExplore(CLI::App& app) {
-    auto const options = std::make_shared<Options>();
+    auto const options = std::make_shared<ExploreOptions>();
     addOptions(app, *options);
     return [options] { return explore(*options); };
 }

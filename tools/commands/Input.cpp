@@ -1,6 +1,7 @@
 #include "commands/Input.h"
 
 #include "commands/Command.h"
+#include "commands/CommonOptions.h"
 #include "commands/EvidenceFiles.h"
 #include "files/OutputFile.h"
 #include "run/SimulatedRun.h"
@@ -24,7 +25,6 @@ namespace {
 
 namespace files = std::filesystem;
 
-constexpr std::uint64_t kMostSeed = 0xffffffff;
 constexpr std::uint64_t kMostRuns = 1'000'000;
 
 // "[[sensor]]", "include = …": whether a line begins what stands at the top of a scenario.
@@ -65,23 +65,13 @@ bool isScenario(std::string const& path) {
     return false;
 }
 
-void addSettings(CLI::App& app, std::vector<std::string>& settings) {
-    app.add_option("--set", settings,
-                   "Put another value into the scenario, such as sensor.tele.power_on_ms=60 or "
-                   "client.app.steps.3.sleep_ms=5; may be repeated.")
-        ->type_name("PATH=VALUE")
-        ->allow_extra_args(false);
-}
-
 void InputOptions::add(CLI::App& app) {
     app.add_option("FILE", files,
                    "Scenarios, which are played in virtual time, or logs and traces of one phone, of any "
                    "format that it has; - is the standard input.")
         ->required();
     app.add_option("--pid", process, "Of logs and traces, take this process only.")->type_name("N");
-    app.add_option("--seed", seed, "The seed of each scenario's first run, instead of the file's.")
-        ->type_name("N")
-        ->check(CLI::Range(std::uint64_t{0}, kMostSeed).description(""));
+    addSeed(app, seed, "The seed of each scenario's first run, instead of the file's.");
     addSettings(app, settings);
     app.add_option("--repeat", repeat, "Play each scenario so often, each time with the next seed.")
         ->type_name("N")

@@ -34,9 +34,6 @@ struct InputOptions {
     void add(CLI::App& app);
 };
 
-// The option that puts other values into scenarios; `settings` outlives the reading of the command line.
-void addSettings(CLI::App& app, std::vector<std::string>& settings);
-
 // Whether a file is a scenario: by its name, or by what its first line that says something begins.
 bool isScenario(std::string const& path);
 

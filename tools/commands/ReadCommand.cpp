@@ -34,7 +34,7 @@ constexpr auto kExitStatus =
     "  1    a rule is broken, or what was read cannot be written\n"
     "  2    nothing of the library could be read; the command line is wrong, or a file cannot be opened\n";
 
-struct Options : ViewOptions {
+struct ReadOptions : ViewOptions {
     std::vector<std::string> files;
     std::optional<int> process;
     bool follow = false;
@@ -42,7 +42,7 @@ struct Options : ViewOptions {
     bool repeat = false;
 };
 
-void addOptions(CLI::App& app, Options& options) {
+void addOptions(CLI::App& app, ReadOptions& options) {
     app.add_option("FILE", options.files,
                    "Logs and traces of one phone, of any format that it has, compressed or not; - is the "
                    "standard input.")
@@ -100,7 +100,7 @@ void tellReach(ReadProcess const& read, std::ostream& out) {
     out.flush();
 }
 
-bool tellProcess(ReadProcess const& read, Options& options) {
+bool tellProcess(ReadProcess const& read, ReadOptions& options) {
     Record const& record = read.record;
     std::string const name = record.process ? fmt::format("process {}", *record.process) : "a process";
     if (options.outputs.areAsked())
@@ -119,7 +119,7 @@ bool tellProcess(ReadProcess const& read, Options& options) {
     return isTold;
 }
 
-void select(std::vector<ReadProcess> const& processes, Options& options) {
+void select(std::vector<ReadProcess> const& processes, ReadOptions& options) {
     std::vector<std::string> clients;
     std::map<int, std::string> sensors;
     for (auto const& [record, reach, notes] : processes) {
@@ -130,13 +130,13 @@ void select(std::vector<ReadProcess> const& processes, Options& options) {
     options.select(clients, sensors, "the evidence");
 }
 
-int complainOfNothing(Evidence const& evidence, Options const& options) {
+int complainOfNothing(Evidence const& evidence, ReadOptions const& options) {
     for (std::string const& line : nothingIn(evidence, options.files, options.process)) complain(line);
     return kWrongInput;
 }
 
 // What programs read holds one process.
-void requireOne(std::vector<ReadProcess> const& processes, Options const& options) {
+void requireOne(std::vector<ReadProcess> const& processes, ReadOptions const& options) {
     bool const isForOne = options.json || options.outputs.areAsked() || !options.scenario.empty();
     if (processes.size() < 2 || !isForOne) return;
     std::string ids;
@@ -146,7 +146,7 @@ void requireOne(std::vector<ReadProcess> const& processes, Options const& option
 }
 
 // The power cycles of all processes, as runs of one series.
-int tellCycles(std::vector<ReadProcess> const& processes, Options& options) {
+int tellCycles(std::vector<ReadProcess> const& processes, ReadOptions& options) {
     Series series;
     series.runsBy = Series::RunsBy::Cycle;
     series.file = options.files.front();
@@ -162,7 +162,7 @@ int tellCycles(std::vector<ReadProcess> const& processes, Options& options) {
     return tell(series, options) && series.failedRuns().empty() ? kAllHeld : kFailed;
 }
 
-int run(Options& options) try {
+int run(ReadOptions& options) {
     if (options.follow && options.files.size() > 1) throw CannotOpen("--follow: is of one file");
     for (std::string const& file : options.files) {
         std::error_code none;
@@ -197,18 +197,12 @@ int run(Options& options) try {
                 });
     }
     return holds ? kAllHeld : kFailed;
-} catch (CannotOpen const& error) {
-    complain(error.what());
-    return kWrongInput;
-} catch (std::system_error const& error) {
-    complain(error.what());
-    return kWrongInput;
 }
 
 }  // namespace
 
 std::function<int()> addRead(CLI::App& app) {
-    auto const options = std::make_shared<Options>();
+    auto const options = std::make_shared<ReadOptions>();
     addOptions(app, *options);
     return [options] { return run(*options); };
 }

@@ -1,15 +1,14 @@
 #include "commands/Repeating.h"
 
 #include "commands/Command.h"
+#include "commands/ProgressLine.h"
 #include "commands/ViewOptions.h"
 #include "views/SeriesFile.h"
 #include "views/SeriesReport.h"
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include <CLI/CLI.hpp>
-#include <chrono>
 #include <cstdint>
 #include <filesystem>
 #include <iostream>
@@ -18,36 +17,10 @@
 namespace zeqcam::tool {
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
-// One line on the standard error, if that is a terminal, which goes in the end.
-class Progress {
-  public:
-    explicit Progress(std::size_t times) : mTimes(times), mIsShown(isatty(STDERR_FILENO) == 1) {}
-    ~Progress() {
-        if (mNext != Clock::time_point()) std::cerr << "\r\033[K" << std::flush;
-    }
-    Progress(Progress const&) = delete;
-    Progress& operator=(Progress const&) = delete;
-
-    void show(Series const& series) {
-        constexpr std::chrono::milliseconds kPause{100};
-        auto const now = Clock::now();
-        if (!mIsShown || now < mNext) return;
-        mNext = now + kPause;
-        std::cerr << fmt::format("\r\033[K{} of {} runs, {} failed, {:.0f} s",
-                                 fmt::group_digits(series.runs().size()), fmt::group_digits(mTimes),
-                                 fmt::group_digits(series.failedRuns().size()),
-                                 std::chrono::duration<double>(now - mBegan).count())
-                  << std::flush;
-    }
-
-  private:
-    std::size_t const mTimes;
-    bool const mIsShown;
-    Clock::time_point const mBegan = Clock::now();
-    Clock::time_point mNext;
-};
+std::string progressText(Series const& series, std::size_t times, double seconds) {
+    return fmt::format("{} of {} runs, {} failed, {:.0f} s", fmt::group_digits(series.runs().size()),
+                       fmt::group_digits(times), fmt::group_digits(series.failedRuns().size()), seconds);
+}
 
 }  // namespace
 
@@ -70,8 +43,10 @@ void RepeatOptions::addOptions(CLI::App& app) {
 Series repeatWatched(Scenario const& scenario, Repetition repetition, End& end) {
     Watch const watch;
     end = End::AllDone;
-    Progress progress(repetition.times);
-    repetition.progress = [&](Series const& series) { progress.show(series); };
+    ProgressLine progress;
+    repetition.progress = [&](Series const& series) {
+        progress.show([&] { return progressText(series, repetition.times, progress.seconds()); });
+    };
     repetition.isCancelled = [&] {
         if (End const seen = watch.look(); end == End::AllDone && seen != End::TimedOut) end = seen;
         return end != End::AllDone;

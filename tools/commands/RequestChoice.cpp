@@ -1,6 +1,7 @@
 #include "commands/RequestChoice.h"
 
 #include "files/OutputFile.h"
+#include "text/TimeText.h"
 #include "views/ChainText.h"
 #include "views/RequestText.h"
 
@@ -47,9 +48,7 @@ bool RequestChoice::has(Record const& record, Chain const& chain) {
         bool const byName = matches(sensors, record.nameOfSensor(sensor), false);
         isOfSensor = matches(sensors, std::to_string(sensor), false) || byName || isOfSensor;
     }
-    auto const at = [&](Instant time) {
-        return std::chrono::duration<double, std::milli>(time - record.begin).count();
-    };
+    auto const at = [&](Instant time) { return millisecondsOf(time - record.begin); };
     bool const isWithin =
         at(chain.end) >= fromMs.value_or(at(chain.end)) && at(chain.begin) <= toMs.value_or(at(chain.begin));
     return isOfClient && isNamed && isOfSensor && isWithin;

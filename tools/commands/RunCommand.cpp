@@ -1,5 +1,6 @@
 #include "commands/RunCommand.h"
 
+#include "commands/CommonOptions.h"
 #include "commands/Input.h"
 #include "commands/NextSteps.h"
 #include "commands/Repeating.h"
@@ -13,6 +14,7 @@
 #include "run/SimulatedRun.h"
 #include "run/TraceMarker.h"
 #include "run/Watch.h"
+#include "scenario/ScenarioKeys.h"
 #include "scenario/ScenarioReader.h"
 #include "text/ShellText.h"
 #include "text/TimeText.h"
@@ -40,7 +42,7 @@
 namespace zeqcam::tool {
 namespace {
 
-constexpr auto kFooter =
+constexpr auto kRunFooter =
     "A run that is cut off, by --timeout or a signal, is told like one that has ended, and what each of its\n"
     "threads was in, since when, goes to standard error.\n";
 
@@ -50,9 +52,8 @@ constexpr std::uint32_t kWarnings = 2;
 constexpr std::uint32_t kAll = 5;
 
 constexpr double kMostSeconds = 1e6;
-constexpr std::uint64_t kMostSeed = 0xffffffff;
 
-struct Options : ViewOptions {
+struct RunOptions : ViewOptions {
     std::string file;
     bool kernelTrace = false;
     std::optional<std::uint32_t> detailsLevel;  // else what the file says, like the seed
@@ -76,7 +77,7 @@ CLI::Validator secondsCheck() {
             ""};
 }
 
-void addOptions(CLI::App& app, Options& options) {
+void addOptions(CLI::App& app, RunOptions& options) {
     app.add_option("FILE", options.file, "The scenario, in TOML.")->required();
     options.outputs.addOptions(app);
     app.add_flag("--ftrace", options.kernelTrace,
@@ -84,10 +85,7 @@ void addOptions(CLI::App& app, Options& options) {
     app.add_flag("--json", options.json,
                  "Print the requests and final states as JSON, and nothing else; log lines go to standard "
                  "error.");
-    app.add_option("--seed", options.seed,
-                   "The seed of the faults that happen by chance, instead of the file's.")
-        ->type_name("N")
-        ->check(CLI::Range(std::uint64_t{0}, kMostSeed).description(""));
+    addSeed(app, options.seed, "The seed of the faults that happen by chance, instead of the file's.");
     app.add_option("--timeout", options.timeoutSeconds, "Cut the run off when it has not ended by then.")
         ->type_name("SECONDS")
         ->check(secondsCheck());
@@ -115,7 +113,7 @@ void addOptions(CLI::App& app, Options& options) {
            [&options](std::int64_t times) { options.detailsLevel = times > 1 ? kErrors : kWarnings; },
            "Log warnings and errors only; -qq: errors only.")
         ->excludes(verbose);
-    app.footer(kFooter + ('\n' + std::string(kExitCodes)));
+    app.footer(kRunFooter + ('\n' + std::string(kExitCodes)));
 }
 
 struct CutOff {
@@ -124,7 +122,7 @@ struct CutOff {
 };
 
 // Empty when the run came to its end.
-std::optional<CutOff> cutOff(End end, Options const& options) {
+std::optional<CutOff> cutOff(End end, RunOptions const& options) {
     switch (end) {
         case End::TimedOut:
             return CutOff{kTimedOut, "has not ended within " + timeText(std::chrono::nanoseconds(std::llround(
@@ -144,14 +142,14 @@ std::optional<CutOff> cutOff(End end, Options const& options) {
 }
 
 // Files, pipes and programs get what they always got.
-void tellNext(Record const& record, Options const& options) {
+void tellNext(Record const& record, RunOptions const& options) {
     if (options.json || options.outputs.takeOutput() || isatty(STDOUT_FILENO) != 1) return;
     tellNextSteps(record, verdictOn(record, options.strictness),
                   {options.file, options.settings, options.simulate, options.schedule.value_or("")},
                   options.presentation(options.file), std::cout);
 }
 
-int play(Scenario const& scenario, Options& options, LogOutput& log, RealDevices& devices) {
+int play(Scenario const& scenario, RunOptions& options, LogOutput& log, RealDevices& devices) {
     keepMemorySmall();
     Watch watch;
     auto run = std::make_unique<Run>(scenario, Run::Drains::Meanwhile, [&watch] { watch.allDone(); });
@@ -184,13 +182,13 @@ int play(Scenario const& scenario, Options& options, LogOutput& log, RealDevices
     return isTold && verdictOn(taken, options.strictness) == Verdict::Passed ? kAllHeld : kFailed;
 }
 
-std::optional<std::chrono::nanoseconds> limitOf(Options const& options) {
+std::optional<std::chrono::nanoseconds> limitOf(RunOptions const& options) {
     if (!options.timeoutSeconds) return {};
     return std::chrono::nanoseconds(std::llround(*options.timeoutSeconds * 1e9));
 }
 
 // In virtual time nothing is waited for: a run that nobody can go on with is cut off at once.
-int playSimulated(Scenario const& scenario, Options& options, LogOutput& log) {
+int playSimulated(Scenario const& scenario, RunOptions& options, LogOutput& log) {
     Order const order = options.schedule ? Order(*options.schedule) : Order(scenario.settings.seed);
     SimulatedRun played = simulate(scenario, order, limitOf(options));
     played.record.files = {options.file};
@@ -204,7 +202,7 @@ int playSimulated(Scenario const& scenario, Options& options, LogOutput& log) {
 }
 
 // The command that plays one of many runs alone, up to its seed.
-std::string commandOfOne(Options const& options) {
+std::string commandOfOne(RunOptions const& options) {
     std::string command = "zeqcam-power run " + shellWord(options.file);
     for (std::string const& setting : options.settings) command += " --set " + shellWord(setting);
     if (options.simulate) command += " --simulate";
@@ -216,7 +214,7 @@ std::string commandOfOne(Options const& options) {
     return command + " --seed";
 }
 
-int playMany(Scenario const& scenario, Options& options) {
+int playMany(Scenario const& scenario, RunOptions& options) {
     std::size_t const times = *options.repeat.times;
     if (scenario.settings.seed + times - 1 > kMostSeed) {
         complain(fmt::format("--repeat: {} seeds from {} on are too many", times, scenario.settings.seed));
@@ -239,7 +237,7 @@ int playMany(Scenario const& scenario, Options& options) {
     return isTold && series.failedRuns().empty() ? kAllHeld : kFailed;
 }
 
-int run(Options& options) try {
+int run(RunOptions& options) try {
     auto [scenario, faults, files] = readScenarioFile(options.file, options.settings);
     if (!faults.empty()) {
         complain(faultText(faults.front(), options.file));
@@ -271,9 +269,6 @@ int run(Options& options) try {
     if (options.detailsLevel) scenario.settings.log.detailsLevel = *options.detailsLevel;
     if (options.repeat.times) return playMany(scenario, options);
     return options.simulate ? playSimulated(scenario, options, log) : play(scenario, options, log, devices);
-} catch (CannotOpen const& error) {
-    complain(error.what());
-    return kWrongInput;
 } catch (std::invalid_argument const& error) {
     complain(std::string("--schedule: ") + error.what());
     return kWrongInput;
@@ -282,7 +277,7 @@ int run(Options& options) try {
 }  // namespace
 
 std::function<int()> addRun(CLI::App& app) {
-    auto const options = std::make_shared<Options>();
+    auto const options = std::make_shared<RunOptions>();
     addOptions(app, *options);
     return [options] { return run(*options); };
 }

@@ -28,9 +28,11 @@ std::vector<std::string> filesOf(std::vector<std::string> const& paths) {
             continue;
         }
         std::vector<std::string> inside;
-        for (auto const& entry : files::directory_iterator(path)) {
+        std::error_code unreadable;
+        for (auto const& entry : files::directory_iterator(path, unreadable)) {
             if (entry.is_regular_file()) inside.push_back(entry.path());
         }
+        if (unreadable) throw CannotOpen(path + ": cannot be read: " + unreadable.message());
         if (inside.empty()) throw CannotOpen(path + ": holds no file");
         std::sort(inside.begin(), inside.end());
         all.insert(all.end(), inside.begin(), inside.end());

@@ -1,5 +1,6 @@
 #include "commands/SweepCommand.h"
 
+#include "commands/CommonOptions.h"
 #include "commands/Repeating.h"
 #include "commands/Terminal.h"
 #include "files/OutputFile.h"
@@ -27,16 +28,13 @@
 namespace zeqcam::tool {
 namespace {
 
-constexpr auto kFooter =
+constexpr auto kSweepFooter =
     "VALUES are a range with its step, 30..90:10, or a list, 30,45,60; of several --set every choice of "
     "values "
     "is\n"
     "run. FAILED counts runs in which the request did what the scenario does not expect.\n";
 
-constexpr std::uint64_t kMostSeed = 0xffffffff;
-constexpr std::size_t kMostRuns = 1'000'000;
-
-struct Options {
+struct SweepOptions {
     std::string file;
     std::vector<std::string> settings;
     std::size_t repeat = 1;
@@ -47,8 +45,8 @@ struct Options {
     std::optional<int> width;
 };
 
-void addOptions(CLI::App& app, Options& options) {
-    constexpr int kMostColumns = 10'000;
+void addOptions(CLI::App& app, SweepOptions& options) {
+    constexpr std::size_t kMostRuns = 1'000'000;
     app.add_option("FILE", options.file, "The scenario, in TOML.")->required();
     app.add_option(
            "--set", options.settings,
@@ -60,18 +58,15 @@ void addOptions(CLI::App& app, Options& options) {
     app.add_option("--repeat", options.repeat, "Run each so often, each time with the next seed.")
         ->type_name("N")
         ->check(CLI::Range(std::size_t{1}, kMostRuns).description(""));
-    app.add_option("--seed", options.seed, "The seed of the first run, instead of the file's.")
-        ->type_name("N")
-        ->check(CLI::Range(std::uint64_t{0}, kMostSeed).description(""));
+    addSeed(app, options.seed, "The seed of the first run, instead of the file's.");
     app.add_flag("--real", options.real, "Run in real time; else in virtual time.");
     app.add_option("--svg", options.svg, "Write a picture of what the requests took.")->type_name("FILE");
     app.add_flag("--json", options.json, "Print the same as JSON, and nothing else.");
-    app.add_option("--width", options.width, "The columns of the output, instead of the terminal's.")
-        ->check(CLI::Range(0, kMostColumns).description(""));
-    app.footer(kFooter + ('\n' + std::string(kExitCodes)));
+    addWidth(app, options.width);
+    app.footer(kSweepFooter + ('\n' + std::string(kExitCodes)));
 }
 
-Scenario scenarioWith(Options const& options, std::vector<std::string> const& settings) {
+Scenario scenarioWith(SweepOptions const& options, std::vector<std::string> const& settings) {
     Reading reading = readScenarioFile(options.file, settings);
     if (!reading.faults.empty()) throw CannotOpen(faultText(reading.faults.front(), options.file));
     if (options.seed) reading.scenario.settings.seed = *options.seed;
@@ -79,7 +74,7 @@ Scenario scenarioWith(Options const& options, std::vector<std::string> const& se
 }
 
 // What is wrong with any of the values is known before the first run.
-std::vector<Scenario> scenariosOf(Options const& options, Sweep& sweep) {
+std::vector<Scenario> scenariosOf(SweepOptions const& options, Sweep& sweep) {
     std::vector<Scenario> scenarios;
     for (auto const& values : combinationsOf(sweep.axes)) {
         std::vector<std::string> settings;
@@ -105,7 +100,7 @@ int statusOf(End end) {
 }
 
 // False when not all could be written.
-bool tell(Sweep const& sweep, Options const& options, std::optional<OutputFile>& svg) {
+bool tell(Sweep const& sweep, SweepOptions const& options, std::optional<OutputFile>& svg) {
     Presentation presentation = presentationOn(STDOUT_FILENO, options.width);
     presentation.title = std::filesystem::path(sweep.file).filename();
     if (options.json) {
@@ -124,7 +119,7 @@ bool tell(Sweep const& sweep, Options const& options, std::optional<OutputFile>&
     return isWritten && std::cout;
 }
 
-int run(Options& options) try {
+int run(SweepOptions& options) try {
     Sweep sweep{options.file, {}, options.repeat, {}};
     for (std::string const& setting : options.settings) sweep.axes.push_back(sweepAxisOf(setting));
     auto const scenarios = scenariosOf(options, sweep);
@@ -146,9 +141,6 @@ int run(Options& options) try {
     }
     bool const isTold = tell(sweep, options, svg);
     return isTold && !hasFailed ? kAllHeld : kFailed;
-} catch (CannotOpen const& error) {
-    complain(error.what());
-    return kWrongInput;
 } catch (std::invalid_argument const& error) {
     complain(std::string("--set ") + error.what());
     return kWrongInput;
@@ -157,7 +149,7 @@ int run(Options& options) try {
 }  // namespace
 
 std::function<int()> addSweep(CLI::App& app) {
-    auto const options = std::make_shared<Options>();
+    auto const options = std::make_shared<SweepOptions>();
     addOptions(app, *options);
     return [options] { return run(*options); };
 }

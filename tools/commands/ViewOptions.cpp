@@ -1,6 +1,7 @@
 #include "commands/ViewOptions.h"
 
 #include "commands/Command.h"
+#include "commands/CommonOptions.h"
 #include "commands/Terminal.h"
 #include "rules/Rule.h"
 #include "views/Report.h"
@@ -44,7 +45,6 @@ void ViewOptions::addStrictness(CLI::App& app) {
 
 void ViewOptions::addSelection(CLI::App& app) {
     constexpr double kMostMs = 1e9;
-    constexpr int kMostColumns = 10'000;
     auto const number = [&app](char const* name, auto& value, char const* help, auto most) {
         app.add_option(name, value, help)->check(CLI::Range(decltype(most){}, most).description(""));
     };
@@ -56,7 +56,7 @@ void ViewOptions::addSelection(CLI::App& app) {
         ->allow_extra_args(false);
     number("--from", fromMs, "Show what happened from this time on, in milliseconds.", kMostMs);
     number("--to", toMs, "Show what happened until this time, in milliseconds.", kMostMs);
-    number("--width", width, "The columns of the output, instead of the terminal's.", kMostColumns);
+    addWidth(app, width);
     app.add_flag(
         "--full", full,
         "Show every row: else the timeline stops at 100 lines, the picture at 4000 pixels and 2 MB.");

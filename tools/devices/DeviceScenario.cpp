@@ -26,8 +26,8 @@ std::string sensorName(FoundDevice const& device, std::set<std::string>& taken) 
 }
 
 std::string sensorText(FoundDevice const& device, int id, std::string const& name) {
-    return fmt::format("\n[[sensor]]\nid = {}\nname = {}\ndevice = {}\n", id, tool::quoted(name),
-                       tool::quoted(device.path));
+    return fmt::format("\n[[sensor]]\nid = {}\nname = {}\ndevice = {}\n", id, tool::tomlString(name),
+                       tool::tomlString(device.path));
 }
 
 std::string onText(std::vector<int> const& sensors) {

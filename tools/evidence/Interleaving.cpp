@@ -15,21 +15,21 @@ using std::chrono::nanoseconds;
 
 // Where a sighting goes among those of a finer file: behind the one at `behind`, or, where that is none,
 // before all of its time.
-struct Place {
+struct PlaceInOrder {
     nanoseconds time;
     std::int64_t behind;
 };
 
 // Lays what a coarser file tells of one thread between what a finer one tells of it.
-class Thread {
+class ThreadsOrder {
   public:
-    explicit Thread(Sightings const& fine, nanoseconds fineResolution)
+    explicit ThreadsOrder(Sightings const& fine, nanoseconds fineResolution)
         : mFine(fine), mFineResolution(fineResolution) {}
 
     void add(std::size_t place) { mPlaces.push_back(place); }
 
     // Of the thread's next sighting in the coarser file.
-    Place place(Sighting const& coarse, nanoseconds resolution) {
+    PlaceInOrder place(Sighting const& coarse, nanoseconds resolution) {
         while (mNext < mPlaces.size() && isBefore(mFine[mPlaces[mNext]], coarse, resolution)) {
             Sighting const& passed = mFine[mPlaces[mNext]];
             mPhase = phaseAt(passed);
@@ -80,7 +80,7 @@ class Thread {
 
 // The finer file's order stays as it is.
 Sightings layBetween(FileSightings const& fine, FileSightings const& coarse) {
-    std::map<std::int32_t, Thread> threads;
+    std::map<std::int32_t, ThreadsOrder> threads;
     for (std::size_t place = 0; place < fine.sightings.size(); ++place) {
         auto const& each = fine.sightings[place];
         if (!tellsPhase(each)) continue;
@@ -94,7 +94,7 @@ Sightings layBetween(FileSightings const& fine, FileSightings const& coarse) {
     for (std::size_t place = 0; place < fine.sightings.size(); ++place)
         all.push_back({static_cast<std::int64_t>(place), fine.sightings[place]});
     for (Sighting each : coarse.sightings) {
-        Place place{each.time, -1};
+        PlaceInOrder place{each.time, -1};
         auto const thread = threads.find(each.thread);
         if (thread != threads.end() && tellsPhase(each))
             place = thread->second.place(each, coarse.resolution);

@@ -42,7 +42,7 @@ std::optional<std::int32_t> idOf(double number) {
     return static_cast<std::int32_t>(number);
 }
 
-std::string quoted(std::string const& text) {
+std::string jsonString(std::string const& text) {
     return json(text).dump(-1, ' ', false, json::error_handler_t::replace);
 }
 
@@ -130,7 +130,7 @@ bool TraceEventParser::onKey(std::string const& key) {
     mInput.endToken();
     if (isInValues()) {
         if (mDepth == mEventDepth + 1) mKey = key;
-        addValue(quoted(key) + ":");
+        addValue(jsonString(key) + ":");
         mNeedsComma = false;
     } else if (mEventDepth == 0 ? mDepth == 1 : mDepth == mEventDepth) {
         mKey = key;
@@ -144,7 +144,7 @@ bool TraceEventParser::onText(std::string const& text) {
         if (mDepth == mEventDepth + 1 && mKey == "name") mEvent.named = text;
         if (mDepth == mEventDepth + 1 && mKey == "level") mEvent.level = text;
         if (mDepth == mEventDepth + 1 && mKey == "wall_clock_ns") mEvent.wallClock = text;
-        addValue(quoted(text));
+        addValue(jsonString(text));
     } else if (mDepth == mEventDepth) {
         if (mKey == "ph") mEvent.phase = text;
         if (mKey == "name") mEvent.name = text;

@@ -55,7 +55,7 @@ std::string sensorsOf(ScenarioPlan const& plan, Record const& record) {
         text += fmt::format("\n[[sensor]]\nid = {}\n", id);
         Record::Sensor const* const known = record.findSensor(id);
         if (known != nullptr && known->name != TextId::Empty)
-            text += "name = " + quoted(record.textOf(known->name)) + '\n';
+            text += "name = " + tomlString(record.textOf(known->name)) + '\n';
         text += timeText("power_on_ms", sensor.on) + timeText("power_off_ms", sensor.off);
         if (auto const failures = plan.failures.find(id); failures != plan.failures.end())
             text += fmt::format("power_on_fails = {{ times = {} }}\n", idsText(failures->second));
@@ -94,7 +94,7 @@ std::string clientsOf(ScenarioPlan const& plan) {
     std::string text;
     for (ClientPlan const& part : plan.clients) {
         text += fmt::format("\n[[client]]\nname = {}\ncontroller = \"controller {}\"\nsteps = [\n",
-                            quoted(part.name), part.controller + 1);
+                            tomlString(part.name), part.controller + 1);
         for (std::string const& step : part.steps) text += lineOf(step);
         text += "]\n";
     }

@@ -28,7 +28,7 @@ std::string timesText(MeasuredTimes const& times) {
     return '[' + msText(times.least()) + ", " + msText(times.most()) + ']';
 }
 
-std::string quoted(std::string_view text) {
+std::string tomlString(std::string_view text) {
     std::string quoted = "\"";
     for (char const each : printable(text)) {
         if (each == '"' || each == '\\') quoted += '\\';

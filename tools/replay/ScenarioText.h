@@ -20,7 +20,7 @@ std::string msText(std::chrono::microseconds time);
 std::string timesText(MeasuredTimes const& times);
 
 // In quotes, printable.
-std::string quoted(std::string_view text);
+std::string tomlString(std::string_view text);
 
 // "[0, 2]".
 std::string idsText(std::vector<int> const& ids);

@@ -9,7 +9,6 @@ namespace {
 
 constexpr double kInt32Least = std::numeric_limits<std::int32_t>::min();
 constexpr double kInt32Most = std::numeric_limits<std::int32_t>::max();
-constexpr double kSeedMost = std::numeric_limits<std::uint32_t>::max();
 constexpr double kMinute = 60000;
 constexpr double kNameMost = 64;
 constexpr double kPathMost = 4096;
@@ -46,7 +45,7 @@ constexpr Key kKeys[] = {
      "false: the process has no sensor list, and no power-on succeeds", kChanges},
     {"board", "power_budget", Type::Boolean, "true", 0, 0, "",
      "false: there is no power budget to ask", kChanges},
-    {"board", "seed", Type::Integer, "1", 0, kSeedMost, "",
+    {"board", "seed", Type::Integer, "1", 0, kMostSeed, "",
      "of the faults by chance; `--seed` takes its place"},
     {"board", "log", Type::Choice, "info", 0, 0, "error warning info debug",
      "the least important lines that are logged; `-v` and `-q` take its place"},

@@ -37,6 +37,9 @@ struct Key {
     [[nodiscard]] constexpr bool holds(double number) const { return number >= least && number <= most; }
 };
 
+// The greatest seed of a scenario.
+constexpr std::uint32_t kMostSeed = 0xffffffff;
+
 std::span<Key const> scenarioKeys();
 
 }  // namespace zeqcam::tool

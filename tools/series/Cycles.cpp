@@ -1,6 +1,7 @@
 #include "series/Cycles.h"
 
 #include "analysis/Attribution.h"
+#include "text/TimeText.h"
 
 #include <algorithm>
 #include <chrono>
@@ -101,7 +102,7 @@ std::vector<RunFigures> figuresOfCycles(Record const& record, Strictness const& 
     RunFigures const all = figuresOf(record, strictness, first);
     auto const msOf = [&](Instant time) {
         auto const since = floor<std::chrono::microseconds>(time - record.begin);
-        return std::chrono::duration<double, std::milli>(since).count();
+        return millisecondsOf(since);
     };
     std::vector<RunFigures> runs;
     for (Cycle const& cycle : cyclesOf(record)) {

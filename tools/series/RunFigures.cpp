@@ -3,6 +3,7 @@
 #include "analysis/Chain.h"
 #include "analysis/Outcomes.h"
 #include "analysis/SensorNames.h"
+#include "text/TimeText.h"
 
 #include <fmt/format.h>
 
@@ -20,8 +21,8 @@ using board::Kind;
 using Of = Subject::Of;
 
 // In whole microseconds, as a single run's results are told.
-double millisecondsOf(std::chrono::nanoseconds time) {
-    return std::chrono::duration<double, std::milli>(floor<std::chrono::microseconds>(time)).count();
+double wholeMicroseconds(std::chrono::nanoseconds time) {
+    return millisecondsOf(floor<std::chrono::microseconds>(time));
 }
 
 // A client that is known by its thread alone has no name that another run could tell it by.
@@ -80,7 +81,7 @@ class Collector {
                 add(Of::Request, clientOf(mRecord, request.client), whatOf(mRecord, request), request.began);
             mFigures[static_cast<std::uint32_t>(i)] = mInto.figures.size() - 1;
             figure.line = request.line;
-            if (request.ended) figure.ms = millisecondsOf(*request.ended - request.began);
+            if (request.ended) figure.ms = wholeMicroseconds(*request.ended - request.began);
             bool const endedWell = request.ended && request.result.value_or(true) && outcomes[i].isClean();
             figure.failed = expected[i] ? expected[i]->state != Expectation::State::Held : !endedWell;
         }
@@ -98,7 +99,7 @@ class Collector {
                 auto const found = open.find(event.thread);
                 if (found == open.end()) continue;
                 Figure& figure = mInto.figures[found->second];
-                figure.ms = millisecondsOf(event.time - mBegan[found->second]);
+                figure.ms = wholeMicroseconds(event.time - mBegan[found->second]);
                 figure.failed = event.number.value_or(1) == 0;
                 open.erase(found);
             }
@@ -112,7 +113,7 @@ class Collector {
         for (Event const& event : mRecord.events) {
             if (auto const found = open.find(event.thread); found != open.end()) {
                 if (kTracing.contains(event.kind))
-                    mInto.figures[found->second].ms = millisecondsOf(event.time - mBegan[found->second]);
+                    mInto.figures[found->second].ms = wholeMicroseconds(event.time - mBegan[found->second]);
                 open.erase(found);
             }
             if (!kServices.contains(event.kind)) continue;
@@ -129,7 +130,7 @@ class Collector {
             Figure& figure = add(Of::Expectation, clientOf(mRecord, each.client),
                                  std::string(nameOf(each.step)), request ? request->began : mRecord.end);
             figure.line = each.line;
-            if (request && request->ended) figure.ms = millisecondsOf(*request->ended - request->began);
+            if (request && request->ended) figure.ms = wholeMicroseconds(*request->ended - request->began);
             figure.failed = each.state != Expectation::State::Held;
         }
     }
@@ -143,7 +144,7 @@ class Collector {
             for (Link const& link : chain.links) times[linkName(link)] += link.time();
             std::string const who = textOf(mInto.figures[request->second].subject);
             for (auto const& [what, time] : times)
-                add(Of::Link, who, what, chain.begin).ms = millisecondsOf(time);
+                add(Of::Link, who, what, chain.begin).ms = wholeMicroseconds(time);
         }
     }
 
@@ -167,7 +168,7 @@ class Collector {
         Figure& figure = mInto.figures.emplace_back();
         int const nth = ++mTimes[{of, who, what}];
         figure.subject = {of, std::move(who), std::move(what), nth};
-        figure.beganMs = millisecondsOf(began - mRecord.begin);
+        figure.beganMs = wholeMicroseconds(began - mRecord.begin);
         mBegan.push_back(began);
         return figure;
     }

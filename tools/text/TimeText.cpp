@@ -26,8 +26,12 @@ std::string timeText(nanoseconds time) {
     return fmt::format("{:.{}f} {}", count, count < 10 ? 2 : count < 100 ? 1 : 0, unit.name);
 }
 
+double millisecondsOf(nanoseconds time) {
+    return std::chrono::duration<double, std::milli>(time).count();
+}
+
 std::string millisecondsText(nanoseconds time) {
-    return fmt::format("{:.1f}", std::chrono::duration<double, std::milli>(time).count());
+    return fmt::format("{:.1f}", millisecondsOf(time));
 }
 
 std::string wallClockText(nanoseconds since1970) {

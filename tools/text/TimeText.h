@@ -20,6 +20,9 @@ double countOf(std::chrono::nanoseconds time, TimeUnit unit);
 // A time in the unit that suits it, to three digits: "48.1 ms".
 std::string timeText(std::chrono::nanoseconds time);
 
+// For files that programs read.
+double millisecondsOf(std::chrono::nanoseconds time);
+
 // The number of milliseconds, to a tenth: "48.1".
 std::string millisecondsText(std::chrono::nanoseconds time);
 

@@ -1,5 +1,8 @@
 #include "views/BlamePart.h"
 
+#include "text/JsonText.h"
+#include "text/TimeText.h"
+
 #include <fmt/format.h>
 
 #include <chrono>
@@ -7,23 +10,17 @@
 #include <utility>
 
 namespace zeqcam::tool {
-namespace {
-
-double milliseconds(std::chrono::nanoseconds time) {
-    return std::chrono::duration<double, std::milli>(time).count();
-}
-
-}  // namespace
+namespace {}  // namespace
 
 PagePart blamePart(Blame const& blame) {
     using nlohmann::ordered_json;
     constexpr double kPercent = 100;
     ordered_json rows = ordered_json::array();
     for (Blame::Row const& row : blame.rows()) {
-        double const all = milliseconds(blame.time());
-        rows.push_back({row.where, milliseconds(row.time),
-                        all > 0 ? kPercent * milliseconds(row.time) / all : 0, milliseconds(row.median),
-                        milliseconds(row.longest), row.requests});
+        double const all = millisecondsOf(blame.time());
+        rows.push_back({row.where, millisecondsOf(row.time),
+                        all > 0 ? kPercent * millisecondsOf(row.time) / all : 0, millisecondsOf(row.median),
+                        millisecondsOf(row.longest), row.requests});
     }
     ordered_json const table{
         {"title", "Where the time of requests went"},
@@ -38,7 +35,7 @@ PagePart blamePart(Blame const& blame) {
           {{"name", "longest of a request"}, {"unit", "ms"}},
           {{"name", "requests"}}}},
         {"rows", std::move(rows)}};
-    return {"blame", table.dump(-1, ' ', false, ordered_json::error_handler_t::replace)};
+    return {"blame", jsonText(table)};
 }
 
 }  // namespace zeqcam::tool

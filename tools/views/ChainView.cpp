@@ -118,27 +118,23 @@ class Tree {
     std::ostream& mOut;
 };
 
-double milliseconds(nanoseconds time) {
-    return std::chrono::duration<double, std::milli>(time).count();
-}
-
 ordered_json requestJson(Record const& record, std::uint32_t index) {
     Request const& request = record.requests[index];
     return {{"client", record.textOf(record.clients[request.client].name)},
             {"request", record.textOf(request.name)},
             {"sensors", sensorsOf(request)},
-            {"began_ms", milliseconds(request.began - record.begin)}};
+            {"began_ms", millisecondsOf(request.began - record.begin)}};
 }
 
 ordered_json linkJson(Record const& record, Link const& link) {
-    ordered_json json{{"at_ms", milliseconds(link.begin - record.begin)},
-                      {"ms", milliseconds(link.time())},
+    ordered_json json{{"at_ms", millisecondsOf(link.begin - record.begin)},
+                      {"ms", millisecondsOf(link.time())},
                       {"kind", kindOf(link)},
                       {"what", linkText(record, link)},
                       {"sensor", link.done.sensor ? ordered_json(*link.done.sensor) : ordered_json()}};
     if (link.other) json["kept_by"] = requestJson(record, *link.other);
     if (link.isRetry) json["retry"] = true;
-    if (link.withoutProcessor) json["without_processor_ms"] = milliseconds(*link.withoutProcessor);
+    if (link.withoutProcessor) json["without_processor_ms"] = millisecondsOf(*link.withoutProcessor);
     return json;
 }
 
@@ -151,21 +147,21 @@ void writeChain(Record const& record, std::vector<Chain> const& chains, Chain co
 
 ordered_json chainJson(Record const& record, Chain const& chain) {
     ordered_json json = requestJson(record, chain.request);
-    json["ms"] = milliseconds(chain.time());
+    json["ms"] = millisecondsOf(chain.time());
     json["ended"] = !chain.isOpen;
     json["line"] = chainLine(record, chain);
     json["slowest"] = chain.slowest ? ordered_json(*chain.slowest) : ordered_json();
     json["without_slowest_ms"] =
-        chain.slowest && !chain.isOpen ? ordered_json(milliseconds(chain.without.time)) : ordered_json();
+        chain.slowest && !chain.isOpen ? ordered_json(millisecondsOf(chain.without.time)) : ordered_json();
     json["links"] = ordered_json::array();
     for (Link const& link : chain.links) json["links"].push_back(linkJson(record, link));
     json["retries"] = ordered_json::array();
     for (Retry const& retry : chain.retries) {
         json["retries"].push_back(
             {{"sensor", retry.sensor},
-             {"failed_after_ms", milliseconds(retry.failedAfter)},
+             {"failed_after_ms", millisecondsOf(retry.failedAfter)},
              {"retry", retry.request ? requestJson(record, *retry.request) : ordered_json()},
-             {"retry_ms", retry.took ? ordered_json(milliseconds(*retry.took)) : ordered_json()}});
+             {"retry_ms", retry.took ? ordered_json(millisecondsOf(*retry.took)) : ordered_json()}});
     }
     return json;
 }

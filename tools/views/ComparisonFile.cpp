@@ -1,5 +1,7 @@
 #include "views/ComparisonReport.h"
 
+#include "text/JsonText.h"
+
 #include <nlohmann/json.hpp>
 
 #include <string>
@@ -11,7 +13,7 @@ using nlohmann::ordered_json;
 using Of = Subject::Of;
 
 // Grows when a program that reads it must change.
-constexpr int kForm = 1;
+constexpr int kComparisonForm = 1;
 
 ordered_json orNull(std::optional<double> number) {
     return number ? ordered_json(*number) : ordered_json();
@@ -71,7 +73,7 @@ ordered_json orderOf(Comparison const& comparison) {
 
 void writeComparisonFile(Compared const& compared, std::ostream& out) {
     Comparison const& comparison = compared.comparison;
-    ordered_json const result{{"form", kForm},
+    ordered_json const result{{"form", kComparisonForm},
                               {"before", sideOf(compared.nameBefore, compared.before)},
                               {"after", sideOf(compared.nameAfter, compared.after)},
                               {"confidence", kConfidence},
@@ -82,7 +84,7 @@ void writeComparisonFile(Compared const& compared, std::ostream& out) {
                               {"appeared", textsOf(comparison.appeared)},
                               {"gone", textsOf(comparison.gone)},
                               {"reordered", orderOf(comparison)}};
-    out << result.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
+    out << jsonText(result, 2) << '\n';
 }
 
 }  // namespace zeqcam::tool

@@ -2,8 +2,10 @@
 
 #include "analysis/Blame.h"
 #include "analysis/Chain.h"
+#include "text/JsonText.h"
 #include "text/Markup.h"
 #include "text/Printable.h"
+#include "text/TimeText.h"
 #include "views/BlamePart.h"
 #include "views/ChainText.h"
 #include "views/PageTimeline.h"
@@ -22,10 +24,6 @@ namespace zeqcam::tool {
 namespace {
 
 using nlohmann::ordered_json;
-
-std::string textOf(ordered_json const& json) {
-    return json.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
-}
 
 // JSON as it stands inside a script element: there a "<" could end the element or begin a comment. It stands
 // in texts alone, where an escape says the same.
@@ -52,8 +50,7 @@ ordered_json chainsIn(Record const& record, std::vector<Chain> const& all) {
     for (Chain const& chain : all) {
         ordered_json links = ordered_json::array();
         for (Link const& link : chain.links) {
-            links.push_back({{"what", linkText(record, link)},
-                             {"ms", std::chrono::duration<double, std::milli>(link.time()).count()}});
+            links.push_back({{"what", linkText(record, link)}, {"ms", millisecondsOf(link.time())}});
         }
         chains.push_back({{"text", chainLine(record, chain)}, {"links", std::move(links)}});
     }
@@ -77,9 +74,9 @@ void writePage(std::string_view title, std::vector<PagePart> const& parts, std::
     auto const [head, behindTitle] = cutAt(embedded::kPageHtml, "{{title}}");
     auto const [body, end] = cutAt(behindTitle, "{{data}}");
     out << head << escaped(printable(title)) << body;
-    writeForScript("{\"title\":" + textOf(title), out);
+    writeForScript("{\"title\":" + jsonText(std::string(title)), out);
     for (auto const& [name, json] : parts) {
-        writeForScript(",\n" + textOf(name) + ':', out);
+        writeForScript(",\n" + jsonText(std::string(name)) + ':', out);
         writeForScript(json, out);
     }
     out << '}' << end;
@@ -88,9 +85,9 @@ void writePage(std::string_view title, std::vector<PagePart> const& parts, std::
 std::vector<PagePart> pageParts(Record const& record, Presentation const& presentation) {
     auto const chains = chainsOf(record);
     std::vector<PagePart> parts{
-        {"result", textOf(resultOf(record, presentation.strictness))},
-        {"timeline", textOf(pageTimelineOf(record, presentation.selection))},
-        {"chains", textOf(chainsIn(record, chains))},
+        {"result", jsonText(resultOf(record, presentation.strictness))},
+        {"timeline", jsonText(pageTimelineOf(record, presentation.selection))},
+        {"chains", jsonText(chainsIn(record, chains))},
         blamePart(blameOf(record, chains)),
     };
     if (!presentation.sources.empty()) parts.push_back(scenarioPart(presentation.sources));
@@ -100,7 +97,7 @@ std::vector<PagePart> pageParts(Record const& record, Presentation const& presen
 PagePart scenarioPart(std::vector<Source> const& sources) {
     ordered_json files = ordered_json::array();
     for (auto const& [name, text] : sources) files.push_back({{"name", name}, {"text", text}});
-    return {"scenario", textOf(files)};
+    return {"scenario", jsonText(files)};
 }
 
 void writeHtml(Record const& record, Presentation const& presentation, std::ostream& out) {

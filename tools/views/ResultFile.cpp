@@ -5,6 +5,8 @@
 #include "analysis/SensorTimes.h"
 #include "analysis/Standings.h"
 #include "rules/Verdict.h"
+#include "text/JsonText.h"
+#include "text/TimeText.h"
 #include "views/RequestText.h"
 #include "views/StandingText.h"
 
@@ -27,11 +29,7 @@ using nlohmann::ordered_json;
 using std::chrono::microseconds;
 
 // Of the results' form: grows when a program that reads them must change.
-constexpr int kForm = 2;
-
-double milliseconds(std::chrono::nanoseconds time) {
-    return std::chrono::duration<double, std::milli>(time).count();
-}
+constexpr int kResultForm = 2;
 
 template <class Number>
 ordered_json orNull(OptionalNumber<Number> number) {
@@ -80,7 +78,7 @@ void addPlaces(Record const& record, ordered_json& requests) {
     }
 }
 
-ordered_json requestsOf(Record const& record) {
+ordered_json requestList(Record const& record) {
     auto const times = sensorTimes(record);
     auto const outcomes = outcomesOf(record);
     ordered_json requests = ordered_json::array();
@@ -98,10 +96,11 @@ ordered_json requestsOf(Record const& record) {
              {"failed_sensors", outcomes[i].failedSensors},
              {"refusals", servicesOf(record, outcomes[i])},
              {"exception_reports", reportsOf(record, outcomes[i])},
-             {"began_ms", milliseconds(request.began - record.requests.front().began)},
-             {"wall_ms", milliseconds(floor<microseconds>(wall))},
-             {"slowest_ms", called ? ordered_json(milliseconds(times[i].slowest)) : ordered_json()},
-             {"in_turn_ms", called ? ordered_json(milliseconds(times[i].oneAfterAnother)) : ordered_json()}});
+             {"began_ms", millisecondsOf(request.began - record.requests.front().began)},
+             {"wall_ms", millisecondsOf(floor<microseconds>(wall))},
+             {"slowest_ms", called ? ordered_json(millisecondsOf(times[i].slowest)) : ordered_json()},
+             {"in_turn_ms",
+              called ? ordered_json(millisecondsOf(times[i].oneAfterAnother)) : ordered_json()}});
     }
     addPlaces(record, requests);
     return requests;
@@ -130,7 +129,7 @@ ordered_json brokenRulesIn(Record const& record, Strictness const& strictness) {
              {"line", orNull(each.line)},
              {"client", each.client ? ordered_json(record.nameOfClient(*each.client)) : ordered_json()},
              {"sensors", each.sensors},
-             {"at_ms", milliseconds(each.time - record.begin)},
+             {"at_ms", millisecondsOf(each.time - record.begin)},
              {"reason", each.breach.text}});
         if (each.breach.events.empty()) continue;
         Place const place = record.events[each.breach.events.back()].place;
@@ -144,14 +143,14 @@ ordered_json callerFaultsOf(Record const& record) {
     for (CallerFault const& each : record.callerFaults) {
         faults.push_back(
             {{"sensor", each.sensor ? ordered_json(*each.sensor) : ordered_json()},
-             {"at_ms", each.time ? ordered_json(milliseconds(*each.time - record.begin)) : ordered_json()},
+             {"at_ms", each.time ? ordered_json(millisecondsOf(*each.time - record.begin)) : ordered_json()},
              {"fault", record.textOf(each.text)}});
     }
     return faults;
 }
 
 // What each controller that may drive the sensor counts it as; null: destroyed.
-ordered_json countedBy(Record const& record, int sensor) {
+ordered_json controllersOf(Record const& record, int sensor) {
     using End = Record::Controller::End;
     ordered_json counted = ordered_json::object();
     for (Record::Controller const& controller : record.controllers) {
@@ -170,7 +169,7 @@ ordered_json sensorsOf(Record const& record) {
         sensors.push_back({{"id", id},
                            {"name", record.textOf(name)},
                            {"powered", powered ? ordered_json(*powered) : ordered_json()},
-                           {"controllers", countedBy(record, id)}});
+                           {"controllers", controllersOf(record, id)}});
     }
     return sensors;
 }
@@ -213,7 +212,7 @@ std::map<std::string_view, ordered_json> waitsOf(Record const& record) {
             {"for", wordFor(each.in)},
             {"sensor", each.in == Standing::In::SensorCall ? ordered_json(each.sensor) : ordered_json()},
             {"holder", holder ? ordered_json(clientOf(*holder)) : ordered_json()},
-            {"for_ms", milliseconds(record.end - each.since)},
+            {"for_ms", millisecondsOf(record.end - each.since)},
             {"text", lines[i]}};
     }
     return waits;
@@ -227,7 +226,7 @@ ordered_json pendingOf(Record const& record) {
     for (auto const& [thread, all] : pendingIn(record, timelineOf(record))) {
         ordered_json in = ordered_json::array();
         for (auto const& [label, since] : all) {
-            in.push_back({{"label", label}, {"for_ms", milliseconds(record.end - since)}});
+            in.push_back({{"label", label}, {"for_ms", millisecondsOf(record.end - since)}});
         }
         auto const found = waits.find(thread);
         threads.push_back({{"thread", thread},
@@ -240,26 +239,24 @@ ordered_json pendingOf(Record const& record) {
 }  // namespace
 
 ordered_json resultOf(Record const& record, Strictness const& strictness) {
-    return {{"form", kForm},
+    return {{"form", kResultForm},
             {"file", record.files.front()},
             {"seed", record.seed ? ordered_json(*record.seed) : ordered_json()},
             {"verdict", nameOf(verdictOn(record, strictness))},
             {"cut_off", record.cutOff ? ordered_json(*record.cutOff) : ordered_json()},
             {"clock", nameOf(record.clock)},
-            {"duration_ms", milliseconds(record.end - record.begin)},
+            {"duration_ms", millisecondsOf(record.end - record.begin)},
             {"expectations", record.expectations.size()},
             {"unmet", unmetOf(record)},
             {"broken_rules", brokenRulesIn(record, strictness)},
             {"caller_faults", callerFaultsOf(record)},
-            {"requests", requestsOf(record)},
+            {"requests", requestList(record)},
             {"sensors", sensorsOf(record)},
             {"pending", pendingOf(record)}};
 }
 
 void writeResult(Record const& record, Presentation const& presentation, std::ostream& out) {
-    out << resultOf(record, presentation.strictness)
-               .dump(2, ' ', false, ordered_json::error_handler_t::replace)
-        << '\n';
+    out << jsonText(resultOf(record, presentation.strictness), 2) << '\n';
 }
 
 }  // namespace zeqcam::tool

@@ -1,6 +1,7 @@
 #include "views/SeriesFile.h"
 
 #include "series/Statistics.h"
+#include "text/JsonText.h"
 
 #include <nlohmann/json.hpp>
 
@@ -18,7 +19,7 @@ using nlohmann::ordered_json;
 using Of = Subject::Of;
 
 // Of the form: grows when a program that reads it must change.
-constexpr int kForm = 1;
+constexpr int kSeriesForm = 1;
 
 ordered_json seedsOf(Series const& series, std::vector<std::uint32_t> const& runs) {
     ordered_json seeds = ordered_json::array();
@@ -85,23 +86,19 @@ ordered_json failedRunsOf(Series const& series) {
     return all;
 }
 
-std::string textOf(ordered_json const& value) {
-    return value.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
-}
-
 // A line for each key, and for each object of a list: samples side by side.
 void write(ordered_json const& result, std::ostream& out) {
     char const* separator = "{\n";
     for (auto const& [key, value] : result.items()) {
-        out << separator << textOf(key) << ": ";
+        out << separator << jsonText(key) << ": ";
         separator = ",\n";
         bool const isOfObjects = value.is_array() && !value.empty() && value.front().is_object();
         if (!isOfObjects) {
-            out << textOf(value);
+            out << jsonText(value);
             continue;
         }
         for (std::size_t i = 0; i < value.size(); ++i)
-            out << (i == 0 ? "[\n  " : ",\n  ") << textOf(value[i]);
+            out << (i == 0 ? "[\n  " : ",\n  ") << jsonText(value[i]);
         out << "\n]";
     }
     out << "\n}\n";
@@ -110,7 +107,7 @@ void write(ordered_json const& result, std::ostream& out) {
 }  // namespace
 
 ordered_json resultOf(Series const& series) {
-    return {{"form", kForm},
+    return {{"form", kSeriesForm},
             {"file", series.file},
             {"clock", nameOf(series.clock)},
             {"runs", series.runs().size()},

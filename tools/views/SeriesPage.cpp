@@ -1,6 +1,7 @@
 #include "views/SeriesPage.h"
 
 #include "series/Statistics.h"
+#include "text/JsonText.h"
 
 #include <fmt/format.h>
 
@@ -22,16 +23,12 @@ using nlohmann::ordered_json;
 using Of = Subject::Of;
 using Measured = Series::Measured;
 
-std::string textOf(ordered_json const& json) {
-    return json.dump(-1, ' ', false, ordered_json::error_handler_t::replace);
-}
-
 std::string_view wordFor(Series::RunsBy runsBy) {
     return runsBy == Series::RunsBy::Seed ? "seed" : "cycle";
 }
 
 // "seeds 7 19 44 and 12 more".
-std::string runsText(Series const& series, std::vector<std::uint32_t> const& runs) {
+std::string namedRuns(Series const& series, std::vector<std::uint32_t> const& runs) {
     constexpr std::size_t kMost = 20;
     std::string text = std::string(wordFor(series.runsBy)) + (runs.size() == 1 ? "" : "s");
     for (std::size_t i = 0; i < std::min(kMost, runs.size()); ++i)
@@ -55,7 +52,7 @@ ordered_json findingsOf(std::vector<NamedSeries> const& sets) {
             findings.push_back({{"weight", "error"},
                                 {"what", fmt::format("{} of {}", failed.size(), set.series->runs().size())},
                                 {"text", fmt::format("{}{} ({})", prefixOf(set, sets.size()), why,
-                                                     runsText(*set.series, failed))}});
+                                                     namedRuns(*set.series, failed))}});
         }
     }
     return findings;
@@ -144,13 +141,13 @@ ordered_json distributionsOf(std::vector<NamedSeries> const& sets) {
     return all;
 }
 
-ordered_json failuresOf(std::vector<NamedSeries> const& sets) {
+ordered_json failureTable(std::vector<NamedSeries> const& sets) {
     ordered_json rows = ordered_json::array();
     for (NamedSeries const& set : sets) {
         for (Measured const& each : set.series->measured()) {
             if (each.failed.empty()) continue;
             rows.push_back({prefixOf(set, sets.size()) + textOf(each.subject), each.failed.size(), each.seen,
-                            runsText(*set.series, each.failed)});
+                            namedRuns(*set.series, each.failed)});
         }
     }
     return {{"title", "What failed"},
@@ -159,7 +156,7 @@ ordered_json failuresOf(std::vector<NamedSeries> const& sets) {
 }
 
 // The number that the whole text is; null: it is none.
-ordered_json numberOf(std::string const& text) {
+ordered_json jsonNumber(std::string const& text) {
     ordered_json number = ordered_json::parse(text, nullptr, false);
     return number.is_number() ? number : ordered_json();
 }
@@ -170,7 +167,7 @@ ordered_json axisValues(std::vector<NamedSeries> const& values) {
     ordered_json names = ordered_json::array();
     for (NamedSeries const& value : values) {
         names.push_back(value.name);
-        numbers.push_back(numberOf(value.name));
+        numbers.push_back(jsonNumber(value.name));
     }
     bool const areNumbers = std::none_of(numbers.begin(), numbers.end(),
                                          [](ordered_json const& number) { return number.is_null(); });
@@ -180,13 +177,13 @@ ordered_json axisValues(std::vector<NamedSeries> const& values) {
 }  // namespace
 
 std::vector<PagePart> pageParts(std::vector<NamedSeries> const& sets) {
-    std::vector<PagePart> parts{{"facts", textOf(factsOf(sets))},
-                                {"verdict", textOf(verdictOf(sets))},
-                                {"findings", textOf(findingsOf(sets))},
-                                {"distributions", textOf(distributionsOf(sets))}};
-    ordered_json failures = failuresOf(sets);
+    std::vector<PagePart> parts{{"facts", jsonText(factsOf(sets))},
+                                {"verdict", jsonText(verdictOf(sets))},
+                                {"findings", jsonText(findingsOf(sets))},
+                                {"distributions", jsonText(distributionsOf(sets))}};
+    ordered_json failures = failureTable(sets);
     if (!failures["rows"].empty())
-        parts.push_back({"tables", textOf(ordered_json::array({std::move(failures)}))});
+        parts.push_back({"tables", jsonText(ordered_json::array({std::move(failures)}))});
     return parts;
 }
 
@@ -207,7 +204,7 @@ PagePart plotsPart(std::string const& what, std::vector<NamedSeries> const& valu
                             {"note", "The median of the runs, and from 10 % to 90 % of them."},
                             {"x", {{"name", what}, {"values", axisValues(values)}}},
                             {"series", std::move(series)}};
-    return {"plots", textOf(ordered_json::array({plot}))};
+    return {"plots", jsonText(ordered_json::array({plot}))};
 }
 
 void writeSeriesHtml(Series const& series, Presentation const& presentation, std::ostream& out) {

@@ -19,7 +19,7 @@ namespace {
 using Of = Subject::Of;
 
 constexpr std::size_t kSpreadCells = 10;
-constexpr std::string_view kUnknown = "-";
+constexpr std::string_view kNotKnown = "-";
 
 std::string ms(double number) {
     return fmt::format("{:.1f}", number);
@@ -59,14 +59,14 @@ void addTimes(Series const& series, Series::Measured const& measured, Columns co
     bool const isVaried = varies(sorted);
     Spread const spread = sorted.empty() ? Spread() : spreadOf(sorted);
     for (double const each : {spread.median, spread.p90, spread.p99, spread.longest})
-        cells.push_back(sorted.empty() ? std::string(kUnknown) : ms(each));
+        cells.push_back(sorted.empty() ? std::string(kNotKnown) : ms(each));
     if (columns.longestRun)
         cells.push_back(isVaried ? std::to_string(series.runs()[longestOf(measured)->run])
-                                 : std::string(kUnknown));
+                                 : std::string(kNotKnown));
     if (!columns.spread) return;
     cells.push_back(
         isVaried ? sparkline(histogramOf(sorted, sorted.front(), sorted.back(), kSpreadCells).counts, glyphs)
-                 : std::string(kUnknown));
+                 : std::string(kNotKnown));
 }
 
 Table tableOf(Series const& series, std::vector<Series::Measured const*> const& all, std::string who,
@@ -85,11 +85,11 @@ Table tableOf(Series const& series, std::vector<Series::Measured const*> const& 
     for (Series::Measured const* each : all) {
         Subject const& subject = each->subject;
         std::vector<std::string> cells;
-        if (shown.who) cells.push_back(subject.who.empty() ? std::string(kUnknown) : printable(subject.who));
+        if (shown.who) cells.push_back(subject.who.empty() ? std::string(kNotKnown) : printable(subject.who));
         cells.push_back(printable(subject.what) + (subject.nth > 1 ? fmt::format(" ({})", subject.nth) : ""));
         addTimes(series, *each, shown, glyphs, cells);
         if (shown.failed)
-            cells.push_back(each->failed.empty() ? std::string(kUnknown)
+            cells.push_back(each->failed.empty() ? std::string(kNotKnown)
                                                  : std::to_string(each->failed.size()));
         table.add(std::move(cells), subject.of == Of::Request && !each->failed.empty());
     }

@@ -9,7 +9,7 @@
 namespace zeqcam::tool {
 namespace {
 
-std::string_view clientOf(Record const& record, std::uint32_t request) {
+std::string_view whose(Record const& record, std::uint32_t request) {
     return record.nameOfClient(record.requests[request].client);
 }
 
@@ -50,13 +50,13 @@ std::string doing(Record const& record, std::vector<Standing> const& standings, 
             bool const isItself = holder == request.client;
             return fmt::format("waits for the power-on lock, held since {} by {}{}",
                                timeText(standing.lock->since - record.begin),
-                               isItself ? "itself" : clientOf(record, standing.lock->request),
+                               isItself ? "itself" : whose(record, standing.lock->request),
                                isItself ? "" : holderDoes(record, standings, holder));
         }
         case Standing::In::ControllerWait: {
             std::uint32_t const holder = *standing.busyWith;
             return fmt::format("waits for its controller, kept by the {} of {}{}",
-                               record.textOf(record.requests[holder].name), clientOf(record, holder),
+                               record.textOf(record.requests[holder].name), whose(record, holder),
                                holderDoes(record, standings, record.requests[holder].client));
         }
         case Standing::In::Sleep:
@@ -73,7 +73,7 @@ std::vector<std::string> standingLines(Record const& record, std::vector<Standin
     std::vector<std::string> lines;
     lines.reserve(standings.size());
     for (Standing const& standing : standings) {
-        lines.push_back(fmt::format("{} {}, for {}", clientOf(record, standing.request),
+        lines.push_back(fmt::format("{} {}, for {}", whose(record, standing.request),
                                     doing(record, standings, standing),
                                     timeText(record.end - standing.since)));
     }

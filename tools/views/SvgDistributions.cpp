@@ -4,6 +4,7 @@
 #include "text/Markup.h"
 #include "text/Printable.h"
 #include "text/TextWidth.h"
+#include "text/TimeText.h"
 #include "views/Axis.h"
 #include "views/SvgSheet.h"
 
@@ -109,10 +110,9 @@ void addBars(Canvas& canvas, RowScale const& scale, std::vector<double> const& s
                 R"(class="powered")");
 }
 
-class Picture {
+class Rows {
   public:
-    explicit Picture(DistributionPicture const& picture)
-        : mPicture(picture), mHasTwo(!picture.below.empty()) {}
+    explicit Rows(DistributionPicture const& picture) : mPicture(picture), mHasTwo(!picture.below.empty()) {}
 
     std::string text() {
         std::size_t shown = 0;
@@ -147,7 +147,7 @@ class Picture {
         double const base = mY + kTitleHeight + kBarHeight;
         double const foot = base + (mHasTwo ? kBarHeight : 0);
         for (Tick const& tick : scale.ticks()) {
-            double const ms = std::chrono::duration<double, std::milli>(tick.time.time_since_epoch()).count();
+            double const ms = millisecondsOf(tick.time.time_since_epoch());
             double const x = scale.xOf(ms);
             bool const fits = x + widthOf(tick.label, kNameCharacter) / 2 <= kRight;
             mShapes.line(x, mY + kTitleHeight, x, foot, R"(class="grid")");
@@ -204,7 +204,7 @@ class Picture {
 }  // namespace
 
 void writeDistributions(DistributionPicture const& picture, std::ostream& out) {
-    out << Picture(picture).text();
+    out << Rows(picture).text();
 }
 
 }  // namespace zeqcam::tool

@@ -78,7 +78,7 @@ constexpr std::array kLegend{
 };
 
 // No picture is larger unless it is asked for in full.
-constexpr double kMostHeight = 4000;
+constexpr double kMostTimelineHeight = 4000;
 constexpr std::size_t kMostBytes = 2'000'000;
 
 struct Shown {
@@ -88,9 +88,9 @@ struct Shown {
     std::string_view title;
 };
 
-class Picture {
+class TimelinePicture {
   public:
-    Picture(Shown const& shown, Detail detail)
+    TimelinePicture(Shown const& shown, Detail detail)
         : mRecord(shown.record),
           mTimeline(shown.timeline),
           mLanes(shown.lanes),
@@ -330,16 +330,16 @@ void writeSvg(Record const& record, Presentation const& presentation, std::ostre
     Shown const shown{record, timelineOf(record, presentation.selection),
                       sensorLanesOf(record, presentation.selection), presentation.title};
     if (presentation.full) {
-        out << Picture(shown, {.height = std::numeric_limits<double>::infinity()}).text();
+        out << TimelinePicture(shown, {.height = std::numeric_limits<double>::infinity()}).text();
         return;
     }
     // The rows first give up what they hold, and then some of them go.
     Detail detail;
-    while (detail.lanes > 1 && Picture(shown, detail).height() > kMostHeight) --detail.lanes;
-    std::string text = Picture(shown, detail).text();
+    while (detail.lanes > 1 && TimelinePicture(shown, detail).height() > kMostTimelineHeight) --detail.lanes;
+    std::string text = TimelinePicture(shown, detail).text();
     while (text.size() > kMostBytes) {
         detail.gathers *= 2;
-        text = Picture(shown, detail).text();
+        text = TimelinePicture(shown, detail).text();
     }
     out << text;
 }

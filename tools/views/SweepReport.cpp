@@ -1,6 +1,7 @@
 #include "views/SweepReport.h"
 
 #include "series/Statistics.h"
+#include "text/JsonText.h"
 #include "text/Printable.h"
 #include "views/Table.h"
 
@@ -18,7 +19,7 @@ namespace {
 
 using nlohmann::ordered_json;
 
-constexpr double kTold = 0.05;  // milliseconds, which are told as 0.1
+constexpr double kToldMs = 0.05;  // milliseconds, which are told as 0.1
 
 std::string barOf(double time, double longest, int cells, Glyphs glyphs) {
     auto const count = longest <= 0 ? 0 : static_cast<int>(std::lround(time / longest * cells));
@@ -80,8 +81,8 @@ void writeSweepReport(Sweep const& sweep, Presentation const& presentation, std:
     std::string same;
     for (SweptRequest const& request : sweptRequestsOf(sweep)) {
         std::string const name = printable(textOf(request.subject));
-        if (request.change() < kTold) {
-            if (request.most >= kTold)
+        if (request.change() < kToldMs) {
+            if (request.most >= kToldMs)
                 same += fmt::format("{}{} {:.1f}", same.empty() ? "" : ", ", name, request.most);
             continue;
         }
@@ -119,7 +120,7 @@ void writeSweepFile(Sweep const& sweep, std::ostream& out) {
             one["requests"].push_back(requestJson(point.series, *each));
         json["points"].push_back(std::move(one));
     }
-    out << json.dump(2, ' ', false, ordered_json::error_handler_t::replace) << '\n';
+    out << jsonText(json, 2) << '\n';
 }
 
 }  // namespace zeqcam::tool

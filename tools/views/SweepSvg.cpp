@@ -14,12 +14,12 @@
 namespace zeqcam::tool {
 namespace {
 
-constexpr double kWidth = 1000;
+constexpr double kPlotWidth = 1000;
 constexpr double kHeight = 420;
-constexpr double kLeft = 64;
-constexpr double kTop = 44;
-constexpr double kBottom = 360;
-constexpr double kRight = 680;  // where the names begin
+constexpr double kPlotLeft = 64;
+constexpr double kPlotTop = 44;
+constexpr double kPlotBottom = 360;
+constexpr double kPlotRight = 680;  // where the names begin
 constexpr std::size_t kMostLines = 8;
 
 // A number of milliseconds that ends an axis, at least this one.
@@ -41,21 +41,21 @@ class Plot {
         for (int i = 0; i <= kLines; ++i) {
             double const ms = mMost * i / kLines;
             mText += fmt::format(
-                "<line class=\"grid\" x1=\"{:.1f}\" x2=\"{:.1f}\" y1=\"{:.1f}\" y2=\"{:.1f}\"/>\n", kLeft,
-                kRight, yOf(ms), yOf(ms));
-            text(kLeft - 8, yOf(ms) + 4, "end", fmt::format("{:g}", ms));
+                "<line class=\"grid\" x1=\"{:.1f}\" x2=\"{:.1f}\" y1=\"{:.1f}\" y2=\"{:.1f}\"/>\n", kPlotLeft,
+                kPlotRight, yOf(ms), yOf(ms));
+            text(kPlotLeft - 8, yOf(ms) + 4, "end", fmt::format("{:g}", ms));
         }
         std::size_t const every = (mSweep.points.size() + kMostNames - 1) / kMostNames;
         for (std::size_t i = 0; i < mSweep.points.size(); i += every) {
             std::string values;
             for (std::string const& value : mSweep.points[i].values)
                 values += (values.empty() ? "" : " ") + value;
-            text(xOf(i), kBottom + 20, "middle", values);
+            text(xOf(i), kPlotBottom + 20, "middle", values);
         }
         std::string paths;
         for (SweepAxis const& axis : mSweep.axes) paths += (paths.empty() ? "" : ", ") + axis.path;
-        text((kLeft + kRight) / 2, kBottom + 44, "middle", paths);
-        text(kLeft - 8, kTop - 12, "end", "ms");
+        text((kPlotLeft + kPlotRight) / 2, kPlotBottom + 44, "middle", paths);
+        text(kPlotLeft - 8, kPlotTop - 12, "end", "ms");
     }
 
     // From the shortest to the longest run a band, and the medians as a line.
@@ -78,10 +78,10 @@ class Plot {
         }
         mText += fmt::format("<polygon class=\"band l{}\" points=\"{}{}\"/>\n", number, above, below);
         mText += fmt::format("<polyline class=\"l{}\" points=\"{}\"/>\n", number, medians);
-        double const y = kTop + 8 + 22 * static_cast<double>(number);
+        double const y = kPlotTop + 8 + 22 * static_cast<double>(number);
         mText += fmt::format("<circle class=\"l{}\" cx=\"{:.1f}\" cy=\"{:.1f}\" r=\"4\"/>\n", number,
-                             kRight + 20, y - 4);
-        text(kRight + 30, y, "start", fmt::format("{}, last {:.1f}", textOf(request.subject), last));
+                             kPlotRight + 20, y - 4);
+        text(kPlotRight + 30, y, "start", fmt::format("{}, last {:.1f}", textOf(request.subject), last));
     }
 
     void text(double x, double y, char const* anchor, std::string const& what) {
@@ -97,9 +97,9 @@ class Plot {
                                  ? 0.5
                                  : static_cast<double>(point) / static_cast<double>(mSweep.points.size() - 1);
         constexpr double kInset = 20;
-        return kLeft + kInset + share * (kRight - kLeft - 2 * kInset);
+        return kPlotLeft + kInset + share * (kPlotRight - kPlotLeft - 2 * kInset);
     }
-    [[nodiscard]] double yOf(double ms) const { return kBottom - ms / mMost * (kBottom - kTop); }
+    [[nodiscard]] double yOf(double ms) const { return kPlotBottom - ms / mMost * (kPlotBottom - kPlotTop); }
 
     Sweep const& mSweep;
     double const mMost;
@@ -120,13 +120,13 @@ void writeSweepSvg(Sweep const& sweep, Presentation const& presentation, std::os
     plot.axes();
     for (std::size_t i = 0; i < requests.size(); ++i) plot.line(requests[i], i);
     if (left > 0)
-        plot.text(kRight + 30, kTop + 8 + 22 * static_cast<double>(kMostLines), "start",
+        plot.text(kPlotRight + 30, kPlotTop + 8 + 22 * static_cast<double>(kMostLines), "start",
                   fmt::format("and {} that change less", left));
     out << fmt::format(
         "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"{0}\" height=\"{1}\" viewBox=\"0 0 {0} "
         "{1}\" role=\"img\">\n<style>\n{2}</style>\n<rect class=\"paper\" width=\"{0}\" "
         "height=\"{1}\"/>\n{3}</svg>\n",
-        kWidth, kHeight, embedded::kSweepCss, plot.str());
+        kPlotWidth, kHeight, embedded::kSweepCss, plot.str());
 }
 
 }  // namespace zeqcam::tool

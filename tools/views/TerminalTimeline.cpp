@@ -62,9 +62,9 @@ std::string_view colourOf(SectionKind kind) {
     return kPlain;
 }
 
-class Picture {
+class TimelineText {
   public:
-    Picture(Record const& record, Timeline const& timeline, Presentation const& presentation)
+    TimelineText(Record const& record, Timeline const& timeline, Presentation const& presentation)
         : mRecord(record),
           mTimeline(timeline),
           mLanes(sensorLanesOf(record, presentation.selection)),
@@ -375,7 +375,7 @@ void writeTerminalTimeline(Record const& record, Presentation const& presentatio
     bool const empty = std::all_of(timeline.rows.begin(), timeline.rows.end(),
                                    [](Row const& row) { return row.sections.empty(); });
     if (empty || presentation.columns < 2) return;
-    out << Picture(record, timeline, presentation).text();
+    out << TimelineText(record, timeline, presentation).text();
 }
 
 }  // namespace zeqcam::tool

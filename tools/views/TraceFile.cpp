@@ -3,6 +3,7 @@
 #include "analysis/Causes.h"
 #include "analysis/Selection.h"
 #include "analysis/SensorNames.h"
+#include "text/JsonText.h"
 #include "text/TimeText.h"
 #include "views/RequestText.h"
 
@@ -66,10 +67,7 @@ class Events {
 
   private:
     // Each at once: together they take many times as much as the record.
-    void write(json const& event) {
-        mOut << std::exchange(mSeparator, ",\n")
-             << event.dump(-1, ' ', false, json::error_handler_t::replace);
-    }
+    void write(json const& event) { mOut << std::exchange(mSeparator, ",\n") << jsonText(event); }
 
     void writeMetadata(char const* what, int thread, json values) {
         write({{"ph", "M"}, {"name", what}, {"pid", mProcess}, {"tid", thread}, {"args", std::move(values)}});
