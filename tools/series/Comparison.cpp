@@ -1,5 +1,7 @@
 #include "series/Comparison.h"
 
+#include "series/Reordering.h"
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -32,13 +34,9 @@ Difference differenceOf(Subject const& subject, Measured const* before, Measured
 }
 
 // What the request waited for there, in its median run: a run that did not wait for it waited no time.
-double medianOfLink(Series const& series, Measured const* link, std::string const& request) {
+double medianOfLink(Measured const* link, Measured const& request) {
     if (link == nullptr) return 0;
-    std::size_t runs = link->samples.size();
-    for (Measured const& each : series.measured()) {
-        if (each.subject.of == Of::Request && textOf(each.subject) == request)
-            runs = std::max(runs, each.seen);
-    }
+    std::size_t const runs = std::max(link->samples.size(), request.seen);
     std::vector<double> times = sortedTimes(*link);
     times.insert(times.begin(), runs - times.size(), 0.0);
     return medianOf(times);
@@ -96,8 +94,8 @@ class Comparing {
             std::string const request = textOf(difference.subject);
             for (std::string const& link : links[request]) {
                 Subject const subject{.of = Of::Link, .who = request, .what = link};
-                double const ms = medianOfLink(mAfter, mAfter.find(subject), request) -
-                                  medianOfLink(mBefore, mBefore.find(subject), request);
+                double const ms = medianOfLink(mAfter.find(subject), *difference.after) -
+                                  medianOfLink(mBefore.find(subject), *difference.before);
                 bool const isSameWay = ms * *change > 0;
                 if (isSameWay && (!difference.cause || std::abs(ms) > std::abs(difference.cause->ms)))
                     difference.cause = {link, ms};
@@ -114,50 +112,18 @@ class Comparing {
         return {quantileOf(begins, kLeftOut), quantileOf(begins, 1 - kLeftOut)};
     }
 
-    // The fewest requests that must have moved for the order to be the one after, each beside the next that
-    // it stands on the other side of.
     void addOrder() {
-        struct Place {
-            Subject subject;
-            Interval before;
-            Interval after;
-        };
-        std::vector<Place> places;
+        std::vector<Subject> subjects;
+        std::vector<Begins> begins;
         for (Measured const* before : measuredOf(mBefore, Of::Request)) {
             Measured const* const after = mAfter.find(before->subject);
             if (after == nullptr || after->samples.empty() || before->samples.empty()) continue;
-            places.push_back({before->subject, beginOf(*before), beginOf(*after)});
+            subjects.push_back(before->subject);
+            begins.push_back({beginOf(*before), beginOf(*after)});
         }
-        auto const hasSwapped = [](Place const& first, Place const& second) {
-            return first.before.high < second.before.low && second.after.high < first.after.low;
-        };
-        std::set<std::size_t> moved;
-        for (;;) {
-            // That with the most others on its other side has moved; then the rest is looked at anew.
-            std::size_t most = 0;
-            std::size_t worst = 0;
-            std::size_t beside = 0;
-            for (std::size_t i = 0; i < places.size(); ++i) {
-                if (moved.contains(i)) continue;
-                std::size_t swaps = 0;
-                std::size_t passed = i;
-                for (std::size_t j = 0; j < places.size(); ++j) {
-                    if (j == i || moved.contains(j)) continue;
-                    bool const isSwapped =
-                        j < i ? hasSwapped(places[j], places[i]) : hasSwapped(places[i], places[j]);
-                    if (!isSwapped) continue;
-                    ++swaps;
-                    if (passed == i || j > i) passed = j;  // the farthest that it has passed
-                }
-                if (swaps <= most) continue;
-                most = swaps;
-                worst = i;
-                beside = passed;
-            }
-            if (most == 0) return;
-            moved.insert(worst);
-            mComparison.reordered.push_back({places[worst].subject, places[beside].subject,
-                                             places[worst].after.low < places[beside].after.low});
+        for (Move const& move : movesOf(begins)) {
+            mComparison.reordered.push_back({subjects[move.which], subjects[move.beside],
+                                             begins[move.which].after.low < begins[move.beside].after.low});
         }
     }
 
