@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <map>
 #include <nlohmann/json.hpp>
+#include <sstream>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -107,6 +108,23 @@ TEST(SeriesPage, PlotsMediansOverAValueByItsNumberWhereItIsOne) {
         EXPECT_EQ(plot.at("series")[0].at("y"), medians);
         EXPECT_EQ(plot.at("series")[0].at("low").size(), axis.size());
     }
+}
+
+TEST(SeriesPage, TellsWhereTheTimeWentWhereLinksAreKnown) {
+    Series series = seriesOf({48, 49});
+    auto const page = [&] {
+        std::ostringstream text;
+        writeSeriesHtml(series, {}, text);
+        return text.str();
+    };
+    EXPECT_THAT(page(), testing::Not(HasSubstr("\"blame\":")));
+    series.add(
+        {.run = 3,
+         .why = {},
+         .figures = {{.subject = {.of = Of::Link, .who = "app: power on", .what = "sensor power-on main"},
+                      .line = {},
+                      .ms = 47}}});
+    EXPECT_THAT(page(), HasSubstr("\"rows\":[[\"sensor power-on main\",47.0,100.0,0.0,47.0,1]]"));
 }
 
 }  // namespace

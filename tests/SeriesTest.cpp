@@ -1,10 +1,14 @@
 // What is kept of many runs: what a run's figures are, and how they come together.
 #include "Happened.h"
+#include "analysis/Chain.h"
 #include "series/Series.h"
+#include "series/SeriesBlame.h"
+#include "text/TimeText.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <utility>
@@ -155,6 +159,44 @@ TEST(Series, OfSeveralIsAsIfTheirRunsHadBeenOne) {
                 ElementsAre("on 4: 7=48 8=50 7=48 8=50", "off 4: 7=12 7=12 !8 !8", "status 3: 8=0 9=3 8=0"));
     EXPECT_THAT(both.runs(), ElementsAre(7, 8, 9, 7, 8));
     EXPECT_EQ(both.failedRuns().back().run, 4U);
+}
+
+Figure waited(std::string const& request, std::string const& link, double ms) {
+    return {.subject = {.of = Of::Link, .who = request, .what = link}, .line = {}, .ms = ms};
+}
+
+// "main 48.0, of a run 24.0, longest 30.0, of 2": each row of the table.
+std::vector<std::string> linesOf(Blame const& blame) {
+    std::vector<std::string> lines;
+    for (Blame::Row const& row : blame.rows())
+        lines.push_back(row.where + ' ' + millisecondsText(row.time) + ", of a run " +
+                        millisecondsText(row.median) + ", longest " + millisecondsText(row.longest) +
+                        ", of " + std::to_string(row.requests));
+    return lines;
+}
+
+TEST(SeriesBlame, SumsUpWhatRequestsWaitedForRunByRun) {
+    Series series;
+    series.add({.run = 1, .why = {}, .figures = {waited("on", "main", 30), waited("off", "main", 10)}});
+    series.add({.run = 2, .why = {}, .figures = {waited("off", "queue", 4), waited("on", "main", 31)}});
+    series.add({.run = 3, .why = {}, .figures = {took("on", {}, 0, true)}});
+    series.add({.run = 4, .why = {}, .figures = {waited("on", "main", 20.5), waited("on", "queue", 8)}});
+    Blame const blame = blameOf(series);
+    EXPECT_THAT(linesOf(blame), ElementsAre("main 91.5, of a run 25.8, longest 31.0, of 4",
+                                            "queue 12.0, of a run 2.0, longest 8.0, of 2"));
+    EXPECT_EQ(blame.records(), 4U);
+    EXPECT_EQ(blame.requests(), 5U);
+    EXPECT_EQ(millisecondsText(blame.time()), "103.5");
+}
+
+// A record's links, by way of figures, come to what its chains do.
+TEST(SeriesBlame, OfOneRunHasAllTheTimeOfItsRequests) {
+    Record const record = namedRecord(aRun());
+    Series series;
+    series.add(figuresOf(record, {}, 7));
+    std::chrono::nanoseconds all{};
+    for (Chain const& chain : chainsOf(record)) all += chain.time();
+    EXPECT_EQ(blameOf(series).time(), all);
 }
 
 }  // namespace

@@ -36,38 +36,46 @@ std::string whereOf(Record const& record, Chain const& chain, Link const& link) 
     return "?";
 }
 
-struct Spent {
-    nanoseconds time{};
-    std::string_view kind;
-};
-
 }  // namespace
 
+std::vector<Spent> spentOf(Record const& record, Chain const& chain) {
+    std::vector<Spent> all;
+    auto const spend = [&](std::string const& where, nanoseconds time, std::string_view kind) {
+        if (time == nanoseconds(0)) return;
+        auto found =
+            std::find_if(all.begin(), all.end(), [&](Spent const& each) { return each.where == where; });
+        if (found == all.end()) found = all.insert(all.end(), {where, std::string(kind), {}});
+        found->time += time;
+    };
+    for (Link const& link : chain.links) {
+        auto const without = link.withoutProcessor.value_or(nanoseconds(0));
+        spend(whereOf(record, chain, link), link.time() - without, kindOf(link));
+        spend("waiting for a processor", without, "processor");
+    }
+    return all;
+}
+
 void Blame::add(Record const& record, std::vector<Chain const*> const& chains) {
+    std::vector<std::vector<Spent>> requests;
+    requests.reserve(chains.size());
+    for (Chain const* const chain : chains) requests.push_back(spentOf(record, *chain));
+    add(requests);
+}
+
+void Blame::add(std::vector<std::vector<Spent>> const& requests) {
     ++mRecords;
+    mRequests += requests.size();
     std::map<std::string, nanoseconds> inRecord;
-    for (Chain const* const chain : chains) {
-        ++mRequests;
-        mTime += chain->time();
-        std::map<std::string, Spent> spent;
-        for (Link const& link : chain->links) {
-            auto const without = link.withoutProcessor.value_or(nanoseconds(0));
-            auto const spend = [&](std::string const& where, nanoseconds time, std::string_view kind) {
-                if (time == nanoseconds(0)) return;
-                spent[where].time += time;
-                spent[where].kind = kind;
-            };
-            spend(whereOf(record, *chain, link), link.time() - without, kindOf(link));
-            spend("waiting for a processor", without, "processor");
-        }
-        for (auto const& [where, each] : spent) {
-            Row& row = mSums[where].row;
-            row.where = where;
+    for (std::vector<Spent> const& spent : requests) {
+        for (Spent const& each : spent) {
+            Row& row = mSums[each.where].row;
+            row.where = each.where;
             row.kind = each.kind;
             row.time += each.time;
             row.longest = std::max(row.longest, each.time);
             ++row.requests;
-            inRecord[where] += each.time;
+            inRecord[each.where] += each.time;
+            mTime += each.time;
         }
     }
     for (auto const& [where, time] : inRecord) mSums[where].times.push_back(time);

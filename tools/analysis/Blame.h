@@ -11,6 +11,16 @@
 
 namespace zeqcam::tool {
 
+// A part of a request's time, by what it went to: one link of its chain, or several that are the same.
+struct Spent {
+    std::string where;  // "main's power-on"
+    std::string kind;   // "sensor power-on"
+    std::chrono::nanoseconds time{};
+};
+
+// All of the chain's time, by when each first took some.
+std::vector<Spent> spentOf(Record const& record, Chain const& chain);
+
 // Where the time of requests went, over a record or a set of them: to sensors, services, queues and waits,
 // as the links of the requests' chains tell. Only what a request waited for counts.
 class Blame {
@@ -26,6 +36,8 @@ class Blame {
 
     // The chains are some of the record's.
     void add(Record const& record, std::vector<Chain const*> const& chains);
+    // The requests of one record.
+    void add(std::vector<std::vector<Spent>> const& requests);
 
     // What took the most time first.
     [[nodiscard]] std::vector<Row> rows() const;

@@ -1,7 +1,9 @@
 #include "views/SeriesPage.h"
 
+#include "series/SeriesBlame.h"
 #include "series/Statistics.h"
 #include "text/JsonText.h"
+#include "views/BlamePart.h"
 
 #include <fmt/format.h>
 
@@ -209,6 +211,7 @@ PagePart plotsPart(std::string const& what, std::vector<NamedSeries> const& valu
 
 void writeSeriesHtml(Series const& series, Presentation const& presentation, std::ostream& out) {
     std::vector<PagePart> parts = pageParts(std::vector<NamedSeries>{{"", &series}});
+    if (Blame const blame = blameOf(series); blame.requests() > 0) parts.push_back(blamePart(blame));
     if (!presentation.sources.empty()) parts.push_back(scenarioPart(presentation.sources));
     writePage(presentation.title, parts, out);
 }
