@@ -15,6 +15,7 @@
 // `zeqcam-power read`, as a user starts it.
 namespace {
 
+using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
 
@@ -87,6 +88,7 @@ TEST_F(ReadCommand, TellsAFaultAndWhatItDoesNotKnow) {
                 HasSubstr("sensors of a power-off: unknown; needs a trace of the category \"camera\""));
     EXPECT_THAT(output.text, HasSubstr("sections-nest, work-inside"));
     EXPECT_THAT(output.text, Not(HasSubstr("expectations held")));
+    EXPECT_THAT(output.text, AllOf(HasSubstr("\n\nWhat the evidence tells"), Not(HasSubstr("\n\n\n"))));
 }
 
 TEST_F(ReadCommand, PrintsJsonWithNullForWhatIsUnknownAndPlaces) {

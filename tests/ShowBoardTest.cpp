@@ -42,4 +42,13 @@ TEST(ShowBoard, WritesWhatTheBoardRecordedAndLeavesItThere) {
     EXPECT_THROW(zeqcam::views::showBoard(board, folder.path("nowhere/a")), std::runtime_error);
 }
 
+TEST(ShowBoard, TellsTheMainThreadFromASensorOfThatName) {
+    Board board({.sensors = {{0, {.name = "main"}}}});
+    board.journal().add({.kind = Kind::TraceBegin, .text = "3A notifyPowerOn"});
+    board.journal().add({.kind = Kind::TraceEnd});
+    Folder const folder;
+    zeqcam::views::showBoard(board, folder.path("both"));
+    EXPECT_THAT(folder.text("both.txt"), AllOf(HasSubstr("\nmain thread "), HasSubstr("\nmain  ")));
+}
+
 }  // namespace

@@ -41,7 +41,7 @@ std::optional<Role> roleShownBy(Record const& record, Event const& event) {
 Role otherRole(Record const& record, Record::Thread const& thread) {
     if (!thread.id) return {Role::Is::Other, 0, "a thread"};
     bool const isMain = record.process == *thread.id;
-    return {Role::Is::Other, 0, isMain ? "main" : "thread " + std::to_string(*thread.id)};
+    return {Role::Is::Other, 0, isMain ? "main thread" : "thread " + std::to_string(*thread.id)};
 }
 
 }  // namespace zeqcam::tool

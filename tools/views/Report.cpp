@@ -179,11 +179,12 @@ void writeReport(Record const& record, Presentation const& presentation, std::os
             << ink.bold("Requests, times in milliseconds") << '\n'
             << requestsOf(record).text(ink, presentation.columns);
     }
-    out << '\n'
-        << ink.bold("Sensors at the end") << '\n'
-        << statesOf(record).text(ink, presentation.columns) << '\n'
-        << failuresOf(record, ink) << brokenRulesText(record, presentation.strictness, ink)
-        << expectationsOf(record, ink);
+    out << '\n' << ink.bold("Sensors at the end") << '\n' << statesOf(record).text(ink, presentation.columns);
+    std::string judged = failuresOf(record, ink) + brokenRulesText(record, presentation.strictness, ink) +
+                         expectationsOf(record, ink);
+    // A blank line stands between two things: what comes behind the report brings its own.
+    if (judged.ends_with("\n\n")) judged.pop_back();
+    out << (judged.empty() ? "" : "\n") << judged;
 }
 
 void writePending(Record const& record, std::ostream& out) {
