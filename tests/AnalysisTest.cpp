@@ -93,6 +93,7 @@ TEST(Outcomes, TellWhoseSensorFailed) {
     EXPECT_THAT(outcomes.at(0).failedSensors, ElementsAre());
     EXPECT_THAT(outcomes.at(0).services, ElementsAre(10U));
     EXPECT_THAT(outcomes.at(1).failedSensors, ElementsAre(1));
+    EXPECT_THAT(outcomes.at(1).failures, ElementsAre(7U));
     EXPECT_THAT(outcomes.at(1).reports, ElementsAre(8U));
     EXPECT_THAT(outcomes.at(2).failedSensors, ElementsAre(1)) << "did not go off";
 }

@@ -5,6 +5,7 @@
 #include "run/Run.h"
 #include "scenario/ScenarioReader.h"
 #include "views/FailureText.h"
+#include "views/ResultFile.h"
 #include "views/SvgTimeline.h"
 #include "views/TraceFile.h"
 
@@ -14,6 +15,7 @@
 #include <unistd.h>
 
 #include <csignal>
+#include <nlohmann/json.hpp>
 #include <optional>
 #include <sstream>
 #include <string>
@@ -165,6 +167,21 @@ TEST_F(RealDevicesTest, PowersDevicesBesideSimulatedSensorsAndLeavesThemAsTheyWe
     EXPECT_EQ(mTree.policyOf("1-2"), "auto 2000");
 }
 
+// "power on: the device is gone", of each failure of sensor 0 that stands with its request in the results.
+std::vector<std::string> failuresInResult(Record const& record) {
+    std::vector<std::string> failures;
+    auto const result = resultOf(record, {});
+    for (auto const& request : result.at("requests")) {
+        for (auto const& failure : request.at("failures")) {
+            if (failure.at("sensor") != 0) continue;
+            EXPECT_EQ(failure.at("call"), request.at("request"));
+            failures.push_back(failure.at("call").get<std::string>() + ": " +
+                               failure.at("reason").get<std::string>());
+        }
+    }
+    return failures;
+}
+
 TEST_F(RealDevicesTest, FailsAPowerChangeWithTheReasonOnTheTimeline) {
     struct {
         Does does;
@@ -181,8 +198,8 @@ TEST_F(RealDevicesTest, FailsAPowerChangeWithTheReasonOnTheTimeline) {
     for (auto const& [does, why, timeoutMs] : cases) {
         std::string const name = "1-" + std::to_string(++number);
         mTree.addUsb(name, does);
-        Record const record =
-            played(scenarioOf({usb(name)}, "{ power_on = [0] }, { power_off = [0] }", timeoutMs));
+        Record record = played(scenarioOf({usb(name)}, "{ power_on = [0] }, { power_off = [0] }", timeoutMs));
+        record.files = {"real.toml"};
         auto const failures = failureLines(record);
         EXPECT_THAT(failures, testing::Contains(HasSubstr(why)));
         if (does == Does::StaysUp) {
@@ -192,6 +209,8 @@ TEST_F(RealDevicesTest, FailsAPowerChangeWithTheReasonOnTheTimeline) {
         std::ostringstream trace;
         writeTrace(record, {}, trace);
         EXPECT_THAT(trace.str(), HasSubstr("\"why\":\"" + reason));
+        std::string const call = why.find("go off") == std::string::npos ? "power on: " : "power off: ";
+        EXPECT_THAT(failuresInResult(record), testing::Contains(testing::StartsWith(call + reason)));
         std::ostringstream picture;
         writeSvg(record, {}, picture);
         EXPECT_THAT(picture.str(), HasSubstr(", failed: " + reason));

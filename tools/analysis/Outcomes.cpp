@@ -26,12 +26,15 @@ std::vector<Outcome> outcomesOf(Record const& record) {
         if (!requests[index]) continue;
         Event const& event = record.events[index];
         Outcome& outcome = outcomes[*requests[index]];
-        if (kAnswersOfSensors.contains(event.kind) && event.sensor && event.number.value_or(1) == 0)
+        if (kAnswersOfSensors.contains(event.kind) && event.sensor && event.number.value_or(1) == 0) {
             outcome.failedSensors.push_back(*event.sensor);
+            outcome.failures.push_back(index);
+        }
         if (isRefusal(event)) outcome.services.push_back(index);
         if (event.kind == Kind::ExceptionReport) outcome.reports.push_back(index);
     }
-    for (auto& [failed, services, reports] : outcomes) {
+    for (Outcome& outcome : outcomes) {
+        std::vector<int>& failed = outcome.failedSensors;
         std::sort(failed.begin(), failed.end());
         failed.erase(std::unique(failed.begin(), failed.end()), failed.end());
     }

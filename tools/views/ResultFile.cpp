@@ -36,6 +36,20 @@ ordered_json orNull(OptionalNumber<Number> number) {
     return number ? ordered_json(*number) : ordered_json();
 }
 
+// Each power change that failed, and why, where the sensor's device told.
+ordered_json failuresOf(Record const& record, Outcome const& outcome) {
+    ordered_json failures = ordered_json::array();
+    for (std::uint32_t const index : outcome.failures) {
+        Event const& event = record.events[index];
+        std::string_view const why = record.textOf(event.detail);
+        failures.push_back({{"sensor", *event.sensor},
+                            {"call", event.kind == board::Kind::SensorPowerOnDone ? "power on" : "power off"},
+                            {"at_ms", millisecondsOf(event.time - record.begin)},
+                            {"reason", why.empty() ? ordered_json() : ordered_json(why)}});
+    }
+    return failures;
+}
+
 ordered_json servicesOf(Record const& record, Outcome const& outcome) {
     using board::Kind;
     ordered_json services = ordered_json::array();
@@ -94,6 +108,7 @@ ordered_json requestList(Record const& record) {
              {"ended", request.ended.has_value()},
              {"result", request.result ? ordered_json(*request.result) : ordered_json()},
              {"failed_sensors", outcomes[i].failedSensors},
+             {"failures", failuresOf(record, outcomes[i])},
              {"refusals", servicesOf(record, outcomes[i])},
              {"exception_reports", reportsOf(record, outcomes[i])},
              {"began_ms", millisecondsOf(request.began - record.requests.front().began)},
