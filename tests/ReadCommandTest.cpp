@@ -218,8 +218,9 @@ TEST_F(ReadCommand, SaysWhatWasFoundInsteadAndLosesNothing) {
          {Case{write("empty", ""), "empty"},
           Case{write("other.log", "11-23 10:00:00.000  1  1 I Tag: text\n"),
                "no line or section of the library"},
-          Case{path("none"), "cannot be opened"}, Case{"--follow " + log + ' ' + log, "--follow"},
-          Case{"- -", "standard input"}, Case{"--scenario " + log + ' ' + log, "would replace"},
+          Case{path("none"), "cannot be opened"}, Case{"/proc", "/proc: cannot be read: Is a directory"},
+          Case{"--follow " + log + ' ' + log, "--follow"}, Case{"- -", "standard input"},
+          Case{"--scenario " + log + ' ' + log, "would replace"},
           Case{"--svg " + log + ' ' + log, "would replace"}, Case{"--client x " + log, "has no client x"}}) {
         Output const output = run("read " + arguments, "true | ");
         EXPECT_EQ(output.status, 2) << arguments << output.text;
