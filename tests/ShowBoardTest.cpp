@@ -45,7 +45,9 @@ TEST(ShowBoard, WritesWhatTheBoardRecordedAndLeavesItThere) {
 TEST(ShowBoard, TellsTheMainThreadFromASensorOfThatName) {
     Board board({.sensors = {{0, {.name = "main"}}}});
     board.journal().add({.kind = Kind::TraceBegin, .text = "3A notifyPowerOn"});
-    board.journal().add({.kind = Kind::TraceEnd});
+    board.journal().add({.kind = Kind::SensorPowerOn, .sensor = 0});
+    board.journal().add({.kind = Kind::SensorPowerOnDone, .sensor = 0, .number = 1});
+    board.journal().add({.kind = Kind::TraceEnd, .text = "3A notifyPowerOn"});
     Folder const folder;
     zeqcam::views::showBoard(board, folder.path("both"));
     EXPECT_THAT(folder.text("both.txt"), AllOf(HasSubstr("\nmain thread "), HasSubstr("\nmain  ")));
