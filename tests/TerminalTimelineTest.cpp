@@ -54,6 +54,34 @@ sensors powered 0              1---------0
 )");
 }
 
+TEST(TerminalTimeline, DrawsSeveralUnderEachOtherOnOneScale) {
+    Record const longer = recordOf(aRun());
+    Record const shorter = recordOf({{0, 1, Kind::Request, "a client of long name", 0, 0, "power on", {0}},
+                                     {1, 2, Kind::SensorPowerOn, "", 0},
+                                     {40, 2, Kind::SensorPowerOnDone, "", 0, 1},
+                                     {50, 1, Kind::Reply, "a client of long name", 0, 1, "power on"}});
+    std::ostringstream out;
+    writeTerminalTimelines({{"before", &longer, {}}, {"after", &shorter, {}}}, {.columns = 90}, out);
+    std::string const text = out.str();
+    std::vector<std::string> const parts{text.substr(0, text.find("\nafter\n")),
+                                         text.substr(text.find("\nafter\n"))};
+    auto const lineOf = [&](std::size_t part, std::string const& begin) {
+        std::size_t const at = parts[part].find('\n' + begin) + 1;
+        return parts[part].substr(at, parts[part].find('\n', at) - at);
+    };
+    EXPECT_EQ(lineOf(0, "monotonic clock"), lineOf(1, "monotonic clock"));
+    std::size_t const at50 = lineOf(0, "monotonic clock").find("50 ms");
+    EXPECT_EQ(lineOf(1, "a client of long").rfind(']'), at50 - 1) << text;
+    EXPECT_EQ(lineOf(1, "sensors powered").find_last_not_of(' '), at50) << "nothing is known of after it\n"
+                                                                        << text;
+    EXPECT_GT(lineOf(0, "sensors powered").size(), at50);
+
+    std::ostringstream chosen;  // from its own begin, whenever that is
+    writeTerminalTimelines({{"before", &longer, {.from = 40ms}}, {"after", &shorter, {}}}, {.columns = 90},
+                           chosen);
+    EXPECT_THAT(chosen.str(), HasSubstr("before\nmonotonic clock       0 ms"));
+}
+
 std::string withoutColours(std::string text) {
     for (std::size_t code = 0; (code = text.find('\033')) != std::string::npos;) {
         text.erase(code, text.find('m', code) + 1 - code);

@@ -8,12 +8,14 @@
 #include "text/TextWidth.h"
 #include "views/Axis.h"
 #include "views/RowChoice.h"
+#include "views/Table.h"
 #include "views/TerminalBars.h"
 #include "views/TerminalLine.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
+#include <chrono>
 #include <cstddef>
 #include <initializer_list>
 #include <limits>
@@ -64,16 +66,22 @@ std::string_view colourOf(SectionKind kind) {
 
 class TimelineText {
   public:
-    TimelineText(Record const& record, Timeline const& timeline, Presentation const& presentation)
+    // `leastNames`: columns that names take, if only to stand in line with another picture's. `ended`: when
+    // the record did, of a timeline that is drawn longer.
+    TimelineText(Record const& record, Timeline const& timeline, Presentation const& presentation,
+                 int leastNames = 0, Instant ended = Instant::max())
         : mRecord(record),
           mTimeline(timeline),
           mLanes(sensorLanesOf(record, presentation.selection)),
           mColumns(presentation.columns),
           mColours(presentation.colours),
           mAlphabet(presentation.glyphs == Glyphs::Utf8 ? kUtf8 : kAscii),
-          mNames(namesWidth()),
+          mNames(std::max(namesWidth(), leastNames)),
           mScale(timeline, mColumns - mNames),
+          mEnded(ended),
           mMostLines(presentation.full ? std::numeric_limits<double>::infinity() : kMostLines) {}
+
+    [[nodiscard]] int names() const { return mNames; }
 
     std::string text() {
         addAxis(true);
@@ -336,6 +344,7 @@ class TimelineText {
             line.fill(column, mColumns, count.sensors.value_or(0) > 0 ? mAlphabet.axis : " ", kDim);
             line.put(column, count.sensors ? std::to_string(*count.sensors) : "?", kPlain);
         }
+        if (mEnded < mTimeline.end) line.fill(mNames + mScale.cellOf(mEnded) + 1, mColumns, " ", kPlain);
         add(line);
     }
 
@@ -361,6 +370,7 @@ class TimelineText {
     Alphabet const& mAlphabet;
     int const mNames;
     Scale const mScale;
+    Instant const mEnded;
     double const mMostLines;
     int mLines = 0;
     int mLeftOut = 0;
@@ -368,14 +378,42 @@ class TimelineText {
     std::string mText;
 };
 
+bool hasNoSection(Timeline const& timeline) {
+    return std::all_of(timeline.rows.begin(), timeline.rows.end(),
+                       [](Row const& row) { return row.sections.empty(); });
+}
+
 }  // namespace
 
 void writeTerminalTimeline(Record const& record, Presentation const& presentation, std::ostream& out) {
     Timeline const timeline = timelineOf(record, presentation.selection);
-    bool const empty = std::all_of(timeline.rows.begin(), timeline.rows.end(),
-                                   [](Row const& row) { return row.sections.empty(); });
-    if (empty || presentation.columns < 2) return;
+    if (hasNoSection(timeline) || presentation.columns < 2) return;
     out << TimelineText(record, timeline, presentation).text();
+}
+
+void writeTerminalTimelines(std::vector<NamedRecord> const& records, Presentation const& presentation,
+                            std::ostream& out) {
+    if (presentation.columns < 2) return;
+    std::vector<Timeline> timelines;
+    std::vector<Presentation> presentations;
+    std::chrono::nanoseconds longest{0};
+    int names = 0;
+    for (NamedRecord const& each : records) {
+        Timeline& timeline = timelines.emplace_back(timelineOf(*each.record, each.selection));
+        timeline.zero = timeline.begin;
+        presentations.push_back(presentation);
+        presentations.back().selection = each.selection;
+        longest = std::max(longest, timeline.end - timeline.begin);
+        names = std::max(names, TimelineText(*each.record, timeline, presentations.back()).names());
+    }
+    for (std::size_t i = 0; i < records.size(); ++i) {
+        Timeline& timeline = timelines[i];
+        if (hasNoSection(timeline)) continue;
+        Instant const ended = std::exchange(timeline.end, timeline.begin + longest);
+        out << '\n'
+            << Ink{presentation.colours}.bold(printable(records[i].name)) << '\n'
+            << TimelineText(*records[i].record, timeline, presentations[i], names, ended).text();
+    }
 }
 
 }  // namespace zeqcam::tool
