@@ -37,11 +37,11 @@ export class Details {
   }
 
   ofMark(mark) {
-    const { marks, rows } = this.model;
+    const { marks } = this.model;
     const section = marks.section[mark];
     return [make('h3', {}, this.model.markText(mark)),
       this.facts([['level', marks.level[mark]], ['at', `${marks.time[mark] / 1e6} ms`],
-        ['on', rows[marks.row[mark]].name], ['in', section === null ? null : this.go(section)]])];
+        ['on', this.model.rowName(marks.row[mark])], ['in', section === null ? null : this.go(section)]])];
   }
 
   ofSection(section) {
@@ -51,7 +51,7 @@ export class Details {
     const state = { [FAILED]: 'failed', [OPEN]: 'had not ended' }[sections.state[section]];
     const way = model.way(section).slice(0, -1).flatMap((each, i) => (i ? [' › ', this.go(each)] : [this.go(each)]));
     return [make('h3', {}, model.label(section), state ? make('span', { class: 'badge bad' }, state) : null),
-      this.facts([['what', KINDS[sections.kind[section]]], ['on', model.rowOf(section).name],
+      this.facts([['what', KINDS[sections.kind[section]]], ['on', model.rowName(sections.row[section])],
         ['in', way.length ? make('span', {}, way) : null],
         ['for', own !== undefined && own !== section ? make('span', {}, `${request.client}: `, this.go(own)) : null],
         ['from', `${sections.begin[section] / 1e6} ms`], ['took', timeText(model.duration(section))],
@@ -68,7 +68,7 @@ export class Details {
 
   // What the request waited for, back to its start, with what each link cost.
   chainOf(request) {
-    const chain = this.model.data.chains?.[request];
+    const chain = this.model.chains[request];
     if (!chain?.links.length) return [];
     const longest = Math.max(...chain.links.map(({ ms }) => ms), 1e-9);
     const items = chain.links.map(({ what, ms }) => {

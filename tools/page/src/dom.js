@@ -20,4 +20,4 @@ export function part(id, title, ...children) {
 }
 
 // Whether a key press belongs to a field that people type in.
-export const isTyping = (event) => event.target.closest?.('input, select, textarea') !== null;
+export const isTyping = (event) => event.target.closest?.('input:not([type=checkbox]), select, textarea') !== null;

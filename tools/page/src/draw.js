@@ -30,7 +30,8 @@ export function draw(frame) {
   for (const block of layout.blocks) {
     const top = AXIS + block.top - scroll;
     if (top > height || top + block.height < AXIS) continue;
-    if (block.kind === 'lane') drawLane(frame, block, top);
+    if (block.kind === 'side') drawSide(frame, block, top);
+    else if (block.kind === 'lane') drawLane(frame, block, top);
     else if (block.kind === 'powered') drawPowered(frame, block, top);
     else drawRow(frame, block, top);
   }
@@ -234,15 +235,23 @@ function drawLane(frame, { lane }, top) {
   slivers.flush();
 }
 
+// The name stands beside it.
+function drawSide({ context, paint, width }, block, top) {
+  context.fillStyle = paint.band;
+  context.fillRect(0, top, width, block.height);
+  context.fillStyle = paint.muted;
+  context.fillRect(0, top, width, 1);
+}
+
 function drawPowered(frame, block, top) {
-  const { context, model, paint, scale, width } = frame;
-  const { time, sensors } = model.powered;
+  const { context, paint, scale, width } = frame;
+  const { powered: { time, sensors }, end: until } = block.side;
   const most = Math.max(1, ...sensors.map((count) => count ?? 0));
   const floor = top + block.height - 4;
   const up = (count) => floor - (count / most) * (block.height - 18);
   let covered = -1;
   for (let i = Math.max(0, firstAtLeast(time, scale.domain()[0]) - 1); i < time.length; ++i) {
-    const x = Math.max(0, scale(time[i])), end = Math.min(width, scale(time[i + 1] ?? model.end));
+    const x = Math.max(0, scale(time[i])), end = Math.min(width, scale(time[i + 1] ?? until));
     if (x > width) break;
     if (sensors[i] === null || end < covered) continue;
     covered = Math.floor(x) + 1;

@@ -1,5 +1,7 @@
-// The filter: which clients and sensors are shown. None chosen is all.
+// The filter: which runs, clients and sensors are shown. None chosen is all.
 import { make } from './dom.js';
+
+export const changesFilter = (changed) => ['clients', 'sensors', 'sides'].some((name) => changed.has(name));
 
 function group(store, name, title, choices) {
   const box = ([value, text]) => make('label', {},
@@ -15,7 +17,9 @@ export function filterOf(model, store) {
   const clients = model.clients().map((name) => [name, name]);
   const ids = new Set([...model.sensorNames.keys(), ...model.lanes.map(({ sensor }) => sensor)]);
   const sensors = [...ids].map((id) => [id, model.sensorName(id)]);
+  const sides = model.sides.map(({ name }, side) => [side, name]);
   return make('div', { class: 'filters' },
+    sides.length > 1 ? group(store, 'sides', 'Runs', sides) : null,
     clients.length > 1 ? group(store, 'clients', 'Clients', clients) : null,
     sensors.length > 1 ? group(store, 'sensors', 'Sensors', sensors) : null);
 }

@@ -2,10 +2,11 @@
 //
 // A block: { kind, name, top, height } and
 //   'lane'     lane      what became of a sensor
-//   'powered'            how many sensors were powered
+//   'side'               the name of the run whose blocks follow
+//   'powered'  side      how many sensors were powered
 //   'row'      row, marks (indices), levels: for each depth { index, begin, end }, lists by time
 
-export const BAR = 18, MARKS = 9, LANE = 22, POWERED = 44, GAP = 6, PROCESSOR = 8;
+export const BAR = 18, MARKS = 9, LANE = 22, SIDE = 26, POWERED = 44, GAP = 6, PROCESSOR = 8;
 
 export function layoutOf(model, filter) {
   const blocks = [];
@@ -14,17 +15,21 @@ export function layoutOf(model, filter) {
     blocks.push({ ...block, top });
     top += block.height;
   };
-  for (const lane of model.lanes) {
-    if (model.isLaneShown(lane, filter)) add({ kind: 'lane', name: lane.name, lane, height: LANE });
-  }
-  if (filter.clients.size + filter.sensors.size === 0) {
-    add({ kind: 'powered', name: 'sensors powered', height: POWERED });
-  }
-  for (const row of shownRows(model, filter)) {
-    const { name, processor } = model.rows[row.row];
-    add({ kind: 'row', name, processor, ...row,
-      height: MARKS + Math.max(1, row.levels.length) * BAR + (processor ? PROCESSOR : 0) + GAP });
-  }
+  const rows = shownRows(model, filter);
+  model.sides.forEach((side, number) => {
+    if (filter.sides.size > 0 && !filter.sides.has(number)) return;
+    if (side.name) add({ kind: 'side', name: side.name, height: SIDE });
+    for (const lane of model.lanes) {
+      if (model.sideOf(lane) === number && model.isLaneShown(lane, filter)) add({ kind: 'lane', name: lane.name, lane, height: LANE });
+    }
+    if (filter.clients.size + filter.sensors.size === 0) add({ kind: 'powered', name: 'sensors powered', side, height: POWERED });
+    for (const row of rows) {
+      const { name, processor } = model.rows[row.row];
+      if (model.sideOf(model.rows[row.row]) !== number) continue;
+      add({ kind: 'row', name, processor, ...row,
+        height: MARKS + Math.max(1, row.levels.length) * BAR + (processor ? PROCESSOR : 0) + GAP });
+    }
+  });
   return { blocks, height: top };
 }
 

@@ -1,5 +1,6 @@
 // The log: a list of which only the lines in sight are in the page, however many there are.
 import { make } from './dom.js';
+import { changesFilter } from './filter.js';
 import { firstAtLeast } from './model.js';
 
 const LINE = 22, SPARE = 8;  // pixels; lines beyond what is seen
@@ -24,7 +25,7 @@ export class Log {
   }
 
   changed(state, changed) {
-    if (changed.has('clients') || changed.has('sensors')) this.choose();
+    if (changesFilter(changed)) this.choose();
     if (changed.has('selected')) this.reveal(state.selected);
     if (changed.has('view')) this.follow(state.view);
     this.render();
@@ -76,14 +77,14 @@ export class Log {
   }
 
   item(line, hits, selected) {
-    const mark = this.lines[line], { marks, rows } = this.model;
+    const mark = this.lines[line], { marks } = this.model;
     const level = marks.level[mark], text = this.model.markText(mark);
     const item = make('li', { id: `line-${mark}`, role: 'option', class: level, title: text,
       'aria-selected': String(selected?.mark === mark), 'aria-posinset': line + 1, 'aria-setsize': this.lines.length,
       onclick: () => this.store.set({ selected: { mark } }) },
     make('span', { class: 'time' }, (marks.time[mark] / 1e6).toFixed(3)),
     make('span', { class: 'level' }, level),
-    make('span', { class: 'who' }, rows[marks.row[mark]].name),
+    make('span', { class: 'who' }, this.model.rowName(marks.row[mark])),
     make('span', { class: 'text' }, text));
     if (hits?.marks.has(mark)) item.classList.add('hit');
     item.style.top = `${line * LINE}px`;

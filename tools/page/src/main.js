@@ -41,7 +41,7 @@ function factsOf({ data, count, marks }) {
 }
 
 function timelinePart(model) {
-  const store = createStore({ view: [model.begin, model.end], selected: null, clients: new Set(), sensors: new Set(),
+  const store = createStore({ view: [model.begin, model.end], selected: null, sides: new Set(), clients: new Set(), sensors: new Set(),
     query: '', hits: null });
   const timeline = new Timeline(model, store);
   const search = new Search(model, store);

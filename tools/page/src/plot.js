@@ -1,7 +1,7 @@
 // Plots: how times are spread, in a row of a table; and how they change with a value.
 import { axisBottom, axisLeft } from 'd3-axis';
 import { scaleLinear, scalePoint } from 'd3-scale';
-import { create, select } from 'd3-selection';
+import { create } from 'd3-selection';
 import { make } from './dom.js';
 import { msText } from './text.js';
 
@@ -37,7 +37,7 @@ function spread(samples, scale, look) {
 
 function axisOf(scale, unit) {
   const svg = drawing(WIDTH, 22, `axis in ${unit}`);
-  svg.append('g').attr('class', 'axis').call(axisBottom(scale).ticks(5).tickFormat((value) => `${value} ${unit}`));
+  svg.append('g').attr('class', 'axis').call(axisBottom(scale).ticks(5).tickFormat(String));
   return svg.node();
 }
 
@@ -48,23 +48,37 @@ export function distribution({ title, note, unit = 'ms', sets = [''], rows }) {
   const scale = scaleLinear([0, most], [EDGE, WIDTH - EDGE]).nice(5);
   const several = sets.length > 1;
   const hasNotes = rows.some((row) => row.note), hasFailures = rows.some((row) => row.failed?.some(Boolean));
-  const heads = ['', several ? 'in' : null, 'times', 'median', '90 %', '99 %', 'longest', hasFailures ? 'failed' : null,
-    hasNotes ? '' : null, 'spread'].filter((head) => head !== null);
+  // What happened once has no spread.
+  const areSingle = all.every((row) => row.samples.every((list) => list.length <= 1));
+  const heads = ['', several ? 'in' : null, ...(areSingle ? ['took'] : ['times', 'median', '90 %', '99 %', 'longest']),
+    hasFailures ? 'failed' : null, hasNotes ? '' : null, areSingle ? unit : `spread (${unit})`].filter((head) => head !== null);
   const line = ({ name, samples, failed, note: told }, set) => {
     const list = samples[set], number = (share) => make('td', { class: 'number' }, list.length ? msText(quantile(list, share)) : '–');
     return make('tr', {},
       set === 0 ? make('th', { scope: 'rowgroup', rowspan: sets.length }, name) : null,
       several ? make('td', {}, sets[set]) : null,
-      make('td', { class: 'number' }, list.length.toLocaleString('en')), [0.5, 0.9, 0.99, 1].map(number),
+      areSingle ? null : make('td', { class: 'number' }, list.length.toLocaleString('en')),
+      (areSingle ? [1] : [0.5, 0.9, 0.99, 1]).map(number),
       hasFailures ? make('td', { class: `number ${failed?.[set] ? 'bad' : ''}` }, String(failed?.[set] ?? 0)) : null,
       hasNotes ? make('td', {}, set === 0 ? told ?? '' : '') : null,
-      make('td', {}, list.length ? spread(list, scale, `set-${set}`) : ''));
+      make('td', {}, list.length ? spread(list, scale, `set-${set % 6}`) : ''));
   };
   return make('figure', {}, make('figcaption', {}, make('h3', {}, title), note ? make('p', { class: 'muted' }, note) : null),
     make('div', { class: 'wide', tabindex: 0, role: 'region', 'aria-label': title }, make('table', {},
       make('thead', {}, make('tr', {}, heads.map((head) => make('th', { scope: 'col' }, head)))),
       make('tbody', {}, all.flatMap((row) => sets.map((_, set) => line(row, set)))),
       make('tfoot', {}, make('tr', {}, make('td', { colspan: heads.length - 1 }), make('td', {}, axisOf(scale, unit)))))));
+}
+
+// As many of the values as have room for their texts.
+function fitting(values, across) {
+  const room = 14 + 7 * Math.max(...values.map((value) => String(value).length));
+  let end = -Infinity;
+  return values.filter((value) => {
+    if (across(value) < end + room) return false;
+    end = across(value);
+    return true;
+  });
 }
 
 // { title, note, x: { name, values }, unit, series: [{ name, y, low, high }] }: lists as long as x.values.
@@ -76,7 +90,8 @@ export function lines({ title, note, x, unit = 'ms', series }) {
   const most = Math.max(...series.flatMap(({ y, high }) => [...y, ...(high ?? [])]).filter(Number.isFinite), 1e-9);
   const up = scaleLinear([0, most], [height - bottom, 12]).nice();
   const svg = drawing(width, height, title).attr('class', 'plot');
-  svg.append('g').attr('class', 'axis').attr('transform', `translate(0 ${height - bottom})`).call(axisBottom(across));
+  svg.append('g').attr('class', 'axis').attr('transform', `translate(0 ${height - bottom})`)
+    .call(axisBottom(across).tickValues(fitting(x.values, across)));
   svg.append('g').attr('class', 'axis').attr('transform', `translate(${left} 0)`)
     .call(axisLeft(up).ticks(6).tickFormat((value) => `${value} ${unit}`));
   svg.append('text').attr('class', 'name').attr('x', (left + width) / 2).attr('y', height - 6).text(x.name);
@@ -92,7 +107,6 @@ export function lines({ title, note, x, unit = 'ms', series }) {
   });
   const legend = make('ul', { class: 'legend' }, series.map(({ name }, index) =>
     make('li', {}, make('span', { class: `swatch set-${index % 6}` }), name)));
-  const figure = make('figure', {}, make('figcaption', {}, make('h3', {}, title), note ? make('p', { class: 'muted' }, note) : null), legend);
-  select(figure).append(() => svg.node());
-  return figure;
+  return make('figure', {}, make('figcaption', {}, make('h3', {}, title), note ? make('p', { class: 'muted' }, note) : null),
+    legend, make('div', { class: 'wide', tabindex: 0, role: 'region', 'aria-label': title }, svg.node()));
 }

@@ -1,5 +1,6 @@
 // The search: what of the timeline and of the log holds a text, and the way from one to the next.
 import { button, make } from './dom.js';
+import { changesFilter } from './filter.js';
 
 // All that matches, by time; null where nothing is searched for.
 export function hitsOf(model, filter, query) {
@@ -37,7 +38,7 @@ export class Search {
       button('‹', () => this.step(-1), { 'aria-label': 'Previous match', title: 'Previous match (N)' }),
       button('›', () => this.step(1), { 'aria-label': 'Next match', title: 'Next match (n)' }), this.told);
     store.on((state, changed) => {
-      if (changed.has('clients') || changed.has('sensors')) this.find();
+      if (changesFilter(changed)) this.find();
     });
   }
 

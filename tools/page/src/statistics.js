@@ -57,8 +57,9 @@ function requestTable(model, showSection) {
 }
 
 export function statisticsOf(model, { showSection }) {
-  const { distributions = [], plots = [], tables = [], blame } = model.data;
-  const figures = [...distributions.map(distribution), ...plots.map(lines), ...tables.map(table),
-    ...(blame?.rows.length ? [table(blame)] : []), ...ofRecord(model, showSection)];
+  const { overview = [], distributions = [], plots = [], tables = [], values, blame, sides } = model.data;
+  const figures = [...overview.map(table), ...plots.map(lines), ...(values ? [table(values)] : []),
+    ...distributions.map(distribution), ...tables.map(table),
+    ...(blame?.rows.length ? [table(blame)] : []), ...(sides ? [] : ofRecord(model, showSection))];
   return figures.length ? part('statistics', 'Statistics', figures) : null;
 }

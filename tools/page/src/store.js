@@ -2,7 +2,7 @@
 //
 //   view       the time that the timeline shows: [from, to]
 //   selected   { section } or { mark }: an index into the model's lists; null
-//   clients, sensors   that are shown; an empty set is all
+//   sides, clients, sensors   that are shown; an empty set is all
 //   query      what is searched for
 //   hits       { sections, marks }: sets of indices that match it; null while nothing is searched for
 export function createStore(initial) {

@@ -13,10 +13,11 @@ function cell(value, unit) {
 
 const keyOf = (value) => (value instanceof Node ? value.textContent : value);
 
-function compare(a, b) {
+// What is unknown stands last either way.
+function compare(a, b, direction) {
   const [one, other] = [keyOf(a), keyOf(b)];
   if (one === null || other === null) return (one === null) - (other === null);
-  return typeof one === 'number' && typeof other === 'number' ? one - other : String(one).localeCompare(String(other));
+  return direction * (typeof one === 'number' && typeof other === 'number' ? one - other : String(one).localeCompare(String(other)));
 }
 
 // { title, note, columns: [{ name, unit }], rows: [[value]] }: a value is a text, a number, null, or an element.
@@ -26,7 +27,7 @@ export function table({ title, note, columns, rows }) {
   const heads = columns.map(({ name, unit }, index) => make('th', { scope: 'col' },
     button(unit ? `${name} (${unit})` : name, () => sort(index), { class: 'link' })));
   function fill() {
-    const sorted = by < 0 ? rows : [...rows].sort((a, b) => direction * compare(a[by], b[by]));
+    const sorted = by < 0 ? rows : [...rows].sort((a, b) => compare(a[by], b[by], direction));
     body.replaceChildren(...sorted.slice(0, shown).map((row) =>
       make('tr', {}, row.map((value, index) => cell(value, columns[index].unit)))));
     foot.replaceChildren(...(rows.length > shown ? [`${shown} of ${rows.length.toLocaleString('en')} rows. `,

@@ -3,6 +3,7 @@ import { scaleLinear } from 'd3-scale';
 import { select } from 'd3-selection';
 import { zoom, zoomIdentity } from 'd3-zoom';
 import { make } from './dom.js';
+import { changesFilter } from './filter.js';
 import { AXIS, draw } from './draw.js';
 import { BAR, MARKS, barTop, blockAt, layoutOf } from './layout.js';
 import { firstAtLeast } from './model.js';
@@ -18,7 +19,7 @@ export class Timeline {
       'aria-label': 'Timeline. Arrow keys go from bar to bar, Enter zooms to one, + - and * zoom.',
       'aria-describedby': 'keys' });
     this.content = make('div', { class: 'content' }, this.names, this.canvas);
-    this.element = make('div', { class: 'viewport', onscroll: () => this.ask() }, this.content);
+    this.element = make('div', { class: model.sides.length > 1 ? 'viewport tall' : 'viewport', onscroll: () => this.ask() }, this.content);
     this.base = scaleLinear([model.begin, model.end], [0, 1]);
     this.zoom = zoom()
       .filter((event) => (event.type === 'wheel' ? !isSideways(event) : !event.button))
@@ -36,8 +37,8 @@ export class Timeline {
 
   layOut() {
     this.layout = layoutOf(this.model, this.store.get());
-    this.names.replaceChildren(...this.layout.blocks.map(({ name, top, height }) => {
-      const item = make('li', { title: name }, name);
+    this.names.replaceChildren(...this.layout.blocks.map(({ kind, name, top, height }) => {
+      const item = make('li', { title: name, class: kind === 'side' ? 'side' : null }, name);
       item.style.top = `${AXIS + top}px`;
       item.style.height = `${height}px`;
       return item;
@@ -88,7 +89,7 @@ export class Timeline {
   }
 
   changed(state, changed) {
-    if (changed.has('clients') || changed.has('sensors')) this.layOut();
+    if (changesFilter(changed)) this.layOut();
     if (changed.has('view')) {
       const [from, to] = this.scale().domain();
       if (state.view[0] !== from || state.view[1] !== to) this.show(state.view);

@@ -2,41 +2,54 @@
 import { button, make, part } from './dom.js';
 import { counted, timeText } from './text.js';
 
-// { weight: 'error' | 'warning' | 'note', what, text, line, request, at }: `at` in ns.
+const WEIGHTS = ['error', 'warning', 'note'];
+
+// { weight, what, text, line, side, request, at }: `at` in ns. The gravest first. Of several runs those of the last: what
+// is wrong now.
 function findingsOf(model) {
-  const { result, timeline } = model.data;
-  const findings = (model.data.findings ?? []).map((each) => ({ ...each }));
-  if (!result) return findings;
-  const ns = (ms) => (ms === null ? undefined : Math.round(ms * 1e6));
-  const requestAt = (line, client) =>
-    model.requests.findIndex((request) => request.line === line && request.client === client);
-  if (result.cut_off) findings.push({ weight: 'error', what: 'cut off', text: `the run ${result.cut_off}`, at: timeline?.end });
+  const { changes = [], findings = [], result, sides } = model.data;
+  const all = [...changes, ...findings].map((each) => ({ ...each }));
+  if (sides) all.push(...ofRun(model, model.sides.length - 1));
+  else if (result) all.push(...(model.sides ? ofRun(model, 0) : ofResult(model, { result, begin: 0 })));
+  return all.sort((a, b) => WEIGHTS.indexOf(a.weight) - WEIGHTS.indexOf(b.weight));
+}
+
+const ofRun = (model, number) => ofResult(model, model.sides[number], number);
+
+function ofResult(model, { result, name: side, begin, end }, number = 0) {
+  const findings = [];
+  const add = (finding) => findings.push({ side, ...finding });
+  const ns = (ms) => (ms === null ? undefined : Math.round(ms * 1e6) - begin);
+  const requestAt = (line, client) => model.requests.findIndex((request) =>
+    request.line === line && request.client === client && model.sideOf(request) === number);
+  if (result.cut_off) add({ weight: 'error', what: 'cut off', text: `the run ${result.cut_off}`, at: end });
   for (const { thread, in: sections, waits } of result.pending) {
     const inner = sections.at(-1);
     const text = waits?.text ?? (inner ? `${thread} in ${inner.label} for ${timeText(inner.for_ms * 1e6)}` : thread);
-    findings.push({ weight: 'error', what: 'had not ended', text });
+    add({ weight: 'error', what: 'had not ended', text });
   }
   for (const { line, client, request, reached, reason } of result.unmet) {
-    findings.push({ weight: 'error', what: reached ? 'expectation' : 'not reached', line, request: requestAt(line, client),
+    add({ weight: 'error', what: reached ? 'expectation' : 'not reached', line, request: requestAt(line, client),
       text: `${client}, ${request}: ${reason}` });
   }
   for (const { rule, warning, line, client, at_ms: at, reason } of result.broken_rules) {
-    findings.push({ weight: warning ? 'warning' : 'error', what: rule, line, at: ns(at),
-      text: client ? `${client}: ${reason}` : reason });
+    add({ weight: warning ? 'warning' : 'error', what: rule, line, at: ns(at), text: client ? `${client}: ${reason}` : reason });
   }
   for (const { sensor, at_ms: at, fault } of result.caller_faults) {
-    findings.push({ weight: 'error', what: 'fault of a caller', at: ns(at),
+    add({ weight: 'error', what: 'fault of a caller', at: ns(at),
       text: sensor === null ? fault : `${model.sensorName(sensor)}: ${fault}` });
   }
-  return findings.concat(seenFailuresOf(model));
+  return findings.concat(seenFailuresOf(model, side, number));
 }
 
-function seenFailuresOf(model) {
-  return model.requests.flatMap(({ line, client, request, failed_sensors: failed, refusals }, index) => {
+function seenFailuresOf(model, side, number) {
+  return model.requests.flatMap((each, index) => {
+    if (model.sideOf(each) !== number) return [];
+    const { line, client, request, failed_sensors: failed, refusals } = each;
     const texts = [...failed.map((id) => `${model.sensorName(id)} did not come up`),
       ...refusals.map(({ sensor, service, call, status }) =>
         `${service} of ${model.sensorName(sensor)} answered its ${call} with ${status}`)];
-    return texts.map((text) => ({ weight: 'note', what: 'failure', text: `${client}, ${request}: ${text}`, line, request: index }));
+    return texts.map((text) => ({ weight: 'note', what: 'failure', side, text: `${client}, ${request}: ${text}`, line, request: index }));
   });
 }
 
@@ -50,23 +63,26 @@ function verdictOf(result, findings) {
     make('strong', {}, isWell ? 'Nothing is wrong' : verdict), `: ${held}, ${rules}.`);
 }
 
-const verdictOfRuns = ({ passed, text }) => make('p', { class: `verdict ${passed ? 'well' : 'bad'}` },
-  make('strong', {}, passed ? 'Nothing is wrong' : 'failed'), `: ${text}.`);
+function verdictOfRuns({ passed, title, text }, findings) {
+  const look = !passed ? 'bad' : findings.some(({ weight }) => weight === 'warning') ? 'warned' : 'well';
+  return make('p', { class: `verdict ${look}` },
+    make('strong', {}, title ?? (passed ? 'Nothing is wrong' : 'failed')), `: ${text}.`);
+}
 
 export function wrongOf(model, { showSection, showTime, showLine }) {
   const findings = findingsOf(model);
-  const item = ({ weight, what, text, line, request, at }) => {
+  const item = ({ weight, what, text, line, side, request, at }) => {
     const section = request >= 0 ? model.sectionOfRequest?.get(request) : undefined;
     const buttons = [];
     if (section !== undefined) buttons.push(button('Show it', () => showSection(section)));
     else if (at !== undefined && model.rows) buttons.push(button('Show it', () => showTime(at)));
-    if (line && showLine) buttons.push(button(`Line ${line}`, () => showLine(line)));
-    return make('li', { class: weight }, make('span', { class: 'badge' }, what), make('span', { class: 'text' }, text), ...buttons);
+    if (line && showLine) buttons.push(button(`Line ${line}`, () => showLine(line, side)));
+    return make('li', { class: weight }, make('span', { class: 'badge' }, what), make('span', { class: 'text' }, side ? `${side}: ${text}` : text), ...buttons);
   };
   const grave = findings.filter(({ weight }) => weight !== 'note'), notes = findings.filter(({ weight }) => weight === 'note');
   const { result, verdict } = model.data;
   if (!result && !verdict && findings.length === 0) return null;
-  return part('wrong', 'What is wrong', result ? verdictOf(result, findings) : verdict ? verdictOfRuns(verdict) : null,
+  return part('wrong', 'What is wrong', result ? verdictOf(result, findings) : verdict ? verdictOfRuns(verdict, findings) : null,
     grave.length ? make('ul', { class: 'findings' }, grave.map(item)) : null,
     notes.length ? make('details', { open: notes.length <= 5 },
       make('summary', {}, `${counted(notes.length, 'failure')} seen that nothing forbids`),
