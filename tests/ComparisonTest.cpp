@@ -133,6 +133,38 @@ TEST(Comparison, SaysWhatAppearedWhatWentAndWhatMoved) {
     }
 }
 
+TEST(Comparison, CallsFiguresWhatTheyAreAndTellsWhatWasNotRun) {
+    struct Case {
+        std::size_t before, after, asked;
+        std::string told;
+    };
+    for (auto const& [before, after, asked, told] : std::vector<Case>{
+             {1, 1, 0,
+              "No timelines: of a side no more than figures is known.\n\nRequests in milliseconds, a single "
+              "run on each side\n"},
+             {1, 20, 0, "\nRequests in milliseconds, a single run before and medians of 20 runs after\n"},
+             {20, 20, 0, "\nRequests in milliseconds, medians of 20 runs on each side\n"},
+             {1, 3, 10, "after:  b, 3 runs, 7 were not run\n"}}) {
+        Compared compared{"a", "b", runsOf(before, {{"on", 0, 48}}), runsOf(after, {{"on", 0, 48}}), {}};
+        compared.after.asked = asked;
+        compared.comparison = compare(compared.before, compared.after);
+        std::ostringstream text;
+        writeComparisonReport(compared, {}, text);
+        EXPECT_THAT(text.str(), HasSubstr(told));
+    }
+}
+
+TEST(Series, CountsOfASetWhatWasAskedForOfEach) {
+    Series all = runsOf(5, {{"on", 0, 48}});
+    Series cut = runsOf(3, {{"on", 0, 48}});
+    all.add(cut);
+    EXPECT_EQ(all.asked, 0U);
+    cut.asked = 10;
+    all.add(cut);
+    EXPECT_EQ(all.runs().size(), 11U);
+    EXPECT_EQ(all.asked, 18U);
+}
+
 class File {
   public:
     explicit File(std::string const& text) { std::ofstream(path) << text; }

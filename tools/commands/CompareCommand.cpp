@@ -1,10 +1,12 @@
 #include "commands/CompareCommand.h"
 
 #include "commands/CommonOptions.h"
+#include "commands/Outputs.h"
+#include "commands/Repeating.h"
 #include "commands/SeriesInput.h"
 #include "commands/Terminal.h"
-#include "files/OutputFile.h"
 #include "text/Printable.h"
+#include "views/ComparisonPage.h"
 #include "views/ComparisonReport.h"
 
 #include <fmt/format.h>
@@ -15,12 +17,10 @@
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -39,7 +39,8 @@ constexpr auto kCompareFooter =
     "Exit status:\n"
     "  0    compared\n"
     "  1    a request is slower than --fail-above lets it be, or what it came to cannot be written\n"
-    "  2    a file or the command line is wrong, or there are too few runs for --fail-above\n";
+    "  2    a file or the command line is wrong, or there are too few runs for --fail-above\n"
+    "  130  interrupted with Ctrl-C (SIGINT); what had been played until then is told\n";
 
 struct CompareOptions {
     std::vector<std::string> before;
@@ -47,7 +48,7 @@ struct CompareOptions {
     SeriesInput input;
     std::string failAbove;
     std::optional<int> width;
-    std::string svg;
+    Outputs outputs{{"svg", "html"}};
     bool json = false;
     bool full = false;
 };
@@ -77,8 +78,8 @@ void addOptions(CLI::App& app, CompareOptions& options) {
         ->type_name("PERCENT")
         ->check(CLI::Validator(
             [](std::string& text) { return shareOf(text) ? "" : "is no percentage: " + text; }, ""));
-    app.add_option("--svg", options.svg, "Draw both distributions of each request on one scale.")
-        ->type_name("FILE");
+    options.outputs.addOptions(app);
+    app.get_option("--svg")->description("Draw both distributions of each request on one scale.");
     app.add_flag("--json", options.json, "Print the comparison as JSON, and nothing else.");
     addWidth(app, options.width);
     app.add_flag("--full", options.full, "Draw all, however tall the picture becomes.");
@@ -103,9 +104,8 @@ bool isTooSlow(Compared const& compared, CompareOptions const& options) {
     return isAny;
 }
 
-bool tell(Compared const& compared, CompareOptions const& options) {
-    bool const toOutput = options.svg == "-";
-    std::ostream& text = options.json || toOutput ? std::cerr : std::cout;
+bool tell(Compared const& compared, CompareOptions& options) {
+    std::ostream& text = options.json || options.outputs.takeOutput() ? std::cerr : std::cout;
     Presentation presentation =
         presentationOn(&text == &std::cout ? STDOUT_FILENO : STDERR_FILENO, options.width);
     presentation.title = "before and after";
@@ -115,48 +115,91 @@ bool tell(Compared const& compared, CompareOptions const& options) {
     } else {
         writeComparisonReport(compared, presentation, text);
     }
-    if (toOutput) {
-        writeComparisonSvg(compared, presentation, std::cout);
-    } else if (!options.svg.empty()) {
-        OutputFile(options.svg).write([&](std::ostream& out) {
-            writeComparisonSvg(compared, presentation, out);
-        });
-    }
-    if (std::cout.flush()) return true;
-    complain("the output cannot be written");
-    return false;
+    bool const isWritten = options.outputs.write([&](View const& view, std::ostream& out) {
+        view.option == "svg" ? writeComparisonSvg(compared, presentation, out)
+                             : writeComparisonPage(compared, presentation, out);
+    });
+    if (!std::cout.flush()) complain("the output cannot be written");
+    return isWritten && std::cout;
 }
 
-int run(CompareOptions& options) {
+// What is known of a single run's side once its figures are there; a scenario is played again for it.
+void addRecord(InputRuns& runs, std::vector<std::string> const& files, CompareOptions const& options,
+               RecordPlayer& player) {
+    bool const isPlayed = files.size() == 1 && !runs.shown.sources.empty();
+    if (isPlayed) runs.shown.record = player.play(files.front(), options.input);
+}
+
+// Where each side is a single run, and is to be shown, what happened in them.
+void addRecords(InputRuns& before, InputRuns& after, CompareOptions const& options, RecordPlayer& player) {
+    bool const areSingle = before.series.runs().size() == 1 && after.series.runs().size() == 1;
+    if (!areSingle || (options.json && !options.outputs.areAsked())) return;
+    // Nothing can be played after a run that is cut off because nobody can go on.
+    bool const isAfterFirst = !before.series.failedRuns().empty();
+    if (isAfterFirst) addRecord(after, options.after, options, player);
+    addRecord(before, options.before, options, player);
+    if (!isAfterFirst) addRecord(after, options.after, options, player);
+}
+
+void chooseSides(CompareOptions& options) {
     if (options.after.empty()) {
         if (options.before.size() != 2)
             throw CannotOpen("two files are compared, or one set --with another; see --help");
         options.after = {options.before.back()};
         options.before.pop_back();
     }
-    for (auto const* side : {&options.before, &options.after}) {
-        for (std::string const& file : *side) {
-            std::error_code none;
-            if (!options.svg.empty() && std::filesystem::equivalent(file, options.svg, none))
-                throw CannotOpen(options.svg + ": would replace " + file);
-        }
+}
+
+void requireEnoughRuns(Series const& before, Series const& after) {
+    std::size_t const fewest = std::min(before.runs().size(), after.runs().size());
+    if (fewest >= kFewestForConfidence) return;
+    throw CannotOpen(
+        fmt::format("--fail-above: needs {} runs on each side to say what is beyond doubt, not {}; "
+                    "--repeat plays scenarios as often",
+                    kFewestForConfidence, fewest));
+}
+
+// One line, where there is nothing to compare yet.
+int endEarly(Compared const& compared, End end) {
+    complain(fmt::format("was ended before any run of {}: {} of {} of {} were played", compared.nameAfter,
+                         compared.before.runs().size(), std::max(compared.before.asked, std::size_t{1}),
+                         compared.nameBefore));
+    return statusOf(end);
+}
+
+int run(CompareOptions& options) {
+    chooseSides(options);
+    std::string const nameBefore = nameOf(options.before);
+    std::string const nameAfter = nameOf(options.after);
+    options.before = filesOf(options.before);
+    options.after = filesOf(options.after);
+    std::vector<std::string> all = options.before;
+    all.insert(all.end(), options.after.begin(), options.after.end());
+    options.outputs.open(all, options.json);
+    RecordPlayer player;
+    InputRuns before = runsOf(options.before, options.input);
+    InputRuns after;
+    End end = before.end;
+    if (end == End::AllDone) {
+        after = runsOf(options.after, options.input);
+        end = after.end;
     }
-    if (options.json && options.svg == "-") throw CannotOpen("-: something else goes to the standard output");
-    Compared compared{.nameBefore = nameOf(options.before),
-                      .nameAfter = nameOf(options.after),
-                      .before = seriesOf(options.before, options.input),
-                      .after = seriesOf(options.after, options.input),
-                      .comparison = {}};
-    std::size_t const fewest = std::min(compared.before.runs().size(), compared.after.runs().size());
-    if (!options.failAbove.empty() && fewest < kFewestForConfidence) {
-        throw CannotOpen(
-            fmt::format("--fail-above: needs {} runs on each side to say what is beyond doubt, not {}; "
-                        "--repeat plays scenarios as often",
-                        kFewestForConfidence, fewest));
-    }
+    if (!options.failAbove.empty() && end == End::AllDone) requireEnoughRuns(before.series, after.series);
+    if (end == End::AllDone) addRecords(before, after, options, player);
+    Compared compared{.nameBefore = nameBefore,
+                      .nameAfter = nameAfter,
+                      .before = std::move(before.series),
+                      .after = std::move(after.series),
+                      .comparison = {},
+                      .shownBefore = std::move(before.shown),
+                      .shownAfter = std::move(after.shown)};
+    if (compared.after.runs().empty() && end != End::AllDone) return endEarly(compared, end);
     compared.comparison = compare(compared.before, compared.after);
     bool const isTold = tell(compared, options);
-    return isTooSlow(compared, options) || !isTold ? kFailed : kAllHeld;
+    bool const isBad = isTooSlow(compared, options) || !isTold;
+    int const status = end != End::AllDone ? statusOf(end) : isBad ? kFailed : kAllHeld;
+    if (player.leavesThreads()) leave(status);
+    return status;
 }
 
 }  // namespace

@@ -78,7 +78,7 @@ void InputOptions::add(CLI::App& app) {
         ->check(CLI::Range(std::uint64_t{1}, kMostRuns).description(""));
 }
 
-void Inputs::each(std::function<void(Input const& input)> const& take) {
+void Inputs::each(std::function<void(Input input)> const& take) {
     std::vector<std::string> evidence;
     for (std::string const& path : mOptions.files) {
         if (isScenario(path)) {
@@ -95,7 +95,7 @@ int Inputs::end(int status) const {
     return status;
 }
 
-void Inputs::play(std::string const& path, std::function<void(Input const& input)> const& take) {
+void Inputs::play(std::string const& path, std::function<void(Input input)> const& take) {
     Reading reading = readScenarioFile(path, mOptions.settings);
     if (!reading.faults.empty()) throw CannotOpen(faultText(reading.faults.front(), path));
     auto kept = std::make_unique<Scenario>(std::move(reading.scenario));
@@ -115,8 +115,7 @@ void Inputs::play(std::string const& path, std::function<void(Input const& input
     }
 }
 
-void Inputs::read(std::vector<std::string> const& paths,
-                  std::function<void(Input const& input)> const& take) const {
+void Inputs::read(std::vector<std::string> const& paths, std::function<void(Input input)> const& take) const {
     ProcessRecords records;
     Evidence const evidence = readFiles(paths, records, false);
     std::vector<ReadProcess> processes = records.finish(evidence.files);

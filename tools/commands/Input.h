@@ -37,22 +37,21 @@ struct InputOptions {
 // Whether a file is a scenario: by its name, or by what its first line that says something begins.
 bool isScenario(std::string const& path);
 
-// Gives each record to `take` as it is there, and keeps none. In the order of the files: what scenarios
+// Gives each record to `take`, which may keep it, as it is there. In the order of the files: what scenarios
 // played, then what the evidence tells. Throws CannotOpen where there is none, with faults of scenarios as
 // `run` tells them.
 class Inputs {
   public:
     explicit Inputs(InputOptions const& options) : mOptions(options) {}
 
-    void each(std::function<void(Input const& input)> const& take);
+    void each(std::function<void(Input input)> const& take);
 
     // Ends a command: threads of a run that nobody could go on with are left as they are.
     [[nodiscard]] int end(int status) const;
 
   private:
-    void play(std::string const& path, std::function<void(Input const& input)> const& take);
-    void read(std::vector<std::string> const& paths,
-              std::function<void(Input const& input)> const& take) const;
+    void play(std::string const& path, std::function<void(Input input)> const& take);
+    void read(std::vector<std::string> const& paths, std::function<void(Input input)> const& take) const;
 
     InputOptions const& mOptions;
     bool mLeavesThreads = false;

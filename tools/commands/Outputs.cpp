@@ -112,4 +112,8 @@ bool Outputs::write(std::function<void(std::ostream& out)> const& fill) {
     return writeEach([&](View const&, std::ostream& out) { fill(out); });
 }
 
+bool Outputs::write(std::function<void(View const& view, std::ostream& out)> const& fill) {
+    return writeEach(fill);
+}
+
 }  // namespace zeqcam::tool

@@ -47,6 +47,8 @@ class Outputs {
 
     // The same, of what the only view is given instead of a record.
     [[nodiscard]] bool write(std::function<void(std::ostream& out)> const& fill);
+    // The same, of what several views are given instead.
+    [[nodiscard]] bool write(std::function<void(View const& view, std::ostream& out)> const& fill);
 
   private:
     template <class Write>

@@ -54,6 +54,19 @@ Series repeatWatched(Scenario const& scenario, Repetition repetition, End& end) 
     return repeat(scenario, repetition);
 }
 
+int statusOf(End end) {
+    switch (end) {
+        case End::HungUp:
+            return kHungUp;
+        case End::Quit:
+            return kQuit;
+        case End::Terminated:
+            return kTerminated;
+        default:
+            return kInterrupted;
+    }
+}
+
 bool tell(Series const& series, ViewOptions& options) {
     Presentation const presentation = options.presentation(std::filesystem::path(series.file).filename());
     if (options.json) {

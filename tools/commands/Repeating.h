@@ -28,6 +28,9 @@ struct RepeatOptions {
 // `end`: what has ended it, AllDone: nothing.
 Series repeatWatched(Scenario const& scenario, Repetition repetition, End& end);
 
+// The exit status of what a signal has ended.
+int statusOf(End end);
+
 // Tells what many runs came to in every form that was asked for. False when not all of it could be told.
 bool tell(Series const& series, ViewOptions& options);
 

@@ -1,11 +1,13 @@
 #include "commands/SweepCommand.h"
 
 #include "commands/CommonOptions.h"
+#include "commands/Outputs.h"
 #include "commands/Repeating.h"
+#include "commands/SourceTexts.h"
 #include "commands/Terminal.h"
-#include "files/OutputFile.h"
 #include "scenario/ScenarioReader.h"
 #include "series/Sweep.h"
+#include "views/SweepPage.h"
 #include "views/SweepReport.h"
 
 #include <zeqcam/board/QosFile.h>
@@ -13,16 +15,16 @@
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
-#include <exception>
 #include <filesystem>
 #include <iostream>
 #include <memory>
 #include <optional>
 #include <stdexcept>
 #include <string>
-#include <system_error>
+#include <utility>
 #include <vector>
 
 namespace zeqcam::tool {
@@ -40,7 +42,7 @@ struct SweepOptions {
     std::size_t repeat = 1;
     bool real = false;
     std::optional<std::uint64_t> seed;
-    std::string svg;
+    Outputs outputs{{"svg", "html"}};
     bool json = false;
     std::optional<int> width;
 };
@@ -60,61 +62,51 @@ void addOptions(CLI::App& app, SweepOptions& options) {
         ->check(CLI::Range(std::size_t{1}, kMostRuns).description(""));
     addSeed(app, options.seed, "The seed of the first run, instead of the file's.");
     app.add_flag("--real", options.real, "Run in real time; else in virtual time.");
-    app.add_option("--svg", options.svg, "Write a picture of what the requests took.")->type_name("FILE");
+    options.outputs.addOptions(app);
+    app.get_option("--svg")->description("Write a picture of what the requests took.");
     app.add_flag("--json", options.json, "Print the same as JSON, and nothing else.");
     addWidth(app, options.width);
     app.footer(kSweepFooter + ('\n' + std::string(kExitCodes)));
 }
 
-Scenario scenarioWith(SweepOptions const& options, std::vector<std::string> const& settings) {
-    Reading reading = readScenarioFile(options.file, settings);
-    if (!reading.faults.empty()) throw CannotOpen(faultText(reading.faults.front(), options.file));
-    if (options.seed) reading.scenario.settings.seed = *options.seed;
-    return std::move(reading.scenario);
-}
-
-// What is wrong with any of the values is known before the first run.
-std::vector<Scenario> scenariosOf(SweepOptions const& options, Sweep& sweep) {
+// What is wrong with any of the values is known before the first run. `files`: gets those that the scenario
+// includes too.
+std::vector<Scenario> scenariosOf(SweepOptions const& options, Sweep& sweep,
+                                  std::vector<std::string>& files) {
     std::vector<Scenario> scenarios;
     for (auto const& values : combinationsOf(sweep.axes)) {
         std::vector<std::string> settings;
         for (std::size_t i = 0; i < values.size(); ++i)
             settings.push_back(sweep.axes[i].path + '=' + values[i]);
-        scenarios.push_back(scenarioWith(options, settings));
+        Reading reading = readScenarioFile(options.file, settings);
+        if (!reading.faults.empty()) throw CannotOpen(faultText(reading.faults.front(), options.file));
+        if (options.seed) reading.scenario.settings.seed = *options.seed;
+        scenarios.push_back(std::move(reading.scenario));
+        for (std::string& included : reading.included) {
+            if (std::find(files.begin(), files.end(), included) == files.end())
+                files.push_back(std::move(included));
+        }
         sweep.points.push_back({values, {}});
     }
     return scenarios;
 }
 
-int statusOf(End end) {
-    switch (end) {
-        case End::HungUp:
-            return kHungUp;
-        case End::Quit:
-            return kQuit;
-        case End::Terminated:
-            return kTerminated;
-        default:
-            return kInterrupted;
-    }
-}
-
 // False when not all could be written.
-bool tell(Sweep const& sweep, SweepOptions const& options, std::optional<OutputFile>& svg) {
-    Presentation presentation = presentationOn(STDOUT_FILENO, options.width);
+bool tell(Sweep const& sweep, SweepOptions& options, std::vector<Source> sources) {
+    std::ostream& text = options.json || options.outputs.takeOutput() ? std::cerr : std::cout;
+    Presentation presentation =
+        presentationOn(&text == &std::cout ? STDOUT_FILENO : STDERR_FILENO, options.width);
     presentation.title = std::filesystem::path(sweep.file).filename();
+    presentation.sources = std::move(sources);
     if (options.json) {
         writeSweepFile(sweep, std::cout);
     } else {
-        writeSweepReport(sweep, presentation, std::cout);
+        writeSweepReport(sweep, presentation, text);
     }
-    bool isWritten = true;
-    try {
-        if (svg) svg->write([&](std::ostream& out) { writeSweepSvg(sweep, presentation, out); });
-    } catch (std::exception const& error) {
-        complain(error.what());
-        isWritten = false;
-    }
+    bool const isWritten = options.outputs.write([&](View const& view, std::ostream& out) {
+        view.option == "svg" ? writeSweepSvg(sweep, presentation, out)
+                             : writeSweepPage(sweep, presentation, out);
+    });
     if (!std::cout.flush()) complain("the output cannot be written");
     return isWritten && std::cout;
 }
@@ -122,25 +114,27 @@ bool tell(Sweep const& sweep, SweepOptions const& options, std::optional<OutputF
 int run(SweepOptions& options) try {
     Sweep sweep{options.file, {}, options.repeat, {}};
     for (std::string const& setting : options.settings) sweep.axes.push_back(sweepAxisOf(setting));
-    auto const scenarios = scenariosOf(options, sweep);
-    std::error_code none;
-    if (!options.svg.empty() && std::filesystem::equivalent(options.svg, options.file, none))
-        throw CannotOpen(options.svg + ": would replace " + options.file);
-    std::optional<OutputFile> svg;
-    if (!options.svg.empty()) svg.emplace(options.svg);
+    std::vector<std::string> files{options.file};
+    auto const scenarios = scenariosOf(options, sweep, files);
+    std::vector<Source> sources;
+    if (options.outputs.areAsked()) sources = sourceTexts(options.file, {files.begin() + 1, files.end()});
+    options.outputs.open(files, options.json);
     board::QosFile::provide();  // without it a scenario plays as on a device without one
-    bool hasFailed = false;
-    for (std::size_t i = 0; i < scenarios.size(); ++i) {
-        End end = End::AllDone;
+    End end = End::AllDone;
+    for (std::size_t i = 0; i < scenarios.size() && end == End::AllDone; ++i) {
         Repetition repetition;
         repetition.times = options.repeat;
         repetition.simulates = !options.real;
         sweep.points[i].series = repeatWatched(scenarios[i], repetition, end);
-        if (end != End::AllDone) return statusOf(end);
-        hasFailed = hasFailed || !sweep.points[i].series.failedRuns().empty();
     }
-    bool const isTold = tell(sweep, options, svg);
-    return isTold && !hasFailed ? kAllHeld : kFailed;
+    std::erase_if(sweep.points, [](SweepPoint const& point) { return point.series.runs().empty(); });
+    if (sweep.points.empty()) {
+        complain(options.file + ": was ended before any of its runs");
+        return statusOf(end);
+    }
+    bool const isTold = tell(sweep, options, std::move(sources));
+    if (end != End::AllDone) return statusOf(end);
+    return isTold && runsIn(sweep).failed == 0 ? kAllHeld : kFailed;
 } catch (std::invalid_argument const& error) {
     complain(std::string("--set ") + error.what());
     return kWrongInput;

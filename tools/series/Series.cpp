@@ -24,6 +24,8 @@ void Series::add(RunFigures figures) {
 
 void Series::add(Series const& other) {
     auto const first = static_cast<std::uint32_t>(mRuns.size());
+    if (asked + other.asked > 0)
+        asked = std::max(asked, mRuns.size()) + std::max(other.asked, other.mRuns.size());
     mRuns.insert(mRuns.end(), other.mRuns.begin(), other.mRuns.end());
     for (FailedRun const& failed : other.mFailedRuns)
         mFailedRuns.push_back({failed.run + first, failed.isCutOff, failed.why});

@@ -3,6 +3,7 @@
 #include "text/Printable.h"
 #include "views/SvgDistributions.h"
 #include "views/Table.h"
+#include "views/TerminalTimeline.h"
 
 #include <fmt/format.h>
 
@@ -10,6 +11,7 @@
 #include <cmath>
 #include <cstddef>
 #include <string_view>
+#include <tuple>
 #include <utility>
 
 namespace zeqcam::tool {
@@ -101,7 +103,22 @@ std::string runsText(Series const& series) {
     std::string text = fmt::format("{} {}", fmt::group_digits(runs), runs == 1 ? "run" : "runs");
     if (std::size_t const failed = series.failedRuns().size(); failed > 0)
         text += fmt::format(", {} failed", failed);
+    if (series.asked > runs) text += fmt::format(", {} were not run", fmt::group_digits(series.asked - runs));
     return text;
+}
+
+// "medians of 200 runs".
+std::string figuresText(Series const& series) {
+    std::size_t const runs = series.runs().size();
+    return runs == 1 ? "a single run" : fmt::format("medians of {} runs", fmt::group_digits(runs));
+}
+
+// A single run has no median.
+std::string requestsTitle(Compared const& compared) {
+    std::string const before = figuresText(compared.before);
+    std::string const after = figuresText(compared.after);
+    if (before == after) return fmt::format("Requests in milliseconds, {} on each side", before);
+    return fmt::format("Requests in milliseconds, {} before and {} after", before, after);
 }
 
 // How far it can be relied on.
@@ -130,13 +147,21 @@ void writeComparisonReport(Compared const& compared, Presentation const& present
     Ink const ink{presentation.colours};
     out << "before: " << printable(compared.nameBefore) << ", " << runsText(compared.before) << '\n'
         << "after:  " << printable(compared.nameAfter) << ", " << runsText(compared.after) << '\n';
+    if (compared.areSingleRuns()) {
+        auto const& [before, after] = std::tie(compared.shownBefore, compared.shownAfter);
+        writeTerminalTimelines({{"before: " + compared.nameBefore, &*before.record, before.selection},
+                                {"after: " + compared.nameAfter, &*after.record, after.selection}},
+                               presentation, out);
+    } else if (std::max(compared.before.runs().size(), compared.after.runs().size()) == 1) {
+        out << "No timelines: of a side no more than figures is known.\n";
+    }
     struct Part {
         Of of;
-        char const* title;
+        std::string title;
     };
-    for (auto const& [of, title] : {Part{Of::Request, "Requests, medians in milliseconds"},
-                                    Part{Of::Sensor, "Calls on sensors that changed"},
-                                    Part{Of::Service, "Calls on services that changed"}}) {
+    for (auto const& [of, title] :
+         {Part{Of::Request, requestsTitle(compared)}, Part{Of::Sensor, "Calls on sensors that changed"},
+          Part{Of::Service, "Calls on services that changed"}}) {
         std::vector<Difference const*> rows;
         for (Difference const& each : compared.comparison.differences) {
             if (each.subject.of == of && isWorthALine(each)) rows.push_back(&each);

@@ -44,19 +44,19 @@ std::string prefixOf(NamedSeries const& set, std::size_t sets) {
 }
 
 // What the runs failed by, each with those that did.
+void addFindings(NamedSeries const& set, std::string const& prefix, ordered_json& findings) {
+    std::map<std::string, std::vector<std::uint32_t>> runs;
+    for (Series::FailedRun const& failed : set.series->failedRuns()) runs[failed.why].push_back(failed.run);
+    for (auto const& [why, failed] : runs) {
+        findings.push_back({{"weight", "error"},
+                            {"what", fmt::format("{} of {}", failed.size(), set.series->runs().size())},
+                            {"text", fmt::format("{}{} ({})", prefix, why, namedRuns(*set.series, failed))}});
+    }
+}
+
 ordered_json findingsOf(std::vector<NamedSeries> const& sets) {
     ordered_json findings = ordered_json::array();
-    for (NamedSeries const& set : sets) {
-        std::map<std::string, std::vector<std::uint32_t>> runs;
-        for (Series::FailedRun const& failed : set.series->failedRuns())
-            runs[failed.why].push_back(failed.run);
-        for (auto const& [why, failed] : runs) {
-            findings.push_back({{"weight", "error"},
-                                {"what", fmt::format("{} of {}", failed.size(), set.series->runs().size())},
-                                {"text", fmt::format("{}{} ({})", prefixOf(set, sets.size()), why,
-                                                     namedRuns(*set.series, failed))}});
-        }
-    }
+    for (NamedSeries const& set : sets) addFindings(set, prefixOf(set, sets.size()), findings);
     return findings;
 }
 
@@ -97,6 +97,7 @@ std::vector<Subject> subjectsOf(std::vector<NamedSeries> const& sets, Of of) {
 ordered_json differenceOf(std::vector<std::vector<double>> const& sorted) {
     if (sorted.size() != 2 || sorted[0].empty() || sorted[1].empty()) return {};
     std::string const difference = fmt::format("{:+.2f} ms", medianOf(sorted[1]) - medianOf(sorted[0]));
+    if (std::max(sorted[0].size(), sorted[1].size()) == 1) return difference;
     if (std::min(sorted[0].size(), sorted[1].size()) < kFewestForConfidence)
         return difference + ", of too few runs to tell it from chance";
     Interval const interval = differenceOfMedians(sorted[0], sorted[1]);
@@ -176,6 +177,41 @@ ordered_json axisValues(std::vector<NamedSeries> const& values) {
     return areNumbers ? numbers : names;
 }
 
+// As many as colours tell apart.
+constexpr std::size_t kMostLinesOfAPlot = 6;
+
+struct PlottedLine {
+    ordered_json json;
+    double change;  // of its medians
+};
+
+// What changes the most first; not what took no time.
+std::vector<PlottedLine> plottedLines(std::vector<NamedSeries> const& values) {
+    std::vector<PlottedLine> lines;
+    for (Subject const& subject : subjectsOf(values, Of::Request)) {
+        ordered_json line{{"name", textOf(subject)}};
+        std::vector<double> medians;
+        double longest = 0;
+        for (NamedSeries const& value : values) {
+            Measured const* const measured = value.series->find(subject);
+            std::vector<double> const times = measured ? sortedTimes(*measured) : std::vector<double>();
+            for (auto const& [member, share] : {std::pair{"y", 0.5}, {"low", 0.1}, {"high", 0.9}})
+                line[member].push_back(times.empty() ? ordered_json()
+                                                     : ordered_json(quantileOf(times, share)));
+            if (times.empty()) continue;
+            medians.push_back(medianOf(times));
+            longest = std::max(longest, times.back());
+        }
+        if (longest <= 0) continue;
+        auto const [least, most] = std::minmax_element(medians.begin(), medians.end());
+        lines.push_back({std::move(line), *most - *least});
+    }
+    std::stable_sort(lines.begin(), lines.end(), [](PlottedLine const& left, PlottedLine const& right) {
+        return left.change > right.change;
+    });
+    return lines;
+}
+
 }  // namespace
 
 std::vector<PagePart> pageParts(std::vector<NamedSeries> const& sets) {
@@ -189,21 +225,22 @@ std::vector<PagePart> pageParts(std::vector<NamedSeries> const& sets) {
     return parts;
 }
 
+PagePart findingsPart(NamedSeries const& set) {
+    ordered_json findings = ordered_json::array();
+    addFindings(set, set.name + ": ", findings);
+    return {"findings", jsonText(findings)};
+}
+
 PagePart plotsPart(std::string const& what, std::vector<NamedSeries> const& values) {
+    std::vector<PlottedLine> const lines = plottedLines(values);
+    std::size_t const shown = std::min(lines.size(), kMostLinesOfAPlot);
     ordered_json series = ordered_json::array();
-    for (Subject const& subject : subjectsOf(values, Of::Request)) {
-        ordered_json line{{"name", textOf(subject)}};
-        for (NamedSeries const& value : values) {
-            Measured const* const measured = value.series->find(subject);
-            std::vector<double> const times = measured ? sortedTimes(*measured) : std::vector<double>();
-            for (auto const& [member, share] : {std::pair{"y", 0.5}, {"low", 0.1}, {"high", 0.9}})
-                line[member].push_back(times.empty() ? ordered_json()
-                                                     : ordered_json(quantileOf(times, share)));
-        }
-        series.push_back(std::move(line));
-    }
+    for (std::size_t i = 0; i < shown; ++i) series.push_back(lines[i].json);
+    std::string note = "The median of the runs, and from 10 % to 90 % of them.";
+    if (shown < lines.size())
+        note += fmt::format(" {} requests that change less are left out.", lines.size() - shown);
     ordered_json const plot{{"title", "What requests took"},
-                            {"note", "The median of the runs, and from 10 % to 90 % of them."},
+                            {"note", std::move(note)},
                             {"x", {{"name", what}, {"values", axisValues(values)}}},
                             {"series", std::move(series)}};
     return {"plots", jsonText(ordered_json::array({plot}))};

@@ -21,7 +21,11 @@ struct NamedSeries {
 // and in which runs.
 std::vector<PagePart> pageParts(std::vector<NamedSeries> const& sets);
 
-// How the medians change with a value, from 10 % to 90 % of the runs around them. `what`: what was set, with
+// What runs failed by, each with those that did, told with their name before it.
+PagePart findingsPart(NamedSeries const& set);
+
+// How the medians change with a value, from 10 % to 90 % of the runs around them, of the requests that change
+// the most. `what`: what was set, with
 // its unit; each name is a value of it, in their order. Where all are numbers, the axis is theirs.
 PagePart plotsPart(std::string const& what, std::vector<NamedSeries> const& values);
 

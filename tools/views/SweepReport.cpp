@@ -76,6 +76,23 @@ ordered_json requestJson(Series const& series, Series::Measured const& measured)
 
 }  // namespace
 
+std::string valuesText(SweepPoint const& point) {
+    std::string text;
+    for (std::string const& value : point.values) text += (text.empty() ? "" : " ") + value;
+    return text;
+}
+
+SweptRuns runsIn(Sweep const& sweep) {
+    SweptRuns runs;
+    runs.asked = sweep.repeat;
+    for (SweepAxis const& axis : sweep.axes) runs.asked *= axis.values.size();
+    for (SweepPoint const& point : sweep.points) {
+        runs.done += point.series.runs().size();
+        runs.failed += point.series.failedRuns().size();
+    }
+    return runs;
+}
+
 void writeSweepReport(Sweep const& sweep, Presentation const& presentation, std::ostream& out) {
     Ink const ink{presentation.colours};
     std::string same;
@@ -91,10 +108,9 @@ void writeSweepReport(Sweep const& sweep, Presentation const& presentation, std:
             << tableOf(sweep, request, presentation).text(ink, presentation.columns) << '\n';
     }
     if (!same.empty()) out << "The same for all values: " << same << '\n';
-    std::size_t failed = 0;
-    for (SweepPoint const& point : sweep.points) failed += point.series.failedRuns().size();
-    std::size_t const runs = sweep.points.size() * sweep.repeat;
-    out << fmt::format("{} run{}, {} failed\n", runs, runs == 1 ? "" : "s", failed);
+    SweptRuns const runs = runsIn(sweep);
+    out << fmt::format("{} run{}, {} failed", runs.done, runs.done == 1 ? "" : "s", runs.failed)
+        << (runs.done < runs.asked ? fmt::format(", and {} were not run\n", runs.asked - runs.done) : "\n");
     for (SweepPoint const& point : sweep.points) {
         if (point.series.failedRuns().empty()) continue;
         std::string values;

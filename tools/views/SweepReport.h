@@ -3,9 +3,22 @@
 #include "series/Sweep.h"
 #include "views/View.h"
 
+#include <cstddef>
 #include <ostream>
+#include <string>
 
 namespace zeqcam::tool {
+
+// The values that a point stands for: "60", or of several axes "60 queued".
+std::string valuesText(SweepPoint const& point);
+
+// As many as have been run, and as were to be.
+struct SweptRuns {
+    std::size_t done = 0;
+    std::size_t failed = 0;
+    std::size_t asked = 0;
+};
+SweptRuns runsIn(Sweep const& sweep);
 
 // For each request that the values change: what it took with each of them, and a bar. The others in a line.
 void writeSweepReport(Sweep const& sweep, Presentation const& presentation, std::ostream& out);
