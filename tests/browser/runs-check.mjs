@@ -1,17 +1,18 @@
 // Opens pages of what was compared and swept, and checks what a reader relies on: what is worse stands first, two runs
 // stand under each other on one scale, a filter hides one of them, a plot can be read, nothing of the data acts.
 //
-//     node runs-check.mjs SINGLE.html MANY.html SWEEP.html [FOLDER]
+//     node runs-check.mjs SINGLE.html MANY.html SWEEP.html HOSTILE.html [FOLDER]
 //
-// of phone.toml compared with slow-main.toml, of many runs of both, and of a sweep of phone.toml. FOLDER takes pictures.
+// of phone.toml compared with one whose main sensor is slow, of many runs of both, of a sweep of phone.toml, and of
+// hostile.toml compared with itself. FOLDER takes pictures.
 // The exit status is 1 when a check fails.
 import assert from 'node:assert/strict';
 import { join } from 'node:path';
 import { check, dataOf, faults, finish, open, settle, textsOf } from './pages.mjs';
 
-const [single, many, sweep, pictures] = process.argv.slice(2);
-if (!sweep) {
-  console.error('usage: node runs-check.mjs SINGLE.html MANY.html SWEEP.html [FOLDER]');
+const [single, many, sweep, hostile, pictures] = process.argv.slice(2);
+if (!hostile) {
+  console.error('usage: node runs-check.mjs SINGLE.html MANY.html SWEEP.html HOSTILE.html [FOLDER]');
   process.exit(2);
 }
 
@@ -83,6 +84,12 @@ const checks = [
     const points = await page.locator('.plot polyline').evaluateAll((lines) => lines.map((line) => line.points.length));
     assert.ok(points.length > 1 && points.every((count) => count === values), points.join());
     assert.equal((await page.locator('.legend li').count()), points.length);
+  }],
+  [hostile, 'nothing of the data acts', async (page) => {
+    assert.equal(await page.evaluate(() => globalThis.hacked), undefined);
+    assert.equal(await page.evaluate(() => document.images.length), 0);
+    const names = await namesOf(page);
+    assert.equal(names.filter((name) => name === '<img src=x onerror=hacked=1>').length, 2, names.join());
   }],
 ];
 
