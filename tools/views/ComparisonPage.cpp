@@ -1,6 +1,6 @@
 #include "views/ComparisonPage.h"
-#include "text/JsonText.h"
 
+#include "text/JsonText.h"
 #include "views/Page.h"
 #include "views/SeriesPage.h"
 

@@ -1,7 +1,7 @@
 #include "views/SweepPage.h"
-#include "text/JsonText.h"
 
 #include "series/Statistics.h"
+#include "text/JsonText.h"
 #include "views/Page.h"
 #include "views/SeriesPage.h"
 #include "views/SweepReport.h"
