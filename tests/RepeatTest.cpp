@@ -182,12 +182,55 @@ TEST(Repeat, TellsWhatFailedAndTheCommandThatRepeatsIt) {
              {kByChance, "--simulate --repeat 2 --seed 4294967295", 2,
               "--repeat: 2 seeds from 4294967295 on"},
              {kByChance, "--repeat 2 --trace /dev/null", 2, "--trace: is of one run"},
-             {kByChance, "--repeat 2 --from 3", 2, "--repeat excludes --from"},
+             {kByChance, "--repeat 2 --client nobody", 2, "the scenario has no client nobody"},
+             {kByChance, "--repeat 2 --from 9 --to 3", 2, "--to: must be later than --from"},
              {kByChance, "--repeat 0", 2, "--repeat"},
              {kByChance, "--jobs 2", 2, "--jobs requires --repeat"}}) {
         auto const ran = runScenario(text, options);
         EXPECT_EQ(ran.status, status) << options << '\n' << ran.output;
         EXPECT_THAT(ran.output, ContainsRegex(told)) << options;
+    }
+}
+
+// What the runs tell of requests, sensors and expectations.
+std::string toldIn(json const& all) {
+    std::string told;
+    for (auto const& [key, what] : {std::pair{"requests", "request"},
+                                    {"sensors", "sensor"},
+                                    {"links", "link"},
+                                    {"expectations", "client"}}) {
+        for (json const& each : all.at(key)) told += each.at(what).get<std::string>() + ", ";
+        told += "; ";
+    }
+    return told;
+}
+
+TEST(Repeat, TellsOfWhatIsChosenAndFailsForAll) {
+    std::string const text = R"(
+        sensor = [{ id = 0, name = "main", power_on_ms = 40, power_off_ms = 4 }, { id = 1, name = "front", power_on_ms = 20, power_off_ms = 4 }]
+        controller = [{ name = "c", sensors = [0, 1] }]
+        [[client]]
+        name = "app"
+        controller = "c"
+        steps = [{ power_on = [0], expect = false }, { power_off = [0] }]
+        [[client]]
+        name = "face"
+        controller = "c"
+        steps = [{ sleep_ms = 90 }, { power_on = [1], expect = true }, { power_off = [1] }]
+    )";
+    for (auto const& [options, told] : std::vector<std::pair<std::string, std::string>>{
+             {"--client app",
+              "power on main, power off main, ; main, main, ; sensor power-on main, sensor "
+              "power-off main, ; app, ; "},
+             {"--sensor front",
+              "power on front, power off front, ; front, front, ; sensor power-on front, sensor power-off "
+              "front, ; face, ; "},
+             {"--sensor front --client app", "; front, front, ; ; ; "},
+             {"--to 5", "power on main, ; main, ; sensor power-on main, ; app, ; "},
+             {"--from 100 --to 105", "power on front, ; front, ; sensor power-on front, ; face, ; "}}) {
+        json const all = resultOf(text, "--simulate --repeat 2 " + options);
+        EXPECT_EQ(toldIn(all), told) << options;
+        EXPECT_EQ(all.at("verdict"), "failed") << options;
     }
 }
 

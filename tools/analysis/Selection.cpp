@@ -1,8 +1,9 @@
 #include "analysis/Selection.h"
 
+#include "analysis/ChosenNames.h"
+
 #include <algorithm>
 #include <set>
-#include <utility>
 
 namespace zeqcam::tool {
 namespace {
@@ -13,30 +14,14 @@ class Chosen {
     Chosen(Record const& record, Selection const& selection)
         : mBegin(record.begin + selection.from.value_or(std::chrono::nanoseconds(0))),
           mEnd(selection.to ? record.begin + *selection.to : Instant::max()),
-          mAll(selection.clients.empty() && selection.sensors.empty()),
-          mSensors(selection.sensors.begin(), selection.sensors.end()) {
-        for (std::uint32_t index = 0; index < record.clients.size(); ++index) {
-            auto const& names = selection.clients;
-            bool const named =
-                std::find(names.begin(), names.end(), record.nameOfClient(index)) != names.end();
-            if (named) mClients.insert(index);
-        }
-        for (Request const& request : record.requests) {
-            auto const sensors = request.sensors.value_or(std::vector<int>());
-            if (selection.sensors.empty() && mClients.contains(request.client))
-                mSensors.insert(sensors.begin(), sensors.end());
-            bool const asks = std::any_of(sensors.begin(), sensors.end(),
-                                          [this](int sensor) { return mSensors.contains(sensor); });
-            if (selection.clients.empty() && asks) mClients.insert(request.client);
-        }
-    }
+          mNames(record, selection) {}
 
     [[nodiscard]] Instant begin() const { return mBegin; }
     [[nodiscard]] Instant end() const { return mEnd; }
-    [[nodiscard]] bool hasSensor(int sensor) const { return mAll || mSensors.contains(sensor); }
+    [[nodiscard]] bool hasSensor(int sensor) const { return mNames.hasSensor(sensor); }
     [[nodiscard]] bool has(Row const& row) const {
-        return mAll || ((!row.client || mClients.contains(*row.client)) &&
-                        (!row.sensor || mSensors.contains(*row.sensor)));
+        return (!row.client || mNames.hasClient(*row.client)) &&
+               (!row.sensor || mNames.hasSensor(*row.sensor));
     }
     // `inClient`: what a client's thread does is its requests', whichever sensors they name.
     [[nodiscard]] bool has(Section const& section, bool inClient) const {
@@ -47,9 +32,7 @@ class Chosen {
   private:
     Instant mBegin;
     Instant mEnd;
-    bool mAll;
-    std::set<int> mSensors;
-    std::set<std::uint32_t> mClients;
+    ChosenNames mNames;
 };
 
 void keepChosen(std::vector<Section>& sections, Chosen const& chosen, bool inClient) {

@@ -62,8 +62,6 @@ void addOptions(CLI::App& app, ReadOptions& options) {
     app.add_flag("--json", options.json, "Print what was read as JSON, and nothing else.");
     options.addStrictness(app);
     options.addSelection(app);
-    for (char const* const ofOneRun : {"--client", "--sensor", "--from", "--to"})
-        app.get_option(ofOneRun)->excludes("--repeat");
     app.footer(std::string(reachTable()) + kExitStatus);
 }
 
@@ -152,7 +150,8 @@ int tellCycles(std::vector<ReadProcess> const& processes, ReadOptions& options) 
     series.file = options.files.front();
     for (ReadProcess const& each : processes) {
         series.clock = each.record.clock;
-        for (RunFigures& run : figuresOfCycles(each.record, options.strictness, series.runs().size() + 1))
+        for (RunFigures& run :
+             figuresOfCycles(each.record, options.strictness, series.runs().size() + 1, options.selection))
             series.add(std::move(run));
     }
     if (series.runs().empty()) {
@@ -185,9 +184,9 @@ int run(ReadOptions& options) {
     }
     if (processes.empty()) return complainOfNothing(evidence, options);
     for (std::string const& found : evidence.found) complain(found);
-    if (options.repeat) return tellCycles(processes, options);
-    requireOne(processes, options);
+    if (!options.repeat) requireOne(processes, options);
     select(processes, options);
+    if (options.repeat) return tellCycles(processes, options);
     bool holds = true;
     for (ReadProcess const& each : processes) {
         auto const broken = brokenRulesOf(each.record, options.strictness);

@@ -103,8 +103,6 @@ void addOptions(CLI::App& app, RunOptions& options) {
         app.get_option(ofOneRun)->excludes(app.get_option("--repeat"));
     options.addStrictness(app);
     options.addSelection(app);
-    for (char const* const ofOneRun : {"--client", "--sensor", "--from", "--to"})
-        app.get_option(ofOneRun)->excludes(app.get_option("--repeat"));
     auto* const verbose = app.add_flag(
         "-v,--verbose", [&options](std::int64_t) { options.detailsLevel = kAll; },
         "Log debug lines too, whatever the file says.");
@@ -227,6 +225,7 @@ int playMany(Scenario const& scenario, RunOptions& options) {
                                    .simulates = options.simulate,
                                    .limit = limitOf(options),
                                    .strictness = options.strictness,
+                                   .selection = options.selection,
                                    .progress = {},
                                    .isCancelled = {}},
                                   end);

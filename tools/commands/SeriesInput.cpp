@@ -37,6 +37,7 @@ InputRuns played(std::string const& path, SeriesInput const& input) {
                                 {.times = input.repeat,
                                  .jobs = input.jobs,
                                  .strictness = input.strictness,
+                                 .selection = {},
                                  .progress = {},
                                  .isCancelled = {}},
                                 runs.end);

@@ -11,6 +11,10 @@ void keepMemorySmall() {
     mallopt(M_MMAP_THRESHOLD, kLarge);
 }
 
+void keepOneHeap() {
+    mallopt(M_ARENA_MAX, 1);
+}
+
 void giveMemoryBack() {
     malloc_trim(0);
 }

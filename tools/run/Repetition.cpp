@@ -8,8 +8,6 @@
 #include "series/FiguresBytes.h"
 #include "text/TimeText.h"
 
-#include <malloc.h>
-
 #include <cstdint>
 #include <ostream>
 #include <string>
@@ -22,9 +20,9 @@ namespace {
 RunFigures playOnce(Scenario const& scenario, Repetition const& repetition) {
     std::uint64_t const seed = scenario.settings.seed;
     if (repetition.simulates) {
-        mallopt(M_ARENA_MAX, 1);  // one heap for all threads is the fastest to make and to take down
+        keepOneHeap();
         auto* const run = new SimulatedRun(simulate(scenario, seed, repetition.limit));
-        return figuresOf(run->record, repetition.strictness, seed);
+        return figuresOf(run->record, repetition.strictness, seed, repetition.selection);
     }
     keepMemorySmall();
     auto* const watch = new Watch;
@@ -36,7 +34,7 @@ RunFigures playOnce(Scenario const& scenario, Repetition const& repetition) {
     if (!ended)
         record.cutOff = repetition.limit ? "has not ended within " + timeText(*repetition.limit)
                                          : "was ended from outside";
-    return figuresOf(record, repetition.strictness, seed);
+    return figuresOf(record, repetition.strictness, seed, repetition.selection);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "analysis/Selection.h"
 #include "rules/Strictness.h"
 #include "run/Watch.h"
 #include "scenario/Scenario.h"
@@ -19,6 +20,7 @@ struct Repetition {
     bool simulates = true;  // else in real time, one after another, so that they do not disturb each other
     std::optional<std::chrono::nanoseconds> limit;  // of each run, of its own clock
     Strictness strictness;
+    Selection selection;  // of each run
     // Told after each run, on the calling thread; may be empty.
     std::function<void(Series const& soFar)> progress;
     // What has ended all, from outside; may be empty. Asked on the calling thread ten times a second.

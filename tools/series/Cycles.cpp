@@ -98,8 +98,11 @@ std::vector<Cycle> cyclesOf(Record const& record) {
 }
 
 std::vector<RunFigures> figuresOfCycles(Record const& record, Strictness const& strictness,
-                                        std::uint64_t first) {
-    RunFigures const all = figuresOf(record, strictness, first);
+                                        std::uint64_t first, Selection const& selection) {
+    Selection names = selection;
+    names.from.reset();
+    names.to.reset();
+    RunFigures const all = figuresOf(record, strictness, first, names);
     auto const msOf = [&](Instant time) {
         auto const since = floor<std::chrono::microseconds>(time - record.begin);
         return millisecondsOf(since);
@@ -108,6 +111,7 @@ std::vector<RunFigures> figuresOfCycles(Record const& record, Strictness const& 
     for (Cycle const& cycle : cyclesOf(record)) {
         runs.push_back(partOf(all, msOf(cycle.begin), msOf(cycle.end)));
         runs.back().run = first + runs.size() - 1;
+        keepBetween(selection, runs.back());
     }
     return runs;
 }

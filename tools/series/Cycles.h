@@ -1,5 +1,6 @@
 #pragma once
 
+#include "analysis/Selection.h"
 #include "series/RunFigures.h"
 
 #include <cstdint>
@@ -16,8 +17,9 @@ struct Cycle {
 std::vector<Cycle> cyclesOf(Record const& record);
 
 // The figures of each, as if it were a run of its own: what lies between two of them is left out. They are
-// told by their numbers, from `first` on. It fails where it breaks a rule.
+// told by their numbers, from `first` on. It fails where it breaks a rule. Times of the selection are since
+// the cycle's begin.
 std::vector<RunFigures> figuresOfCycles(Record const& record, Strictness const& strictness,
-                                        std::uint64_t first);
+                                        std::uint64_t first, Selection const& selection = {});
 
 }  // namespace zeqcam::tool

@@ -1,6 +1,7 @@
 #include "series/RunFigures.h"
 
 #include "analysis/Chain.h"
+#include "analysis/ChosenNames.h"
 #include "analysis/Outcomes.h"
 #include "analysis/SensorNames.h"
 #include "text/TimeText.h"
@@ -10,6 +11,7 @@
 #include <chrono>
 #include <cstddef>
 #include <map>
+#include <set>
 #include <string_view>
 #include <tuple>
 #include <utility>
@@ -66,19 +68,21 @@ constexpr KindSet kTracing{Kind::TraceTags, Kind::TraceBegin, Kind::TraceEnd};
 
 class Collector {
   public:
-    Collector(Record const& record, RunFigures& into) : mRecord(record), mInto(into) {}
+    Collector(Record const& record, ChosenNames const& chosen, RunFigures& into)
+        : mRecord(record), mChosen(chosen), mInto(into) {}
 
     void addRequests() {
         auto const outcomes = outcomesOf(mRecord);
+        auto const subjects = requestSubjectsOf(mRecord);
         std::vector<Expectation const*> expected(mRecord.requests.size());
         for (Expectation const& each : mRecord.expectations) {
             if (each.request) expected[*each.request] = &each;
         }
         for (std::size_t i = 0; i < mRecord.requests.size(); ++i) {
             Request const& request = mRecord.requests[i];
-            if (request.kind == RequestKind::Sleep) continue;
-            Figure& figure =
-                add(Of::Request, clientOf(mRecord, request.client), whatOf(mRecord, request), request.began);
+            if (request.kind == RequestKind::Sleep || !mChosen.hasRequest(request)) continue;
+            Figure& figure = add(Of::Request, subjects[i].who, subjects[i].what, request.began);
+            figure.subject.nth = subjects[i].nth;
             mFigures[static_cast<std::uint32_t>(i)] = mInto.figures.size() - 1;
             figure.line = request.line;
             if (request.ended) figure.ms = wholeMicroseconds(*request.ended - request.began);
@@ -90,7 +94,7 @@ class Collector {
     void addSensorCalls() {
         std::map<std::uint32_t, std::size_t> open;  // figures, by the threads that are in a call
         for (Event const& event : mRecord.events) {
-            if (kSensorBegins.contains(event.kind) && event.sensor) {
+            if (kSensorBegins.contains(event.kind) && event.sensor && mChosen.hasSensor(*event.sensor)) {
                 Figure& figure = add(Of::Sensor, sensorWord(mRecord, *event.sensor),
                                      std::string(callOf(event.kind)), event.time);
                 figure.failed = true;  // until it ends
@@ -117,6 +121,7 @@ class Collector {
                 open.erase(found);
             }
             if (!kServices.contains(event.kind)) continue;
+            if (event.sensor && !mChosen.hasSensor(*event.sensor)) continue;
             Figure& figure =
                 add(Of::Service, serviceOf(mRecord, event), std::string(callOf(event.kind)), event.time);
             figure.failed = isRefusal(event);
@@ -127,6 +132,8 @@ class Collector {
     void addExpectations() {
         for (Expectation const& each : mRecord.expectations) {
             Request const* const request = each.request ? &mRecord.requests[*each.request] : nullptr;
+            bool const isChosen = request ? mChosen.hasRequest(*request) : mChosen.hasClient(each.client);
+            if (!isChosen) continue;
             Figure& figure = add(Of::Expectation, clientOf(mRecord, each.client),
                                  std::string(nameOf(each.step)), request ? request->began : mRecord.end);
             figure.line = each.line;
@@ -174,6 +181,7 @@ class Collector {
     }
 
     Record const& mRecord;
+    ChosenNames const& mChosen;
     RunFigures& mInto;
     std::map<std::tuple<Of, std::string, std::string>, int> mTimes;
     std::vector<Instant> mBegan;                    // of each figure
@@ -201,18 +209,55 @@ std::string textOf(Subject const& subject) {
     return text;
 }
 
+std::vector<Subject> requestSubjectsOf(Record const& record) {
+    std::map<std::pair<std::string, std::string>, int> times;
+    std::vector<Subject> subjects(record.requests.size());
+    for (std::size_t i = 0; i < subjects.size(); ++i) {
+        Request const& request = record.requests[i];
+        if (request.kind == RequestKind::Sleep) continue;
+        Subject& subject = subjects[i];
+        subject.who = clientOf(record, request.client);
+        subject.what = whatOf(record, request);
+        subject.nth = ++times[{subject.who, subject.what}];
+    }
+    return subjects;
+}
+
 RunFigures figuresOf(Record const& record, Strictness const& strictness, std::uint64_t run) {
+    return figuresOf(record, strictness, run, {});
+}
+
+RunFigures figuresOf(Record const& record, Strictness const& strictness, std::uint64_t run,
+                     Selection const& selection) {
     auto const broken = brokenRulesOf(record, strictness);
     RunFigures figures{.run = run, .verdict = verdictOn(record, broken), .why = {}, .figures = {}};
     if (figures.verdict != Verdict::Passed) figures.why = whyFailed(record, broken);
-    Collector collector(record, figures);
+    ChosenNames const chosen(record, selection);
+    Collector collector(record, chosen, figures);
     collector.addRequests();
     collector.addSensorCalls();
     collector.addServiceCalls();
     collector.addExpectations();
     collector.addLinks();
     collector.addBrokenRules(broken);
+    keepBetween(selection, figures);
     return figures;
+}
+
+void keepBetween(Selection const& selection, RunFigures& run) {
+    auto const milli = [](std::chrono::nanoseconds time) {
+        return std::chrono::duration<double, std::milli>(time).count();
+    };
+    std::set<std::string> gone;  // requests, as links name them
+    std::erase_if(run.figures, [&](Figure const& figure) {
+        if (figure.subject.of == Of::Rule) return false;
+        if (figure.subject.of == Of::Link) return gone.contains(figure.subject.who);
+        bool const endsBefore =
+            selection.from && figure.ms && figure.beganMs + *figure.ms < milli(*selection.from);
+        bool const isOutside = endsBefore || (selection.to && figure.beganMs > milli(*selection.to));
+        if (isOutside && figure.subject.of == Of::Request) gone.insert(textOf(figure.subject));
+        return isOutside;
+    });
 }
 
 }  // namespace zeqcam::tool

@@ -12,6 +12,8 @@
 
 namespace zeqcam::tool {
 
+struct Selection;
+
 // What a figure is of. Runs are matched by it: no time and no id of a thread stands in it.
 struct Subject {
     enum class Of : std::uint8_t {
@@ -38,6 +40,9 @@ struct Subject {
 // "camera app: power on tele (2)": the second of the run.
 std::string textOf(Subject const& subject);
 
+// By what each request of a record is matched with those of others; of a sleep: by nothing.
+std::vector<Subject> requestSubjectsOf(Record const& record);
+
 // What a run tells of one subject.
 struct Figure {
     Subject subject;
@@ -59,5 +64,14 @@ struct RunFigures {
 
 // `run`: what the figures are told by.
 RunFigures figuresOf(Record const& record, Strictness const& strictness, std::uint64_t run);
+
+// The same of what is chosen: each keeps its number among its kind. The verdict and broken rules are the
+// run's, whatever is chosen.
+RunFigures figuresOf(Record const& record, Strictness const& strictness, std::uint64_t run,
+                     Selection const& selection);
+
+// Leaves those in that end after the selection's begin and begin before its end, since the run's begin; what
+// has not ended goes on. A request's links go with it.
+void keepBetween(Selection const& selection, RunFigures& run);
 
 }  // namespace zeqcam::tool
