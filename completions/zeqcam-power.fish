@@ -83,6 +83,7 @@ complete -c zeqcam-power -n "$causes" -l to -x -d 'Tell of what begins before th
 complete -c zeqcam-power -n "$causes" -l pid -x -d 'Take this process only'
 complete -c zeqcam-power -n "$causes" -l seed -x -d 'The seed of the first run'
 complete -c zeqcam-power -n "$causes" -l repeat -x -d 'Play each scenario so often'
+complete -c zeqcam-power -n "$causes" -l cycles -d 'Take each power cycle of a log as a run'
 complete -c zeqcam-power -n "$chain" -l full -d 'Tell every request and link'
 complete -c zeqcam-power -n "$causes" -l json -d 'Print the same as JSON'
 complete -c zeqcam-power -n "$causes" -l html -r -F -d 'Write all of it as a page for a browser'

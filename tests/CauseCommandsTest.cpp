@@ -1,4 +1,5 @@
 // `chain` and `blame`, which tell what requests waited for, of whatever holds them.
+#include "ScenarioTexts.h"
 #include "ToolRuns.h"
 
 #include <gmock/gmock.h>
@@ -6,6 +7,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <map>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
@@ -97,7 +99,8 @@ TEST(ChainCommand, KnowsFilesByTheirContent) {
 }
 
 TEST(ChainCommand, GivesProgramsTheSame) {
-    auto const json = nlohmann::json::parse(runTool("chain '" + kPhone + "' --repeat 2 --json").output);
+    auto const json =
+        nlohmann::json::parse(runTool("chain '" + kPhone + "' '" + kPhone + "' --seed 2 --json").output);
     EXPECT_EQ(json["records"][1]["seed"], 2);
     auto const& slowest = json["records"][0]["requests"][0];
     EXPECT_EQ(slowest["request"], "power on");
@@ -105,6 +108,122 @@ TEST(ChainCommand, GivesProgramsTheSame) {
     EXPECT_EQ(slowest["links"][0]["kind"], "sensor power-on");
     EXPECT_EQ(slowest["without_slowest_ms"], 43.0);
     EXPECT_EQ(slowest["retries"][0]["retry"]["request"], "power on");
+}
+
+// Of a scenario in which chance has it which link is the slowest.
+std::string const kVaried = "chain '" ZEQCAM_EXAMPLES_DIR "/cold-start.toml' --request 'power on' ";
+
+TEST(ChainCommand, SumsUpTheChainsOfManyRuns) {
+    constexpr int kRuns = 6;
+    std::map<std::string, std::vector<double>> links;  // of the first power-on, in each run that has it
+    double longest = 0;
+    int slowest = 0;
+    for (int seed = 11; seed < 11 + kRuns; ++seed) {
+        auto const one =
+            nlohmann::json::parse(runTool(kVaried + "--json --seed " + std::to_string(seed)).output);
+        for (auto const& request : one["records"][0]["requests"]) {
+            if (request["began_ms"] != 0.0) continue;
+            if (request["ms"] > longest) slowest = seed;
+            longest = std::max(longest, request["ms"].get<double>());
+            for (auto const& link : request["links"]) links[link["what"]].push_back(link["ms"]);
+        }
+    }
+    auto const all = nlohmann::json::parse(runTool(kVaried + "--json --seed 11 --repeat 6").output);
+    EXPECT_EQ(all["runs"], kRuns);
+    auto const& first = *std::find_if(all["requests"].begin(), all["requests"].end(),
+                                      [](auto const& request) { return request["nth"] == 1; });
+    EXPECT_EQ(first["request"], "power on main wide tele");
+    EXPECT_EQ(first["runs"], kRuns);
+    EXPECT_EQ(first["longest_ms"], longest);
+    EXPECT_EQ(first["slowest"]["seed"], slowest);
+    ASSERT_EQ(first["links"].size(), links.size());
+    EXPECT_GT(links.size(), 4U) << "of one link there is nothing to sum up";
+    double inSlowest = 0;
+    for (auto const& link : first["links"]) {
+        auto times = links[link["link"]];
+        std::sort(times.begin(), times.end());
+        EXPECT_EQ(link["runs"], times.size()) << link;
+        double const median = (times[times.size() / 2] + times[(times.size() - 1) / 2]) / 2;
+        EXPECT_NEAR(link["median_ms"].get<double>(), median, 1e-6) << link;
+        EXPECT_EQ(link["longest_ms"], times.back()) << link;
+        inSlowest += link["in_slowest_ms"].get<double>();
+    }
+    EXPECT_NEAR(inSlowest, longest, 1e-6) << "the links of the slowest add up to it";
+}
+
+TEST(ChainCommand, ShowsManyRunsRequestByRequestAndOnAPage) {
+    Folder const folder;
+    Ran const ran = runTool("chain '" + kPhone + "' --repeat 3 --seed 5 --html " + folder.path("page.html"));
+    EXPECT_EQ(ran.status, 0);
+    EXPECT_THAT(ran.output, HasSubstr("phone.toml, 3 runs, times in milliseconds\n\n"
+                                      "camera app: power on main wide tele\n"
+                                      "  MEDIAN  LONGEST  RUNS  SLOWEST  WAITED FOR\n"
+                                      "    48.0     48.0     3     48.0  all of it\n"
+                                      "    48.0     48.0     3     48.0  main's power-on\n"
+                                      "  the slowest, seed 5: power on main wide tele 48.0 ms: main 48.0; "
+                                      "43.0 without main, by tele; tele failed after 43.0"));
+    std::string const page = folder.text("page.html");
+    EXPECT_THAT(page, HasSubstr("[\"camera app: power on main wide tele\",\"main's "
+                                "power-on\",48.0,48.0,3,48.0,\"seed 5\"]"));
+    EXPECT_THAT(page, HasSubstr("\"blame\":"));
+}
+
+TEST(ChainCommand, ChoosesRequestsOfManyRunsByEachRunsClock) {
+    struct {
+        char const* options;
+        char const* shown;
+        char const* hidden;
+    } const cases[] = {
+        {"--client 'face unlock'", "face unlock: power on front\n", "camera app"},
+        {"--sensor tele", "power off tele\n", "front"},
+        {"--from 130", "power off main wide tele\n", "power on"},
+        {"--to 10", "power on front\n", "power off"},
+    };
+    for (auto const& [options, shown, hidden] : cases) {
+        Ran const ran = runTool("chain '" + kPhone + "' --repeat 3 " + options);
+        EXPECT_EQ(ran.status, 0) << options;
+        EXPECT_THAT(ran.output, AllOf(HasSubstr(shown), Not(HasSubstr(hidden)))) << options;
+    }
+    EXPECT_EQ(runTool("chain '" + kPhone + "' --repeat 3 --client nobody").status, 2);
+}
+
+// Threads of a run that hangs stay in its process.
+TEST(CauseCommands, GoOnAfterARunInWhichNobodyCan) {
+    Folder const folder;
+    std::string const hangs =
+        folder.put("hangs.toml", withSensor("power_on_hangs = true", "{ sleep_ms = 5 }, { power_on = [0] }"));
+    Ran const both = runTool("chain " + hangs + " '" + kPhone + "'");
+    EXPECT_EQ(both.status, 0) << both.output;
+    EXPECT_THAT(both.output, AllOf(HasSubstr("the run cannot end: no thread can go on\n"),
+                                   HasSubstr("camera app: power on main wide tele, 48.0 ms, from 0.0 on")));
+    Ran const many =
+        runTool("blame " + hangs + " '" + kPhone + "' --repeat 3 --html " + folder.path("x.html"));
+    EXPECT_EQ(many.status, 0) << many.output;
+    EXPECT_THAT(many.output, HasSubstr(" of 6 runs, "));
+}
+
+// Twice on and off, of which what lies between belongs to neither.
+TEST(CauseCommands, TakeThePowerCyclesOfATraceAsRuns) {
+    Folder const folder;
+    std::string const trace = folder.path("trace.json");
+    std::string const cycle = "{ power_on = [0] }, { power_off = [0] }, { sleep_ms = 5 }";
+    auto const scenario =
+        folder.put("twice.toml", withSensor("power_on_ms = [40, 50]", cycle + ", " + cycle));
+    ASSERT_EQ(runTool("run " + scenario + " --simulate --trace " + trace).status, 0);
+    auto const chains = nlohmann::json::parse(runTool("chain --cycles --json " + trace).output);
+    EXPECT_EQ(chains["runs"], 2);
+    EXPECT_EQ(chains["requests"][0]["runs"], 2);
+    EXPECT_EQ(chains["requests"][0]["nth"], 1);
+    int const slowest = chains["requests"][0]["slowest"]["cycle"];
+    auto const one = nlohmann::json::parse(runTool("chain --json " + trace).output)["records"][0]["requests"];
+    EXPECT_EQ(one[0]["began_ms"] == 0.0, slowest == 1) << "the slowest comes first";
+    EXPECT_EQ(chains["requests"][0]["longest_ms"], one[0]["ms"]);
+    EXPECT_THAT(runTool("blame --cycles " + trace + " --to 1").output, HasSubstr(": 2 requests of 2 runs, "))
+        << "the power-on of each, by its own clock";
+    std::string const log = folder.put("log.txt", kLog);
+    Ran const none = runTool("chain --cycles " + log);
+    EXPECT_EQ(none.status, 2);
+    EXPECT_THAT(none.output, HasSubstr("no power cycle has ended"));
 }
 
 TEST(BlameCommand, TellsWhereTheTimeWentAndWhatTookMostFirst) {

@@ -36,6 +36,12 @@ std::string whereOf(Record const& record, Chain const& chain, Link const& link) 
     return "?";
 }
 
+nanoseconds medianOf(std::vector<nanoseconds>& times) {
+    auto const middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
+    std::nth_element(times.begin(), middle, times.end());
+    return times.size() % 2 == 1 ? *middle : (*middle + *std::max_element(times.begin(), middle)) / 2;
+}
+
 }  // namespace
 
 std::vector<Spent> spentOf(Record const& record, Chain const& chain) {
@@ -86,11 +92,9 @@ std::vector<Blame::Row> Blame::rows() const {
     for (auto const& [where, sum] : mSums) {
         Row& row = rows.emplace_back(sum.row);
         std::vector<nanoseconds> times = sum.times;
+        row.medianWhereAny = medianOf(times);
         times.resize(mRecords);  // in the others it took none
-        auto const middle = times.begin() + static_cast<std::ptrdiff_t>(times.size() / 2);
-        std::nth_element(times.begin(), middle, times.end());
-        row.median = *middle;
-        if (times.size() % 2 == 0) row.median = (*middle + *std::max_element(times.begin(), middle)) / 2;
+        row.median = medianOf(times);
     }
     std::stable_sort(rows.begin(), rows.end(),
                      [](Row const& left, Row const& right) { return left.time > right.time; });

@@ -29,9 +29,10 @@ class Blame {
         std::string where;  // "main's power-on"
         std::string kind;   // "sensor power-on"
         std::chrono::nanoseconds time{};
-        std::chrono::nanoseconds longest{};  // in one request
-        std::size_t requests = 0;            // that it took time of
-        std::chrono::nanoseconds median{};   // of its time in each record
+        std::chrono::nanoseconds longest{};         // in one request
+        std::size_t requests = 0;                   // that it took time of
+        std::chrono::nanoseconds median{};          // of its time in each record
+        std::chrono::nanoseconds medianWhereAny{};  // in those in which it took any
     };
 
     // The chains are some of the record's.

@@ -1,11 +1,7 @@
 #include "commands/BlameCommand.h"
 
 #include "analysis/Blame.h"
-#include "analysis/Chain.h"
-#include "commands/CausePage.h"
-#include "commands/CommonOptions.h"
-#include "commands/Input.h"
-#include "commands/RequestChoice.h"
+#include "commands/CauseReading.h"
 #include "commands/Terminal.h"
 #include "files/OutputFile.h"
 #include "text/JsonText.h"
@@ -20,7 +16,6 @@
 #include <iostream>
 #include <memory>
 #include <nlohmann/json.hpp>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -36,31 +31,14 @@ constexpr auto kBlameFooter =
     "\n"
     "Exit status:\n"
     "  0    told\n"
-    "  1    it cannot be written\n"
+    "  1    it cannot be written, or a run's process ended before the run\n"
     "  2    a file or the command line is wrong, or there is nothing to tell of\n";
-
-struct BlameOptions {
-    InputOptions input;
-    RequestChoice choice;
-    CausePage page;
-    bool json = false;
-    std::optional<int> width;
-};
-
-void addOptions(CLI::App& app, BlameOptions& options) {
-    options.input.add(app);
-    options.choice.add(app);
-    options.page.addOption(app);
-    app.add_flag("--json", options.json, "Print the same as JSON, and nothing else.");
-    addWidth(app, options.width);
-    app.footer(kBlameFooter);
-}
 
 double shareOf(Blame const& blame, Blame::Row const& row) {
     return blame.time().count() == 0 ? 0 : millisecondsOf(row.time) / millisecondsOf(blame.time());
 }
 
-void writeText(Blame const& blame, std::string const& names, BlameOptions const& options) {
+void writeText(Blame const& blame, std::string const& names, CauseOptions const& options) {
     constexpr double kPercent = 100;
     Presentation const presentation = presentationOn(STDOUT_FILENO, options.width);
     bool const areSeveral = blame.records() > 1;
@@ -104,23 +82,15 @@ void writeJson(Blame const& blame, std::vector<std::string> const& names) {
     std::cout << jsonText(json, 2) << '\n';
 }
 
-int run(BlameOptions& options) {
+int run(CauseOptions& options) {
     options.page.open(options.input);
-    Inputs inputs(options.input);
     Blame blame;
     std::vector<std::string> names;  // each once
-    inputs.each([&](Input const& input) {
-        auto const chains = chainsOf(input.record);
-        std::vector<Chain const*> chosen;
-        for (Chain const& chain : chains) {
-            bool const isSleep = input.record.requests[chain.request].kind == RequestKind::Sleep;
-            if (options.choice.has(input.record, chain) && !isSleep) chosen.push_back(&chain);
-        }
-        blame.add(input.record, chosen);
-        options.page.take(input, chosen);
-        if (names.empty() || names.back() != input.name) names.push_back(input.name);
+    auto const tellNothing = [](Input const&) { return std::string(); };
+    bool const haveAllEnded = eachRecordCauses(options, tellNothing, [&](RecordCauses const& kept) {
+        for (RunCauses const& each : kept.runs) blame.add(spentOf(each));
+        if (names.empty() || names.back() != kept.name) names.push_back(kept.name);
     });
-    options.choice.requireFound();
     if (options.json) {
         writeJson(blame, names);
     } else {
@@ -128,16 +98,17 @@ int run(BlameOptions& options) {
         for (std::string const& name : names) all += (all.empty() ? "" : ", ") + name;
         writeText(blame, all, options);
     }
-    bool const isWritten = options.page.write();
+    bool const isWritten = options.page.write(blame, nullptr);
     if (!std::cout.flush()) complain("the output cannot be written");
-    return inputs.end(isWritten && std::cout ? kAllHeld : kFailed);
+    return haveAllEnded && isWritten && std::cout ? kAllHeld : kFailed;
 }
 
 }  // namespace
 
 std::function<int()> addBlame(CLI::App& app) {
-    auto const options = std::make_shared<BlameOptions>();
-    addOptions(app, *options);
+    auto const options = std::make_shared<CauseOptions>();
+    options->add(app);
+    app.footer(kBlameFooter);
     return [options] { return run(*options); };
 }
 

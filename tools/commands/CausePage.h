@@ -1,12 +1,14 @@
 #pragma once
 
 #include "analysis/Blame.h"
-#include "analysis/Chain.h"
 #include "commands/Input.h"
 #include "commands/Outputs.h"
+#include "series/ChainSeries.h"
 #include "series/Series.h"
 #include "views/Page.h"
 
+#include <cstddef>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -28,22 +30,22 @@ class CausePage {
     // Before anything runs. Throws CannotOpen.
     void open(InputOptions const& input);
 
-    // From the reading of the command line on.
-    [[nodiscard]] bool isAsked() const { return mOutputs.areAsked(); }
+    // What the page takes of a record, as bytes; empty where no page is asked for. `byCycle`: of evidence,
+    // each power cycle is a run.
+    [[nodiscard]] std::string keep(Input const& input, bool byCycle) const;
+    void take(std::string const& kept);
 
-    // Nothing where no page is asked for. The chains are some of the record's.
-    void take(Input const& input, std::vector<Chain const*> const& chosen);
-
-    // Whether all was written that was asked for; complains where it was not.
-    [[nodiscard]] bool write();
+    // Whether all was written that was asked for; complains where it was not. `chains`: of many runs, what
+    // the links of each request took.
+    [[nodiscard]] bool write(Blame const& blame, ChainSeries const* chains);
 
   private:
     Outputs mOutputs;
     std::vector<std::string> mFiles;
     std::string mTitle;
-    std::vector<PagePart> mOne;  // of the first record
+    std::map<std::string, std::string> mOne;  // parts of the first record, by name
+    std::size_t mRecords = 0;
     Series mSeries;
-    Blame mBlame;
 };
 
 }  // namespace zeqcam::tool

@@ -3,8 +3,12 @@
 #include "commands/Command.h"
 #include "commands/CommonOptions.h"
 #include "commands/EvidenceFiles.h"
+#include "commands/RunProgress.h"
 #include "files/OutputFile.h"
+#include "run/ForkedRuns.h"
+#include "run/Memory.h"
 #include "run/SimulatedRun.h"
+#include "run/Watch.h"
 #include "scenario/ScenarioKeys.h"
 #include "scenario/ScenarioReader.h"
 
@@ -16,7 +20,6 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
-#include <memory>
 #include <string_view>
 #include <utility>
 
@@ -78,58 +81,81 @@ void InputOptions::add(CLI::App& app) {
         ->check(CLI::Range(std::uint64_t{1}, kMostRuns).description(""));
 }
 
-void Inputs::each(std::function<void(Input input)> const& take) {
-    std::vector<std::string> evidence;
-    for (std::string const& path : mOptions.files) {
-        if (isScenario(path)) {
-            play(path, take);
-        } else {
-            evidence.push_back(path);
-        }
-    }
-    if (!evidence.empty()) read(evidence, take);
-}
-
-int Inputs::end(int status) const {
-    if (mLeavesThreads) leave(status);
-    return status;
-}
-
-void Inputs::play(std::string const& path, std::function<void(Input input)> const& take) {
-    Reading reading = readScenarioFile(path, mOptions.settings);
-    if (!reading.faults.empty()) throw CannotOpen(faultText(reading.faults.front(), path));
-    auto kept = std::make_unique<Scenario>(std::move(reading.scenario));
-    Scenario& scenario = *kept;
-    if (mOptions.seed) scenario.settings.seed = *mOptions.seed;
-    board::QosFile::provide();  // without it a scenario plays as on a device without one
-    for (std::uint64_t run = 0; run < mOptions.repeat; ++run) {
-        if (mLeavesThreads)
-            throw CannotOpen(path + ": nothing can be played after a run in which nobody could go on");
-        SimulatedRun played = simulate(scenario, scenario.settings.seed, {});
-        played.record.files = {path};
-        mLeavesThreads = played.leavesThreads();
-        // NOLINTNEXTLINE(bugprone-unused-return-value): threads that never go on use it
-        if (mLeavesThreads) static_cast<void>(kept.release());
-        take({path, std::move(played.record), true});
-        scenario.settings.seed = (scenario.settings.seed + 1) & kMostSeed;
-    }
-}
-
-void Inputs::read(std::vector<std::string> const& paths, std::function<void(Input input)> const& take) const {
+void readRecords(std::vector<std::string> const& paths, std::optional<int> process,
+                 std::function<void(Input input)> const& take) {
     ProcessRecords records;
     Evidence const evidence = readFiles(paths, records, false);
     std::vector<ReadProcess> processes = records.finish(evidence.files);
-    if (mOptions.process) {
-        std::erase_if(processes,
-                      [&](ReadProcess const& each) { return each.record.process != *mOptions.process; });
-    }
-    auto const lines = processes.empty() ? nothingIn(evidence, paths, mOptions.process) : evidence.found;
+    if (process)
+        std::erase_if(processes, [&](ReadProcess const& each) { return each.record.process != *process; });
+    auto const lines = processes.empty() ? nothingIn(evidence, paths, process) : evidence.found;
     for (std::size_t i = 0; i + (processes.empty() ? 1 : 0) < lines.size(); ++i) complain(lines[i]);
     if (processes.empty()) throw CannotOpen(lines.back());
     for (ReadProcess& each : processes) {
         std::string name = nameOf(each);
-        take({std::move(name), std::move(each.record), false});
+        take({.name = std::move(name), .record = std::move(each.record)});
     }
+}
+
+void Inputs::each(std::function<std::string(Input const& input)> const& keep,
+                  std::function<void(std::string const& kept)> const& take) {
+    std::vector<std::string> evidence;
+    for (std::string const& path : mOptions.files) {
+        if (isScenario(path)) {
+            play(path, keep, take);
+        } else {
+            evidence.push_back(path);
+        }
+    }
+    if (evidence.empty()) return;
+    readRecords(evidence, mOptions.process, [&](Input input) {
+        input.isFirst = std::exchange(mIsFirst, false);
+        take(keep(input));
+    });
+}
+
+void Inputs::play(std::string const& path, std::function<std::string(Input const& input)> const& keep,
+                  std::function<void(std::string const& kept)> const& take) {
+    Reading reading = readScenarioFile(path, mOptions.settings);
+    if (!reading.faults.empty()) throw CannotOpen(faultText(reading.faults.front(), path));
+    Scenario& scenario = reading.scenario;
+    std::uint64_t const first = mOptions.seed.value_or(scenario.settings.seed);
+    auto const seedOf = [&](std::size_t index) { return (first + index) & kMostSeed; };
+    board::QosFile::provide();  // without it a scenario plays as on a device without one
+    bool const isFirst = std::exchange(mIsFirst, false);
+    std::size_t const times = mOptions.repeat.value_or(1);
+    Watch const watch;
+    RunProgress progress(times);
+    std::size_t lost = 0;
+    auto const play = [&](std::size_t index) {
+        keepOneHeap();
+        scenario.settings.seed = seedOf(index);
+        SimulatedRun played = simulate(scenario, scenario.settings.seed, {});
+        played.record.files = {path};
+        return keep({.name = path,
+                     .record = std::move(played.record),
+                     .isPlayed = true,
+                     .isFirst = isFirst && index == 0});
+    };
+    std::size_t const told =
+        playForked({.count = times,
+                    .jobs = processorsAllowed(),
+                    .bindsToProcessor = true,
+                    .play = play,
+                    .take =
+                        [&](std::size_t index, std::string const& kept) {
+                            if (times > 1) progress.show(index + 1, lost);
+                            take(kept);
+                        },
+                    .lost =
+                        [&](std::size_t index, std::string const& how) {
+                            ++lost;
+                            progress.clear();
+                            complain(fmt::format("{}, seed {}: {}", path, seedOf(index), how));
+                        },
+                    .isCancelled = [&] { return watch.look() != End::TimedOut; }});
+    if (told < times) throw CannotOpen(path + ": was ended before all of its runs");
+    mHaveAllEnded = mHaveAllEnded && lost == 0;
 }
 
 }  // namespace zeqcam::tool

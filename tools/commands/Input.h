@@ -19,16 +19,17 @@ struct Input {
     std::string name;  // "phone.toml", "process 812 of camera.log"
     Record record;
     bool isPlayed = false;  // from a scenario; else read from evidence
+    bool isFirst = false;   // of those that the command line names
 };
 
 // Files that records come from: scenarios, which are played in virtual time, and logs and traces, which are
 // those of one phone. Each is known by its content.
 struct InputOptions {
     std::vector<std::string> files;
-    std::optional<int> process;         // of the evidence, only this one
-    std::optional<std::uint64_t> seed;  // of the scenarios, instead of the files'
-    std::vector<std::string> settings;  // of the scenarios, in place of values of the files
-    std::uint64_t repeat = 1;           // runs of each scenario, with seeds one after another
+    std::optional<int> process;           // of the evidence, only this one
+    std::optional<std::uint64_t> seed;    // of the scenarios, instead of the files'
+    std::vector<std::string> settings;    // of the scenarios, in place of values of the files
+    std::optional<std::uint64_t> repeat;  // runs of each scenario, with seeds one after another; none: one
 
     // Options of the command line; this object outlives its reading.
     void add(CLI::App& app);
@@ -37,24 +38,33 @@ struct InputOptions {
 // Whether a file is a scenario: by its name, or by what its first line that says something begins.
 bool isScenario(std::string const& path);
 
-// Gives each record to `take`, which may keep it, as it is there. In the order of the files: what scenarios
-// played, then what the evidence tells. Throws CannotOpen where there is none, with faults of scenarios as
-// `run` tells them.
+// Gives each record that files of evidence tell of, and keeps none. Throws CannotOpen where there is none.
+void readRecords(std::vector<std::string> const& paths, std::optional<int> process,
+                 std::function<void(Input input)> const& take);
+
+// The records that a command line names, in the order of the files: what scenarios played, then what the
+// evidence tells.
 class Inputs {
   public:
     explicit Inputs(InputOptions const& options) : mOptions(options) {}
 
-    void each(std::function<void(Input input)> const& take);
+    // `keep`: makes what is kept of a record, which is all that `take` gets. A scenario is played in a
+    // process of its own, which ends with `keep`: a run that hangs, or ends its process, is nothing to the
+    // next. Complains of the latter. To be called where no other thread lives. Throws CannotOpen where there
+    // is no record, with faults of scenarios as `run` tells them, and where a signal has ended it.
+    void each(std::function<std::string(Input const& input)> const& keep,
+              std::function<void(std::string const& kept)> const& take);
 
-    // Ends a command: threads of a run that nobody could go on with are left as they are.
-    [[nodiscard]] int end(int status) const;
+    // Whether something was kept of every run.
+    [[nodiscard]] bool haveAllEnded() const { return mHaveAllEnded; }
 
   private:
-    void play(std::string const& path, std::function<void(Input input)> const& take);
-    void read(std::vector<std::string> const& paths, std::function<void(Input input)> const& take) const;
+    void play(std::string const& path, std::function<std::string(Input const& input)> const& keep,
+              std::function<void(std::string const& kept)> const& take);
 
     InputOptions const& mOptions;
-    bool mLeavesThreads = false;
+    bool mIsFirst = true;
+    bool mHaveAllEnded = true;
 };
 
 }  // namespace zeqcam::tool

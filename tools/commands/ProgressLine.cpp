@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <iostream>
+#include <utility>
 
 namespace zeqcam::tool {
 namespace {
@@ -17,7 +18,11 @@ constexpr auto kEmptyLine = "\r\033[K";
 ProgressLine::ProgressLine() : mIsOnTerminal(isatty(STDERR_FILENO) == 1), mNext(mBegan + kBetweenLines) {}
 
 ProgressLine::~ProgressLine() {
-    if (mIsShown) std::cerr << kEmptyLine << std::flush;
+    clear();
+}
+
+void ProgressLine::clear() {
+    if (std::exchange(mIsShown, false)) std::cerr << kEmptyLine << std::flush;
 }
 
 void ProgressLine::show(std::function<std::string()> const& text) {

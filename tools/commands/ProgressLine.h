@@ -18,6 +18,9 @@ class ProgressLine {
     // May be called as often as one likes: asks for the text some times a second only.
     void show(std::function<std::string()> const& text);
 
+    // Until it is shown again.
+    void clear();
+
     // Since the work began.
     [[nodiscard]] double seconds() const;
 

@@ -1,12 +1,10 @@
 #include "commands/Repeating.h"
 
 #include "commands/Command.h"
-#include "commands/ProgressLine.h"
+#include "commands/RunProgress.h"
 #include "commands/ViewOptions.h"
 #include "views/SeriesFile.h"
 #include "views/SeriesReport.h"
-
-#include <fmt/format.h>
 
 #include <CLI/CLI.hpp>
 #include <cstdint>
@@ -15,15 +13,6 @@
 #include <utility>
 
 namespace zeqcam::tool {
-namespace {
-
-std::string progressText(Series const& series, std::size_t times, double seconds) {
-    return fmt::format("{} of {} runs, {} failed, {:.0f} s", fmt::group_digits(series.runs().size()),
-                       fmt::group_digits(times), fmt::group_digits(series.failedRuns().size()), seconds);
-}
-
-}  // namespace
-
 void RepeatOptions::addOptions(CLI::App& app) {
     constexpr std::size_t kMostRuns = 10'000'000;
     constexpr std::size_t kMostJobs = 1024;
@@ -43,28 +32,15 @@ void RepeatOptions::addOptions(CLI::App& app) {
 Series repeatWatched(Scenario const& scenario, Repetition repetition, End& end) {
     Watch const watch;
     end = End::AllDone;
-    ProgressLine progress;
+    RunProgress progress(repetition.times);
     repetition.progress = [&](Series const& series) {
-        progress.show([&] { return progressText(series, repetition.times, progress.seconds()); });
+        progress.show(series.runs().size(), series.failedRuns().size());
     };
     repetition.isCancelled = [&] {
         if (End const seen = watch.look(); end == End::AllDone && seen != End::TimedOut) end = seen;
         return end != End::AllDone;
     };
     return repeat(scenario, repetition);
-}
-
-int statusOf(End end) {
-    switch (end) {
-        case End::HungUp:
-            return kHungUp;
-        case End::Quit:
-            return kQuit;
-        case End::Terminated:
-            return kTerminated;
-        default:
-            return kInterrupted;
-    }
 }
 
 bool tell(Series const& series, ViewOptions& options) {

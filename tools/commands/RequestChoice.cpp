@@ -38,7 +38,7 @@ bool RequestChoice::matches(std::vector<std::string> const& names, std::string c
     return isAny;
 }
 
-bool RequestChoice::has(Record const& record, Chain const& chain) {
+bool RequestChoice::has(Record const& record, Chain const& chain, Instant begin) {
     Request const& request = record.requests[chain.request];
     std::string const client(record.textOf(record.clients[request.client].name));
     bool const isOfClient = matches(clients, client, false);
@@ -48,7 +48,7 @@ bool RequestChoice::has(Record const& record, Chain const& chain) {
         bool const byName = matches(sensors, record.nameOfSensor(sensor), false);
         isOfSensor = matches(sensors, std::to_string(sensor), false) || byName || isOfSensor;
     }
-    auto const at = [&](Instant time) { return millisecondsOf(time - record.begin); };
+    auto const at = [begin](Instant time) { return millisecondsOf(time - begin); };
     bool const isWithin =
         at(chain.end) >= fromMs.value_or(at(chain.end)) && at(chain.begin) <= toMs.value_or(at(chain.begin));
     return isOfClient && isNamed && isOfSensor && isWithin;

@@ -54,9 +54,7 @@ Selection selectionOf(Record const& record, std::vector<Cycle> const& cycles) {
 InputRuns readEvidence(std::string const& path, SeriesInput const& input) {
     InputRuns all;
     all.series.runsBy = Series::RunsBy::Cycle;
-    InputOptions options;
-    options.files = {path};
-    Inputs(options).each([&](Input read) {
+    readRecords({path}, {}, [&](Input read) {
         Series& series = all.series;
         series.clock = read.record.clock;
         auto runs = figuresOfCycles(read.record, input.strictness, series.runs().size() + 1);
