@@ -4,6 +4,7 @@
 #include "commands/Input.h"
 #include "commands/Outputs.h"
 #include "commands/ProgressLine.h"
+#include "commands/Repeating.h"
 #include "commands/SourceTexts.h"
 #include "commands/Terminal.h"
 #include "devices/RealDevices.h"
@@ -152,20 +153,9 @@ int show(Scenario const& scenario, ExploreOptions& options, simulation::Explorat
     return kFailed;
 }
 
-ExitStatus statusOf(simulation::Exploration const& found, End end) {
+int statusOf(simulation::Exploration const& found, End end) {
     if (found.complete) return kAllHeld;
-    switch (end) {
-        case End::HungUp:
-            return kHungUp;
-        case End::Interrupted:
-            return kInterrupted;
-        case End::Quit:
-            return kQuit;
-        case End::Terminated:
-            return kTerminated;
-        default:
-            return kTimedOut;
-    }
+    return end == End::TimedOut ? kTimedOut : statusOf(end);
 }
 
 // Tells that every schedule that was run held. The exit status.

@@ -13,6 +13,7 @@
 #include <utility>
 
 namespace zeqcam::tool {
+
 void RepeatOptions::addOptions(CLI::App& app) {
     constexpr std::size_t kMostRuns = 10'000'000;
     constexpr std::size_t kMostJobs = 1024;
@@ -41,6 +42,19 @@ Series repeatWatched(Scenario const& scenario, Repetition repetition, End& end) 
         return end != End::AllDone;
     };
     return repeat(scenario, repetition);
+}
+
+int statusOf(End end) {
+    switch (end) {
+        case End::HungUp:
+            return kHungUp;
+        case End::Quit:
+            return kQuit;
+        case End::Terminated:
+            return kTerminated;
+        default:
+            return kInterrupted;
+    }
 }
 
 bool tell(Series const& series, ViewOptions& options) {
