@@ -104,10 +104,14 @@ TEST(SeriesPage, PlotsMediansOverAValueByItsNumberWhereItIsOne) {
         PagePart const part = plotsPart("sensor.tele.power_on_ms", values);
         json const plot = json::parse(part.json)[0];
         EXPECT_EQ(part.name, "plots");
+        EXPECT_THAT(plot.at("note").get<std::string>(), HasSubstr("from 10 % to 90 %"));
         EXPECT_EQ(plot.at("x").at("values"), axis);
         EXPECT_EQ(plot.at("series")[0].at("y"), medians);
         EXPECT_EQ(plot.at("series")[0].at("low").size(), axis.size());
     }
+    Series const one = seriesOf({40});
+    EXPECT_EQ(json::parse(plotsPart("", {{"1", &one}, {"2", &one}}).json)[0].at("note"),
+              "Of a single run with each value.");
 }
 
 TEST(SeriesPage, TellsWhereTheTimeWentWhereLinksAreKnown) {

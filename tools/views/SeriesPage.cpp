@@ -236,7 +236,11 @@ PagePart plotsPart(std::string const& what, std::vector<NamedSeries> const& valu
     std::size_t const shown = std::min(lines.size(), kMostLinesOfAPlot);
     ordered_json series = ordered_json::array();
     for (std::size_t i = 0; i < shown; ++i) series.push_back(lines[i].json);
-    std::string note = "The median of the runs, and from 10 % to 90 % of them.";
+    bool const areSingle = std::all_of(values.begin(), values.end(), [](NamedSeries const& value) {
+        return value.series->runs().size() <= 1;
+    });
+    std::string note = areSingle ? "Of a single run with each value."
+                                 : "The median of the runs, and from 10 % to 90 % of them.";
     if (shown < lines.size())
         note += fmt::format(" {} requests that change less are left out.", lines.size() - shown);
     ordered_json const plot{{"title", "What requests took"},

@@ -31,7 +31,7 @@ function spread(samples, scale, look) {
       .attr('x', (_, i) => EDGE + i * width).attr('y', (count) => HEIGHT - 2 - (count / most) * (HEIGHT - 4))
       .attr('height', (count) => (count / most) * (HEIGHT - 4));
   }
-  svg.append('line').attr('class', 'median').attr('x1', scale(median)).attr('x2', scale(median)).attr('y2', HEIGHT);
+  if (samples.length > 1) svg.append('line').attr('class', 'median').attr('x1', scale(median)).attr('x2', scale(median)).attr('y2', HEIGHT);
   return svg.node();
 }
 
