@@ -66,9 +66,17 @@ TEST(Compare, ItsFilesAreAsTheirFormsSay) {
     EXPECT_EQ(readByXml(picture, "count(//*[local-name()=\"text\"][text()=\"app: power on main\"])"), "1");
     if (std::system("python3 -c 'import jsonschema' 2>/dev/null") != 0)
         GTEST_SKIP() << "needs python3-jsonschema";
-    auto const [status, said] = runCommand("python3 -W ignore -m jsonschema -i " + folder.path("c.json") +
-                                           " " ZEQCAM_COMPARISON_SCHEMA " 2>&1");
-    EXPECT_EQ(status, 0) << said;
+    std::string const other =
+        folder.put("other.toml", stepsAre("{ status = { 0 = false } }, { wait = true }, { power_on = [0] }"));
+    std::string const moved =
+        folder.put("moved.toml", stepsAre("{ wait = true }, { status = { 0 = false } }"));
+    for (std::string const& sides :
+         {fast + ' ' + slow + " --repeat 8", fast + ' ' + other, other + ' ' + moved}) {
+        runTool("compare " + sides + " --json >" + folder.path("c.json"), "/dev/null");
+        auto const [status, said] = runCommand("python3 -W ignore -m jsonschema -i " + folder.path("c.json") +
+                                               " " ZEQCAM_COMPARISON_SCHEMA " 2>&1");
+        EXPECT_EQ(status, 0) << sides << '\n' << said;
+    }
 }
 
 TEST(ReadRepeat, TakesEachPowerCycleAsARun) {
