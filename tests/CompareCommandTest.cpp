@@ -6,7 +6,9 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <nlohmann/json.hpp>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace {
@@ -79,6 +81,44 @@ TEST(Compare, ItsFilesAreAsTheirFormsSay) {
     }
 }
 
+// Of runs that all take the same the interval is their difference.
+TEST(Compare, FailsOnlyAboveTheShareThatItIsGiven) {
+    Folder const folder;
+    std::string const before = folder.put("before.toml", takes("100"));
+    std::string const after = folder.put("after.toml", takes("105"));
+    for (auto const& [share, status] :
+         std::vector<std::pair<std::string, int>>{{"5%", 0}, {"5", 0}, {"4.9%", 1}, {"0", 1}, {"300%", 0}}) {
+        EXPECT_EQ(runTool("compare " + before + ' ' + after + " --repeat 6 --fail-above " + share).status,
+                  status)
+            << share;
+        EXPECT_EQ(runTool("compare " + after + ' ' + before + " --repeat 6 --fail-above " + share).status, 0)
+            << "faster, " << share;
+    }
+    for (char const* const share : {"-1", "5%%", "nan", ""})
+        EXPECT_EQ(
+            runTool("compare " + before + ' ' + after + " --repeat 6 --fail-above '" + share + "'").status, 2)
+            << share;
+}
+
+// Results of different sizes come together run by run.
+TEST(Compare, TakesAllRunsOfASet) {
+    Folder const folder;
+    std::string const fast = folder.put("fast.toml", takes("40"));
+    std::string const slow = folder.put("slow.toml", takes("60"));
+    std::string const many = folder.path("many.json");
+    std::string const one = folder.path("one.json");
+    ASSERT_EQ(runTool("run " + fast + " --simulate --repeat 9 --json >" + many, "/dev/null").status, 0);
+    ASSERT_EQ(runTool("run " + slow + " --simulate --json >" + one, "/dev/null").status, 0);
+    auto const all = nlohmann::json::parse(runTool("compare " + many + ' ' + one + " --with " + one + ' ' +
+                                                   many + ' ' + slow + " --repeat 9 --json")
+                                               .output);
+    EXPECT_EQ(all.at("before").at("runs"), 10);
+    EXPECT_EQ(all.at("after").at("runs"), 19);
+    auto const& powerOn = all.at("requests").at(0);
+    EXPECT_EQ(powerOn.at("before").at("median_ms"), 40.0) << powerOn;
+    EXPECT_EQ(powerOn.at("after").at("median_ms"), 60.0) << "of 9 fast and 10 slow ones";
+}
+
 TEST(ReadRepeat, TakesEachPowerCycleAsARun) {
     Folder const folder;
     std::string const trace = folder.path("trace.json");
@@ -91,6 +131,25 @@ TEST(ReadRepeat, TakesEachPowerCycleAsARun) {
     EXPECT_THAT(read.output, HasSubstr("2 runs: all passed\n"));
     EXPECT_THAT(read.output, testing::Not(HasSubstr("power on main (2)")));
     EXPECT_EQ(runTool("read --repeat --trace x.json " + trace).status, 2);
+}
+
+TEST(ReadRepeat, LeavesOutWhatALogDoesNotShowWhole) {
+    Folder const folder;
+    std::string const cycle = "{ power_on = [0] }, { power_off = [0] }, { sleep_ms = 5 }";
+    auto const scenario = folder.put("thrice.toml", withSensor("power_on_ms = [40, 50]\npower_off_ms = 8",
+                                                               cycle + ", " + cycle + ", " + cycle));
+    std::string const log = runTool("run " + scenario + " --simulate -v").output;
+    auto const cycles = [&](std::string const& text) {
+        return runTool("read --repeat " + folder.put("log.txt", text));
+    };
+    std::string const first = log.substr(0, log.find("\n\n") + 1);  // above the timeline
+    std::size_t const offs = first.rfind("powerOff] powerOff -");
+    EXPECT_THAT(cycles(first).output, HasSubstr("3 runs: all passed\n"));
+    EXPECT_THAT(cycles(first.substr(0, first.rfind('\n', offs) + 1)).output, HasSubstr("2 runs"))
+        << "the last power-off has not ended";
+    std::size_t const on = first.find("powerOnOps] powerOn -");
+    EXPECT_THAT(cycles(first.substr(first.find('\n', on) + 1)).output, HasSubstr("2 runs"))
+        << "the first power-on was not seen";
 }
 
 }  // namespace

@@ -1,14 +1,18 @@
 #include "series/Cycles.h"
 
 #include "analysis/Attribution.h"
+#include "analysis/LogLevel.h"
 #include "text/TimeText.h"
 
 #include <algorithm>
 #include <chrono>
+#include <cstddef>
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <tuple>
 #include <utility>
 
@@ -25,6 +29,18 @@ std::vector<std::set<int>> poweredOffBy(Record const& record) {
             sensors[*requests[i]].insert(*event.sensor);
     }
     return sensors;
+}
+
+// Whether each request let go of the power-on lock, which the power-off does that leaves nothing on. It tells
+// of a log, in which a power-off names no sensor.
+std::vector<bool> freeTheLock(Record const& record) {
+    std::vector<bool> free(record.requests.size());
+    for (Event const& event : record.events) {
+        if (!event.request || !levelOf(event)) continue;
+        if (markText(record, event).find("gSensorPowerOnLock unlock") != std::string_view::npos)
+            free[*event.request] = true;
+    }
+    return free;
 }
 
 // A request begins to count when it powers on, and has gone when it has powered off.
@@ -47,15 +63,18 @@ std::vector<Change> changesOf(Record const& record) {
     return changes;
 }
 
-// A cycle's part of what is known of the whole record.
-RunFigures partOf(RunFigures const& all, double beginMs, double endMs) {
+// A cycle's part of what is known of the whole record. `taken`: figures that a cycle has, by their places.
+RunFigures partOf(RunFigures const& all, double beginMs, double endMs, std::vector<bool>& taken) {
     RunFigures part;
     std::map<std::tuple<Subject::Of, std::string, std::string>, int> times;
     std::map<std::string, std::string> requests;  // as links name them, by how they did of the whole
-    for (Figure const& each : all.figures) {
-        // The next cycle may begin as this one ends.
-        bool const isWithin = each.beganMs >= beginMs && each.beganMs < endMs;
-        if (!isWithin && each.beganMs != beginMs) continue;
+    for (std::size_t i = 0; i < all.figures.size(); ++i) {
+        Figure const& each = all.figures[i];
+        // The next cycle may begin as this one ends, with what takes no time.
+        bool const isLast = each.beganMs == endMs && each.ms == 0.0;
+        bool const isWithin = each.beganMs >= beginMs && (each.beganMs < endMs || isLast);
+        if (taken[i] || (!isWithin && each.beganMs != beginMs)) continue;
+        taken[i] = true;
         Figure& figure = part.figures.emplace_back(each);
         figure.beganMs -= beginMs;
         if (each.subject.of == Subject::Of::Link) figure.subject.who = requests[each.subject.who];
@@ -72,6 +91,7 @@ RunFigures partOf(RunFigures const& all, double beginMs, double endMs) {
 
 std::vector<Cycle> cyclesOf(Record const& record) {
     auto const powersOff = poweredOffBy(record);
+    auto const isLast = freeTheLock(record);
     std::vector<Cycle> cycles;
     // By controller where it is known: each counts a sensor that they share as its own.
     std::set<std::pair<std::int64_t, int>> on;
@@ -87,6 +107,8 @@ std::vector<Cycle> cyclesOf(Record const& record) {
         }
         if (request.sensors) {
             for (int const sensor : *request.sensors) on.erase({of, sensor});
+        } else if (isLast[index]) {
+            std::erase_if(on, [of](auto const& each) { return each.first == of; });
         } else {
             for (int const sensor : powersOff[index]) on.erase({of, sensor});
         }
@@ -108,8 +130,9 @@ std::vector<RunFigures> figuresOfCycles(Record const& record, Strictness const& 
         return millisecondsOf(since);
     };
     std::vector<RunFigures> runs;
+    std::vector<bool> taken(all.figures.size());
     for (Cycle const& cycle : cyclesOf(record)) {
-        runs.push_back(partOf(all, msOf(cycle.begin), msOf(cycle.end)));
+        runs.push_back(partOf(all, msOf(cycle.begin), msOf(cycle.end), taken));
         runs.back().run = first + runs.size() - 1;
         keepBetween(selection, runs.back());
     }
