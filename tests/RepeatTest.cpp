@@ -234,6 +234,32 @@ TEST(Repeat, TellsOfWhatIsChosenAndFailsForAll) {
     }
 }
 
+// What follows a text, up to the end of its line.
+std::string behind(std::string const& text, std::string const& in) {
+    std::size_t const found = in.find(text);
+    if (found == std::string::npos) return "no " + text;
+    std::size_t const begin = found + text.size();
+    return in.substr(begin, in.find('\n', begin) - begin);
+}
+
+TEST(Repeat, PrintsTheCommandThatFailsLikewise) {
+    Folder const folder;
+    std::string const file = folder.put("it's by chance.toml", kByChance);
+    Ran const all =
+        runTool("run \"" + file + "\" --simulate --repeat 40 -q --set sensor.main.power_on_ms=33");
+    ASSERT_EQ(all.status, 1);
+    std::string const command = behind("repeated by\n  zeqcam-power ", all.output);
+    std::string const seeds = behind("of 40 runs failed: seeds ", all.output);
+    EXPECT_EQ(behind("--seed ", command), seeds.substr(0, seeds.find(',')));
+    Ran const one = runTool(command + " --json", "/dev/null");
+    EXPECT_EQ(one.status, 1) << command;
+    json const result = json::parse(one.output);
+    std::string const why = behind("the first by: line 12: app: power on: ", all.output);
+    EXPECT_EQ(result.at("unmet").at(0).at("line"), 12);
+    EXPECT_THAT(result.dump(), HasSubstr(why));
+    EXPECT_EQ(result.at("requests").at(0).at("wall_ms"), 33.0);
+}
+
 TEST(Repeat, TellsWhatItHasWhereItIsInterrupted) {
     Scenario const scenario = readScenario(stepsAre("{ power_on = [0] }, { power_off = [0] }")).scenario;
     std::size_t told = 0;

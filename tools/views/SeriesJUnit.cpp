@@ -30,15 +30,15 @@ std::string inRuns(Series const& series, std::vector<std::uint32_t> const& runs)
     return fmt::format("{} of {} runs: {}", runs.size(), series.runs().size(), runsText(series, runs));
 }
 
-void fail(Case& tested, Came came, std::string type, std::string message, Series const& series) {
+// In those runs, the first of which is repeated by the command that is told.
+void fail(Case& tested, Came came, std::string type, std::vector<std::uint32_t> const& runs,
+          Series const& series) {
     tested.came = came;
     tested.type = std::move(type);
-    tested.message = std::move(message);
+    tested.message = inRuns(series, runs);
     tested.told = {tested.message};
-    if (series.repeatedBy.empty()) return;
-    auto const& failed = series.failedRuns();
-    if (!failed.empty())
-        tested.told.push_back(fmt::format("{} {}", series.repeatedBy, series.runs()[failed.front().run]));
+    if (!series.repeatedBy.empty())
+        tested.told.push_back(fmt::format("{} {}", series.repeatedBy, series.runs()[runs.front()]));
 }
 
 // Whether every run came to its end.
@@ -50,7 +50,7 @@ Case endsOf(Series const& series) {
         if (cutOff.empty()) ends.notes.push_back(each.why);
         cutOff.push_back(each.run);
     }
-    if (!cutOff.empty()) fail(ends, Came::Erred, "cut off", inRuns(series, cutOff), series);
+    if (!cutOff.empty()) fail(ends, Came::Erred, "cut off", cutOff, series);
     return ends;
 }
 
@@ -64,7 +64,7 @@ std::vector<Case> expectationsOf(Series const& series) {
             cases.emplace_back(Case{.group = subject.who, .name = std::move(name), .line = each->line});
         if (std::vector<double> const sorted = sortedTimes(*each); !sorted.empty())
             tested.took = nanosecondsOf(medianOf(sorted));
-        if (!each->failed.empty()) fail(tested, Came::Failed, "unmet", inRuns(series, each->failed), series);
+        if (!each->failed.empty()) fail(tested, Came::Failed, "unmet", each->failed, series);
     }
     return cases;
 }
@@ -81,8 +81,8 @@ std::vector<Case> rulesOf(Series const& series, Strictness const& strictness) {
         }
         auto const* const broken = series.find({.of = Of::Rule, .who = {}, .what = std::string(rule.name)});
         if (broken == nullptr) continue;
-        fail(tested, Came::Failed, rule.of == Rule::Of::Sequence ? "sequence" : "clients",
-             inRuns(series, broken->failed), series);
+        fail(tested, Came::Failed, rule.of == Rule::Of::Sequence ? "sequence" : "clients", broken->failed,
+             series);
     }
     return cases;
 }
