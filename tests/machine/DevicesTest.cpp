@@ -1,16 +1,14 @@
 // Scenarios that power the machine's USB devices, through the unchanged library. What the kernel counts and
 // traces of them is the witness, not the board's journal.
+#include "KernelEvents.h"
 #include "ToolRuns.h"
 
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
-#include <linux/netlink.h>
-#include <sys/socket.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <csignal>
 #include <cstddef>
 #include <cstdio>
@@ -113,28 +111,16 @@ class PowerTrace {
 // What the devices are attached to. Without its driver they are gone.
 class UsbController {
   public:
-    UsbController() : mEvents(socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC, NETLINK_KOBJECT_UEVENT)) {
-        sockaddr_nl own{};
-        own.nl_family = AF_NETLINK;
-        own.nl_groups = 1;  // what the kernel tells
-        EXPECT_EQ(bind(mEvents, reinterpret_cast<sockaddr*>(&own), sizeof own), 0);
-    }
-    ~UsbController() { close(mEvents); }
-    UsbController(UsbController const&) = delete;
-    UsbController& operator=(UsbController const&) = delete;
-
     [[nodiscard]] std::string unbindCommand() const { return "echo " + mName + " > " + mDriver + "/unbind"; }
 
     // Returns when the kernel has found all its devices.
     void bindAgain() const {
         writeFile(mDriver + "/bind", mName);
-        std::array<char, 8192> event{};
-        while (tablets().size() < kDevices && recv(mEvents, event.data(), event.size(), 0) > 0) {
-        }
+        mEvents.waitUntil([] { return tablets().size() >= kDevices; });
     }
 
   private:
-    int const mEvents;
+    KernelEvents const mEvents;
     std::string const mDriver = "/sys/bus/pci/drivers/xhci_hcd";
     std::string const mName =
         std::filesystem::canonical("/sys/bus/usb/devices/usb1").parent_path().filename().string();
@@ -226,7 +212,7 @@ TEST_F(DevicesTest, FailAPowerOffWhereSomebodyUsesOne) {
 }
 
 TEST_F(DevicesTest, FailAPowerOffWhenTheyGoAway) {
-    UsbController controller;
+    UsbController const controller;
     TemporaryFile const file(
         ".toml", scenarioOf({"1-1"}, "{ power_on = ALL }, { sleep_ms = 10000 }, { power_off = ALL }"));
     auto const [status, output] = runCommand("\"" ZEQCAM_POWER_PATH "\" run " + file.path +
