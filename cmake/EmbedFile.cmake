@@ -19,6 +19,9 @@ set(ZEQCAM_EMBED_SCRIPT ${CMAKE_CURRENT_LIST_FILE})
 
 function(zeqcam_embed target)
   set(folder ${CMAKE_CURRENT_BINARY_DIR}/${target}-files)
+  if(NOT TARGET zeqcam_embedded)
+    add_custom_target(zeqcam_embedded)  # the headers alone, for who reads the sources
+  endif()
   foreach(input IN LISTS ARGN)
     cmake_path(ABSOLUTE_PATH input)
     cmake_path(GET input FILENAME file)
@@ -36,6 +39,8 @@ function(zeqcam_embed target)
       DEPENDS ${input} ${ZEQCAM_EMBED_SCRIPT}
       VERBATIM)
     target_sources(${target} PRIVATE ${output})
+    add_custom_target(${target}-${file} DEPENDS ${output})
+    add_dependencies(zeqcam_embedded ${target}-${file})
   endforeach()
   # As a system header: clang is pedantic about long literals.
   target_include_directories(${target} SYSTEM PRIVATE ${folder})

@@ -95,7 +95,7 @@ TEST(SweepReport, TellsMediansFailuresAndWhatStaysTheSame) {
                                 "  tele.power_on_ms  MEDIAN   90%  LONGEST  FAILED\n"
                                 "                30    41.0  41.8     42.0          #######################"),
                       HasSubstr("                60    71.0  71.8     72.0"),
-                      HasSubstr("The same for all values: app: off 12.0\n"), HasSubstr("6 runs, 1 failed\n"),
+                      HasSubstr("The same for all values: app: off 12.0\n"), HasSubstr("7 runs, 1 failed\n"),
                       HasSubstr("  sensor.tele.power_on_ms=60: the run cannot end\n")));
     std::ostringstream file;
     writeSweepFile(sweep, file);
