@@ -92,7 +92,8 @@ std::string withoutColours(std::string text) {
 TEST(TerminalTimeline, IsNeverWiderThanItsColumnsAndMarksAFailureWithoutColours) {
     Record const record = recordOf(aRun("カメラ\033[31m app"));
     for (Glyphs const glyphs : {Glyphs::Ascii, Glyphs::Utf8}) {
-        for (int columns = 0; columns < 250; ++columns) {
+        // Each narrow width has its own way to fold; wide ones are much alike.
+        for (int columns = 0; columns < 250; columns += columns < 90 ? 1 : 9) {
             auto const drawn = [&](bool colours) {
                 return shown(writeTerminalTimeline, record,
                              {.columns = columns, .colours = colours, .glyphs = glyphs});
