@@ -38,7 +38,7 @@ TEST(Compare, TakesScenariosResultsTracesAndFolders) {
         std::string told;
     };
     for (auto const& [arguments, status, told] : std::vector<Case>{
-             {fast + ' ' + slow + " --repeat 20", 0, "sensor power-on main +"},
+             {fast + ' ' + slow + " --repeat 20", 0, "main's power-on +"},
              {fast + ' ' + result + " --repeat 20 --fail-above 5%", 1,
               "slower by more than 5 %: app: power on main"},
              {result + ' ' + fast + " --repeat 20 --fail-above 5%", 0, "WITH 95 %"},

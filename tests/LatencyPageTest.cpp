@@ -66,6 +66,9 @@ std::string missingIn(std::string const& output, std::vector<std::string> const&
 }
 
 TEST(LatencyPage, ShowsWhatTheToolSays) {
+#ifndef __GLIBCXX__
+    GTEST_SKIP() << "the order that a seed chooses is the build's, and the page is of the one with g++";
+#endif
     Folder const folder;
     std::string const before =
         "cd '" + folder.path() + "' && PATH=\"$(dirname '" ZEQCAM_POWER_PATH "'):$PATH\" LC_ALL=C.UTF-8 && ";

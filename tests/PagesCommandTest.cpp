@@ -129,6 +129,17 @@ TEST(CompareEnded, TellsWhatItHas) {
                                     HasSubstr("app: power on main")));
 }
 
+TEST(CausesEnded, TellWhatTheyHave) {
+    Folder const folder;
+    std::string const fast = folder.put("fast.toml", comesUpIn("40"));
+    for (std::string const command : {"chain ", "blame "}) {
+        Ran const ran = endedAfter(2, command + fast + " --repeat 900000 --request 'power on'");
+        EXPECT_EQ(ran.status, 143) << command;
+        EXPECT_THAT(ran.output, AllOf(ContainsRegex("was ended after [1-9][0-9]* of 900000 runs\n"),
+                                      HasSubstr("main's power-on\n")));
+    }
+}
+
 TEST(SweepPage, HoldsWhatWasRunUntilASignalCame) {
     Folder const folder;
     std::string const fast = folder.put("fast.toml", comesUpIn("40"));

@@ -220,14 +220,13 @@ TEST(Repeat, TellsOfWhatIsChosenAndFailsForAll) {
     )";
     for (auto const& [options, told] : std::vector<std::pair<std::string, std::string>>{
              {"--client app",
-              "power on main, power off main, ; main, main, ; sensor power-on main, sensor "
-              "power-off main, ; app, ; "},
+              "power on main, power off main, ; main, main, ; main's power-on, main's power-off, ; app, ; "},
              {"--sensor front",
-              "power on front, power off front, ; front, front, ; sensor power-on front, sensor power-off "
-              "front, ; face, ; "},
+              "power on front, power off front, ; front, front, ; front's power-on, front's power-off, ; "
+              "face, ; "},
              {"--sensor front --client app", "; front, front, ; ; ; "},
-             {"--to 5", "power on main, ; main, ; sensor power-on main, ; app, ; "},
-             {"--from 100 --to 105", "power on front, ; front, ; sensor power-on front, ; face, ; "}}) {
+             {"--to 5", "power on main, ; main, ; main's power-on, ; app, ; "},
+             {"--from 100 --to 105", "power on front, ; front, ; front's power-on, ; face, ; "}}) {
         json const all = resultOf(text, "--simulate --repeat 2 " + options);
         EXPECT_EQ(toldIn(all), told) << options;
         EXPECT_EQ(all.at("verdict"), "failed") << options;

@@ -125,10 +125,10 @@ TEST(SeriesPage, TellsWhereTheTimeWentWhereLinksAreKnown) {
     series.add(
         {.run = 3,
          .why = {},
-         .figures = {{.subject = {.of = Of::Link, .who = "app: power on", .what = "sensor power-on main"},
+         .figures = {{.subject = {.of = Of::Link, .who = "app: power on", .what = "main's power-on"},
                       .line = {},
                       .ms = 47}}});
-    EXPECT_THAT(page(), HasSubstr("\"rows\":[[\"sensor power-on main\",47.0,100.0,0.0,47.0,1]]"));
+    EXPECT_THAT(page(), HasSubstr("\"rows\":[[\"main's power-on\",47.0,100.0,0.0,47.0,1]]"));
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 namespace zeqcam::tool {
 namespace {
 
+using board::Kind;
 using std::chrono::nanoseconds;
 
 }  // namespace

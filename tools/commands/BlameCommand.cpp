@@ -32,7 +32,8 @@ constexpr auto kBlameFooter =
     "Exit status:\n"
     "  0    told\n"
     "  1    it cannot be written, or a run's process ended before the run\n"
-    "  2    a file or the command line is wrong, or there is nothing to tell of\n";
+    "  2    a file or the command line is wrong, or there is nothing to tell of\n"
+    "  130  interrupted with Ctrl-C (SIGINT); what had been played until then is told\n";
 
 double shareOf(Blame const& blame, Blame::Row const& row) {
     return blame.time().count() == 0 ? 0 : millisecondsOf(row.time) / millisecondsOf(blame.time());
@@ -87,10 +88,11 @@ int run(CauseOptions& options) {
     Blame blame;
     std::vector<std::string> names;  // each once
     auto const tellNothing = [](Input const&) { return std::string(); };
-    bool const haveAllEnded = eachRecordCauses(options, tellNothing, [&](RecordCauses const& kept) {
+    int const status = eachRecordCauses(options, tellNothing, [&](RecordCauses const& kept) {
         for (RunCauses const& each : kept.runs) blame.add(spentOf(each));
         if (names.empty() || names.back() != kept.name) names.push_back(kept.name);
     });
+    if (names.empty()) return status;
     if (options.json) {
         writeJson(blame, names);
     } else {
@@ -100,7 +102,7 @@ int run(CauseOptions& options) {
     }
     bool const isWritten = options.page.write(blame, nullptr);
     if (!std::cout.flush()) complain("the output cannot be written");
-    return haveAllEnded && isWritten && std::cout ? kAllHeld : kFailed;
+    return isWritten && std::cout ? status : kFailed;
 }
 
 }  // namespace

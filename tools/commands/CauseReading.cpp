@@ -108,8 +108,8 @@ std::vector<Chain const*> chosenOf(Record const& record, std::vector<Chain> cons
     return chosen;
 }
 
-bool eachRecordCauses(CauseOptions& options, std::function<std::string(Input const& input)> const& tell,
-                      std::function<void(RecordCauses kept)> const& take) {
+int eachRecordCauses(CauseOptions& options, std::function<std::string(Input const& input)> const& tell,
+                     std::function<void(RecordCauses kept)> const& take) {
     auto const keep = [&](Input const& input) {
         json runs = json::array();
         for (RunCauses const& run : runsOf(input, chainsOf(input.record), options))
@@ -135,11 +135,12 @@ bool eachRecordCauses(CauseOptions& options, std::function<std::string(Input con
         options.page.take(all[4]);
         take(std::move(kept));
     });
+    if (inputs.areCutShort()) return inputs.status();
     if (runs == 0)
         throw CannotOpen(
             "no power cycle has ended in what was read: no power-on with the power-off that ends it");
     options.choice.requireFound();
-    return inputs.haveAllEnded();
+    return inputs.status();
 }
 
 }  // namespace zeqcam::tool

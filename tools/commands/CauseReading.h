@@ -45,9 +45,9 @@ std::vector<Chain const*> chosenOf(Record const& record, std::vector<Chain> cons
                                    RequestChoice& choice);
 
 // Gives what is kept of each record that the options name to `take`, which may draw on the page. `tell`: what
-// the command tells of one alone, called where the record is. Whether something was kept of every run.
-// Throws CannotOpen.
-bool eachRecordCauses(CauseOptions& options, std::function<std::string(Input const& input)> const& tell,
-                      std::function<void(RecordCauses kept)> const& take);
+// the command tells of one alone, called where the record is. The exit status,
+// by what the reading came to. Throws CannotOpen.
+int eachRecordCauses(CauseOptions& options, std::function<std::string(Input const& input)> const& tell,
+                     std::function<void(RecordCauses kept)> const& take);
 
 }  // namespace zeqcam::tool

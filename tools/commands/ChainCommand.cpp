@@ -41,7 +41,8 @@ constexpr auto kChainFooter =
     "Exit status:\n"
     "  0    told\n"
     "  1    it cannot be written, or a run's process ended before the run\n"
-    "  2    a file or the command line is wrong, or there is nothing to tell of\n";
+    "  2    a file or the command line is wrong, or there is nothing to tell of\n"
+    "  130  interrupted with Ctrl-C (SIGINT); what had been played until then is told\n";
 
 struct ChainOptions : CauseOptions {
     bool full = false;
@@ -124,7 +125,7 @@ int run(ChainOptions& options) {
     std::vector<std::string> names;  // each once
     nlohmann::ordered_json json{{"records", nlohmann::ordered_json::array()}};
     auto const tell = [&](Input const& input) { return tellOne(input, options); };
-    bool const haveAllEnded = eachRecordCauses(options, tell, [&](RecordCauses kept) {
+    int const status = eachRecordCauses(options, tell, [&](RecordCauses kept) {
         if (names.empty() || names.back() != kept.name) names.push_back(kept.name);
         for (RunCauses& each : kept.runs) {
             blame.add(spentOf(each));
@@ -137,6 +138,7 @@ int run(ChainOptions& options) {
             std::cout << (blame.records() > 1 ? "\n" : "") << kept.told;
         }
     });
+    if (names.empty()) return status;
     if (options.areMany()) {
         tellMany(series, names, options);
     } else if (options.json) {
@@ -144,7 +146,7 @@ int run(ChainOptions& options) {
     }
     bool const isWritten = options.page.write(blame, options.areMany() ? &series : nullptr);
     if (!std::cout.flush()) complain("the output cannot be written");
-    return haveAllEnded && isWritten && std::cout ? kAllHeld : kFailed;
+    return isWritten && std::cout ? status : kFailed;
 }
 
 }  // namespace

@@ -3,12 +3,12 @@
 #include "commands/Command.h"
 #include "commands/CommonOptions.h"
 #include "commands/EvidenceFiles.h"
+#include "commands/Repeating.h"
 #include "commands/RunProgress.h"
 #include "files/OutputFile.h"
 #include "run/ForkedRuns.h"
 #include "run/Memory.h"
 #include "run/SimulatedRun.h"
-#include "run/Watch.h"
 #include "scenario/ScenarioKeys.h"
 #include "scenario/ScenarioReader.h"
 
@@ -101,17 +101,22 @@ void Inputs::each(std::function<std::string(Input const& input)> const& keep,
                   std::function<void(std::string const& kept)> const& take) {
     std::vector<std::string> evidence;
     for (std::string const& path : mOptions.files) {
-        if (isScenario(path)) {
-            play(path, keep, take);
-        } else {
+        if (!isScenario(path)) {
             evidence.push_back(path);
+        } else if (!areCutShort()) {
+            play(path, keep, take);
         }
     }
-    if (evidence.empty()) return;
+    if (evidence.empty() || areCutShort()) return;
     readRecords(evidence, mOptions.process, [&](Input input) {
         input.isFirst = std::exchange(mIsFirst, false);
         take(keep(input));
     });
+}
+
+int Inputs::status() const {
+    if (areCutShort()) return statusOf(mEnd);
+    return mHaveAllEnded ? kAllHeld : kFailed;
 }
 
 void Inputs::play(std::string const& path, std::function<std::string(Input const& input)> const& keep,
@@ -137,6 +142,10 @@ void Inputs::play(std::string const& path, std::function<std::string(Input const
                      .isPlayed = true,
                      .isFirst = isFirst && index == 0});
     };
+    auto const isCancelled = [&] {
+        if (End const seen = watch.look(); !areCutShort() && seen != End::TimedOut) mEnd = seen;
+        return areCutShort();
+    };
     std::size_t const told =
         playForked({.count = times,
                     .jobs = processorsAllowed(),
@@ -153,8 +162,8 @@ void Inputs::play(std::string const& path, std::function<std::string(Input const
                             progress.clear();
                             complain(fmt::format("{}, seed {}: {}", path, seedOf(index), how));
                         },
-                    .isCancelled = [&] { return watch.look() != End::TimedOut; }});
-    if (told < times) throw CannotOpen(path + ": was ended before all of its runs");
+                    .isCancelled = isCancelled});
+    if (areCutShort()) complain(fmt::format("{}: was ended after {} of {} runs", path, told, times));
     mHaveAllEnded = mHaveAllEnded && lost == 0;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "record/Record.h"
+#include "run/Watch.h"
 
 #include <cstdint>
 #include <functional>
@@ -51,12 +52,13 @@ class Inputs {
     // `keep`: makes what is kept of a record, which is all that `take` gets. A scenario is played in a
     // process of its own, which ends with `keep`: a run that hangs, or ends its process, is nothing to the
     // next. Complains of the latter. To be called where no other thread lives. Throws CannotOpen where there
-    // is no record, with faults of scenarios as `run` tells them, and where a signal has ended it.
+    // is no record, with faults of scenarios as `run` tells them. A signal ends it early, which it says.
     void each(std::function<std::string(Input const& input)> const& keep,
               std::function<void(std::string const& kept)> const& take);
 
-    // Whether something was kept of every run.
-    [[nodiscard]] bool haveAllEnded() const { return mHaveAllEnded; }
+    // By what they came to: kFailed where nothing was kept of a run, and a signal's that ended them early.
+    [[nodiscard]] int status() const;
+    [[nodiscard]] bool areCutShort() const { return mEnd != End::AllDone; }
 
   private:
     void play(std::string const& path, std::function<std::string(Input const& input)> const& keep,
@@ -65,6 +67,7 @@ class Inputs {
     InputOptions const& mOptions;
     bool mIsFirst = true;
     bool mHaveAllEnded = true;
+    End mEnd = End::AllDone;
 };
 
 }  // namespace zeqcam::tool

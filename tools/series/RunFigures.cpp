@@ -1,5 +1,6 @@
 #include "series/RunFigures.h"
 
+#include "analysis/Blame.h"
 #include "analysis/Chain.h"
 #include "analysis/ChosenNames.h"
 #include "analysis/Outcomes.h"
@@ -147,11 +148,9 @@ class Collector {
         for (Chain const& chain : chainsOf(mRecord)) {
             auto const request = mFigures.find(chain.request);
             if (request == mFigures.end()) continue;
-            std::map<std::string, std::chrono::nanoseconds> times;
-            for (Link const& link : chain.links) times[linkName(link)] += link.time();
             std::string const who = textOf(mInto.figures[request->second].subject);
-            for (auto const& [what, time] : times)
-                add(Of::Link, who, what, chain.begin).ms = wholeMicroseconds(time);
+            for (Spent const& spent : spentOf(mRecord, chain))
+                add(Of::Link, who, spent.where, chain.begin).ms = wholeMicroseconds(spent.time);
         }
     }
 
@@ -165,12 +164,6 @@ class Collector {
     }
 
   private:
-    [[nodiscard]] std::string linkName(Link const& link) const {
-        std::string name(kindOf(link));
-        if (link.done.sensor) name += ' ' + sensorWord(mRecord, *link.done.sensor);
-        return name;
-    }
-
     Figure& add(Of of, std::string who, std::string what, Instant began) {
         Figure& figure = mInto.figures.emplace_back();
         int const nth = ++mTimes[{of, who, what}];
