@@ -122,12 +122,11 @@ TEST(SeriesPage, TellsWhereTheTimeWentWhereLinksAreKnown) {
         return text.str();
     };
     EXPECT_THAT(page(), testing::Not(HasSubstr("\"blame\":")));
-    series.add(
-        {.run = 3,
-         .why = {},
-         .figures = {{.subject = {.of = Of::Link, .who = "app: power on", .what = "main's power-on"},
-                      .line = {},
-                      .ms = 47}}});
+    series.add({.run = 3,
+                .why = {},
+                .figures = {{.subject = {.of = Of::Link, .who = "app: power on", .what = "main's power-on"},
+                             .line = {},
+                             .ms = 47}}});
     EXPECT_THAT(page(), HasSubstr("\"rows\":[[\"main's power-on\",47.0,100.0,0.0,47.0,1]]"));
 }
 
