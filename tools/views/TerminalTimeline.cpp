@@ -10,6 +10,7 @@
 #include "views/RowChoice.h"
 #include "views/Table.h"
 #include "views/TerminalBars.h"
+#include "views/TerminalGlyphs.h"
 #include "views/TerminalLine.h"
 
 #include <fmt/format.h>
@@ -28,41 +29,20 @@
 namespace zeqcam::tool {
 namespace {
 
+using terminal::Alphabet;
 using terminal::Bar;
+using terminal::colourOf;
+using terminal::kAscii;
+using terminal::kDim;
+using terminal::kFailed;
+using terminal::kFailure;
+using terminal::kName;
 using terminal::kPlain;
+using terminal::kUtf8;
+using terminal::kWaits;
 using terminal::Levels;
 using terminal::Line;
 using terminal::Scale;
-
-struct Alphabet {
-    std::string_view left, fill, right, open, tick, axis, axisTick, caption, ellipsis;
-    std::string_view off, powering, on, conflict;
-    std::string_view running, runnable, asleep;
-};
-
-constexpr Alphabet kAscii{"[", "-", "]", ">", "|", "-", "+", ",", "~", ".", "/", "=", "x", "#", ":", "_"};
-constexpr Alphabet kUtf8{"├", "─", "┤", "▶", "│", "─", "┬", "┌", "…", "·", "╱", "═", "×", "▀", "░", "┄"};
-constexpr std::string_view kFailed = "!";
-
-// How text stands out where there are colours; plain else.
-constexpr std::string_view kName = "\033[1m";
-constexpr std::string_view kDim = "\033[2m";
-constexpr std::string_view kFailure = "\033[1;31m";
-constexpr std::string_view kWaits = "\033[33m";
-
-std::string_view colourOf(SectionKind kind) {
-    switch (kind) {
-        case SectionKind::Request:
-            return "\033[36m";
-        case SectionKind::Wait:
-            return "\033[2;36m";
-        case SectionKind::Trace:
-            return "\033[34m";
-        case SectionKind::SensorCall:
-            return "\033[32m";
-    }
-    return kPlain;
-}
 
 class TimelineText {
   public:
