@@ -129,6 +129,21 @@ TEST(CompareEnded, TellsWhatItHas) {
                                     HasSubstr("app: power on main")));
 }
 
+TEST(Page, TakesThePlaceOfNoFileThatAScenarioIncludes) {
+    Folder const folder;
+    std::string const content = "[[sensor]]\nid = 7\nname = \"other\"\n";
+    std::string const board = folder.put("board.toml", content);
+    std::string const fast = folder.put("fast.toml", "include = \"board.toml\"\n" + comesUpIn("40"));
+    for (std::string const& command : {"blame " + fast, "chain " + fast, "compare " + fast + ' ' + fast,
+                                       "sweep " + fast + " --set sensor.main.power_on_ms=1,2",
+                                       "run --simulate " + fast + " --repeat 2", "run --simulate " + fast}) {
+        Ran const ran = runTool(command + " --html " + board);
+        EXPECT_EQ(ran.status, 2) << command << ran.output;
+        EXPECT_THAT(ran.output, HasSubstr("would replace")) << command;
+        EXPECT_EQ(folder.text("board.toml"), content) << command;
+    }
+}
+
 TEST(CausesEnded, TellWhatTheyHave) {
     Folder const folder;
     std::string const fast = folder.put("fast.toml", comesUpIn("40"));

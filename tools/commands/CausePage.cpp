@@ -46,7 +46,7 @@ void CausePage::addOption(CLI::App& app) {
 
 void CausePage::open(InputOptions const& input) {
     mFiles = input.files;
-    mOutputs.open(input.files, true);
+    mOutputs.open(mOutputs.areAsked() ? withIncluded(input.files) : input.files, true);
 }
 
 std::string CausePage::keep(Input const& input, bool byCycle) const {

@@ -1,6 +1,7 @@
 #include "commands/CompareCommand.h"
 
 #include "commands/CommonOptions.h"
+#include "commands/Input.h"
 #include "commands/Outputs.h"
 #include "commands/Repeating.h"
 #include "commands/SeriesInput.h"
@@ -175,7 +176,7 @@ int run(CompareOptions& options) {
     options.after = filesOf(options.after);
     std::vector<std::string> all = options.before;
     all.insert(all.end(), options.after.begin(), options.after.end());
-    options.outputs.open(all, options.json);
+    options.outputs.open(options.outputs.areAsked() ? withIncluded(all) : all, options.json);
     RecordPlayer player;
     InputRuns before = runsOf(options.before, options.input);
     InputRuns after;

@@ -68,6 +68,16 @@ bool isScenario(std::string const& path) {
     return false;
 }
 
+std::vector<std::string> withIncluded(std::vector<std::string> const& files) {
+    std::vector<std::string> all = files;
+    for (std::string const& file : files) {
+        if (!isScenario(file)) continue;
+        std::vector<std::string> const included = readScenarioFile(file).included;
+        all.insert(all.end(), included.begin(), included.end());
+    }
+    return all;
+}
+
 void InputOptions::add(CLI::App& app) {
     app.add_option("FILE", files,
                    "Scenarios, which are played in virtual time, or logs and traces of one phone, of any "

@@ -15,6 +15,9 @@ class App;
 
 namespace zeqcam::tool {
 
+// The files, and those that the scenarios among them include: none of them may be written to.
+std::vector<std::string> withIncluded(std::vector<std::string> const& files);
+
 // A record that a command line names, by whatever tells of it.
 struct Input {
     std::string name;  // "phone.toml", "process 812 of camera.log"
